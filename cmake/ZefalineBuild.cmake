@@ -1,0 +1,54 @@
+# What every target of the tree shares: language, warnings, sanitizers, compiler cache.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+set(ZEFALINE_SANITIZE "" CACHE STRING "address (with undefined behaviour), thread, fuzz, or empty")
+set_property(CACHE ZEFALINE_SANITIZE PROPERTY STRINGS "" address thread fuzz)
+
+find_program(ZEFALINE_CCACHE ccache)
+if(ZEFALINE_CCACHE)
+    # Precompiled headers are cached only when these two inexact comparisons are permitted.
+    set(zefaline_launcher ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${ZEFALINE_CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${zefaline_launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${zefaline_launcher})
+endif()
+
+# The HTTP library's one-letter macro U breaks other headers; its strings are narrow here anyway.
+add_compile_definitions(_TURN_OFF_PLATFORM_STRING)
+add_compile_options(-Wall -Wextra -Wpedantic -Werror $<$<COMPILE_LANGUAGE:CXX>:-Wconversion> $<$<COMPILE_LANGUAGE:CXX>:-Wshadow>)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-fpch-preprocess)
+endif()
+
+if(ZEFALINE_SANITIZE STREQUAL "address")
+    add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+elseif(ZEFALINE_SANITIZE STREQUAL "thread")
+    # The compiler warns that this sanitizer does not know fences; the ring uses none.
+    add_compile_options(-fsanitize=thread -fno-omit-frame-pointer $<$<CXX_COMPILER_ID:GNU>:-Wno-tsan>)
+    add_link_options(-fsanitize=thread)
+elseif(ZEFALINE_SANITIZE STREQUAL "fuzz")
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-sanitize-recover=undefined
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=address,undefined)
+endif()
+
+# Adds the folders that are there; one that is not there is no error while the tree grows.
+function(zefaline_add_folders)
+    foreach(folder IN LISTS ARGN)
+        if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt)
+            add_subdirectory(${folder})
+        endif()
+    endforeach()
+endfunction()
