@@ -3,6 +3,9 @@
 # objects of one do not come with another.
 include(GoogleTest)
 
+# All programs whose tests bear the label "tsan": what the thread-sanitizer build needs.
+add_custom_target(tsan_targets)
+
 function(zefaline_test name)
     cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
@@ -15,6 +18,9 @@ function(zefaline_test name)
     set(properties TIMEOUT ${ARG_TIMEOUT})
     if(ARG_LABELS)
         list(APPEND properties LABELS "${ARG_LABELS}")
+        if("tsan" IN_LIST ARG_LABELS)
+            add_dependencies(tsan_targets ${name})
+        endif()
     endif()
     if(ARG_SERIAL)
         list(APPEND properties RUN_SERIAL TRUE)
