@@ -1,0 +1,245 @@
+// The conductor's loop: when it runs its tasks, and what adding, removing and stopping promise.
+#include "mxs/media/ConductorLoop.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/eventfd.h>
+#include <time.h>
+#include <unistd.h>
+
+using mxs::media::ConductorLoop;
+using mxs::media::ConductorTask;
+
+namespace
+{
+
+uint32_t FirstAllowedCore()
+{
+    cpu_set_t cores;
+    CPU_ZERO(&cores);
+    sched_getaffinity(0, sizeof cores, &cores);
+    for (uint32_t core = 0; core < CPU_SETSIZE; ++core)
+        if (CPU_ISSET(core, &cores)) return core;
+    return 0;
+}
+
+// Counts its runs; a run answers with the next deadline that the test has set.
+class CountingTask : public ConductorTask
+{
+public:
+    explicit CountingTask(bool withDescriptor = false)
+    {
+        if (withDescriptor) Descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    }
+    ~CountingTask() override
+    {
+        if (Descriptor >= 0) close(Descriptor);
+    }
+
+    int WakeDescriptor() const override { return Descriptor; }
+    uint64_t Run(uint64_t nowNs) override
+    {
+        if (Descriptor >= 0)
+        {
+            uint64_t drained = 0;
+            [[maybe_unused]] const ssize_t got = read(Descriptor, &drained, sizeof drained);
+        }
+        std::lock_guard lock(Guard);
+        ++Runs;
+        LastCore = sched_getcpu();
+        LastRunNs = nowNs;
+        Changed.notify_all();
+        return IntervalNs == UINT64_MAX ? UINT64_MAX : nowNs + IntervalNs;
+    }
+    uint64_t TakeBytesMoved() override { return BytesEachRun; }
+    uint64_t TakePacketsMoved() override { return 3; }
+
+    void Fire() const
+    {
+        const uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = write(Descriptor, &one, sizeof one);
+    }
+    void AwaitRuns(uint64_t count)
+    {
+        std::unique_lock lock(Guard);
+        Changed.wait(lock, [&] { return Runs >= count; });
+    }
+    uint64_t RunCount()
+    {
+        std::lock_guard lock(Guard);
+        return Runs;
+    }
+
+    uint64_t IntervalNs = UINT64_MAX;
+    uint64_t BytesEachRun = 0;
+    int LastCore = -1;
+    uint64_t LastRunNs = 0;
+
+private:
+    int Descriptor = -1;
+    std::mutex Guard;
+    std::condition_variable Changed;
+    uint64_t Runs = 0;
+};
+
+} // namespace
+
+TEST(ConductorLoop, RunsATaskOnceWhenAddedAndThenOnlyWhenItsDescriptorWakesIt)
+{
+    ConductorLoop loop;
+    CountingTask task(true);
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+
+    loop.Add(task);
+    task.AwaitRuns(1);
+    task.Fire();
+    task.AwaitRuns(2);
+    loop.Remove(task);
+
+    EXPECT_EQ(task.RunCount(), 2u);
+    EXPECT_EQ(loop.TotalPackets(), 6u);
+}
+
+TEST(ConductorLoop, RunsATaskAgainAtItsDeadline)
+{
+    ConductorLoop loop;
+    CountingTask task;
+    task.IntervalNs = 1'000'000;
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+
+    loop.Add(task);
+    task.AwaitRuns(5);
+
+    loop.Remove(task);
+    EXPECT_GE(task.RunCount(), 5u);
+}
+
+TEST(ConductorLoop, RunsOnTheCoreThatWasAskedFor)
+{
+    const uint32_t core = FirstAllowedCore();
+    ConductorLoop loop;
+    CountingTask task;
+    ASSERT_TRUE(loop.Start(core));
+
+    loop.Add(task);
+    task.AwaitRuns(1);
+    loop.Stop();
+
+    EXPECT_EQ(task.LastCore, static_cast<int>(core));
+}
+
+TEST(ConductorLoop, RefusesACoreThatTheMachineDoesNotHave)
+{
+    ConductorLoop loop;
+
+    EXPECT_FALSE(loop.Start(60000));
+    EXPECT_FALSE(loop.Start(UINT32_MAX));
+
+    EXPECT_FALSE(loop.IsRunning());
+    EXPECT_TRUE(loop.Start(FirstAllowedCore()));
+    EXPECT_TRUE(loop.IsRunning());
+}
+
+TEST(ConductorLoop, ARemovedTaskIsNotRunAnyMore)
+{
+    ConductorLoop loop;
+    CountingTask leaving(true);
+    CountingTask staying(true);
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    loop.Add(leaving);
+    loop.Add(staying);
+    leaving.AwaitRuns(1);
+
+    loop.Remove(leaving);
+    const uint64_t runs = leaving.RunCount();
+    leaving.Fire();
+    staying.Fire();
+    staying.AwaitRuns(2); // the loop has been through its descriptors after the wake of the removed one
+
+    EXPECT_EQ(leaving.RunCount(), runs);
+}
+
+TEST(ConductorLoop, TasksOutliveAStopAndRunAgainAfterTheNextStart)
+{
+    ConductorLoop loop;
+    CountingTask task;
+    loop.Add(task); // not running yet
+    EXPECT_EQ(task.RunCount(), 0u);
+
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    task.AwaitRuns(1);
+    loop.Stop();
+    EXPECT_FALSE(loop.IsRunning());
+    const uint64_t runs = task.RunCount();
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    task.AwaitRuns(runs + 1);
+
+    loop.Stop();
+    loop.Remove(task);
+}
+
+TEST(ConductorLoop, ASecondStartIsRefusedWhileItRuns)
+{
+    ConductorLoop loop;
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+
+    EXPECT_FALSE(loop.Start(FirstAllowedCore()));
+
+    EXPECT_TRUE(loop.IsRunning());
+}
+
+TEST(ConductorLoop, SleepsWhenNothingIsDue)
+{
+    ConductorLoop loop;
+    CountingTask idle(true);
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    loop.Add(idle);
+    idle.AwaitRuns(1);
+
+    idle.Fire();
+    idle.AwaitRuns(2);
+
+    loop.Remove(idle);
+    EXPECT_EQ(idle.RunCount(), 2u); // a loop that spins would have run the task, due or not, far more often
+    EXPECT_LT(loop.LoadPercent(), 50.0);
+}
+
+TEST(ConductorLoop, ManyThreadsAddAndRemoveWhileTheLoopStartsAndStops)
+{
+    ConductorLoop loop;
+    std::atomic<bool> done{false};
+    std::thread starter(
+        [&]
+        {
+            while (!done)
+            {
+                loop.Start(FirstAllowedCore());
+                loop.Stop();
+            }
+        });
+    std::vector<std::thread> users;
+    for (int user = 0; user < 3; ++user)
+        users.emplace_back(
+            [&]
+            {
+                for (int round = 0; round < 200; ++round)
+                {
+                    CountingTask task(true);
+                    loop.Add(task);
+                    task.Fire();
+                    loop.Remove(task); // from here on the task may die
+                }
+            });
+    for (auto& user : users)
+        user.join();
+    done = true;
+    starter.join();
+
+    EXPECT_FALSE(loop.IsRunning());
+}
