@@ -69,7 +69,13 @@ consteval bool EachRowStandsAtItsNumber()
 }
 static_assert(EachRowStandsAtItsNumber());
 
-constexpr VideoStandardRow kUnknownRow{.number = kUnknownVideoStandard};
+consteval VideoStandardRow ZerosUnder(uint32_t number)
+{
+    VideoStandardRow row{};
+    row.number = number;
+    return row;
+}
+constexpr VideoStandardRow kUnknownRow = ZerosUnder(kUnknownVideoStandard);
 
 // Whether the row of the unknown standard has been asked for with SdiStandardMaking.
 constinit std::atomic<bool> UnknownRowMade{false};
