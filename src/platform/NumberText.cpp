@@ -42,10 +42,10 @@ locale_t PlainLocale()
 }
 } // namespace
 
-int32_t ToInt32(const std::string& text)
+int32_t ToInt32(const std::string& text, int base)
 {
     const long long value =
-        Parse("stoi", text, [](const char* begin, char** end) { return std::strtoll(begin, end, 10); });
+        Parse("stoi", text, [base](const char* begin, char** end) { return std::strtoll(begin, end, base); });
     if (value < std::numeric_limits<int32_t>::min() || value > std::numeric_limits<int32_t>::max())
         ThrowOutOfRange("stoi");
     return static_cast<int32_t>(value);
