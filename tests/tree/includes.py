@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Includes point one way: every folder may include only the folders and libraries that stand in its row."""
 import pathlib
 import re
