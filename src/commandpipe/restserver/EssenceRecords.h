@@ -97,6 +97,7 @@ struct BUFFER_INFO
     BUFFER_INFO(const BUFFER_INFO&) = default;
     BUFFER_INFO& operator=(const BUFFER_INFO&) = default;
     virtual ~BUFFER_INFO() = default;
+    bool operator==(const BUFFER_INFO& other) const = default;
 
     uint64_t Offset = 0; // bytes from the start of the slot
     uint64_t Size = 0;   // bytes

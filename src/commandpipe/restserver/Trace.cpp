@@ -1,0 +1,28 @@
+#include "commandpipe/restserver/Trace.h"
+
+#include "logger/Log.h"
+
+namespace Quillmont::Trellis::CommandPipe::RestServer
+{
+using Quillmont::Logger::HasListener;
+using Quillmont::Logger::kPriorityDebug;
+using Quillmont::Logger::Log;
+
+void TraceEntering(const char* name)
+{
+    if (!HasListener()) return; // no text is built for nobody
+    Log(kPriorityDebug, std::string(name) + " --> Entering - ");
+}
+
+void TraceExitingWith::operator()(const char* name) const
+{
+    if (!HasListener()) return;
+    Log(kPriorityDebug, std::string(name) + " --> Exiting - Return: " + ResultText(*Result));
+}
+
+void TraceExitingWithCore::operator()(const char* name) const
+{
+    if (!HasListener()) return;
+    Log(kPriorityDebug, std::string(name) + " --> Exiting - Return: " + CoreResultText(*Result));
+}
+} // namespace Quillmont::Trellis::CommandPipe::RestServer
