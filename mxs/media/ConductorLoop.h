@@ -46,7 +46,7 @@ public:
     void Add(ConductorTask& task);
     void Remove(ConductorTask& task);
 
-    double LoadPercent() const;          // of the last full second
+    double LoadPercent() const; // of the last full second
     uint64_t ThroughputBitsPerSecond() const;
     uint64_t TotalPackets() const;
 

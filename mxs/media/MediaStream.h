@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -30,9 +31,9 @@ enum class Direction
 // Enumerations travel with the numbers of the service's JSON spellings, in the order of their lists.
 struct BitProperties
 {
-    uint32_t sampling = 1; // 0 YCbCr_420, 1 YCbCr_422, 2 YCbCr_444, ... 12 Key
-    uint32_t depth = 0;    // 0: 8 bits, 1: 10, 2: 12, 3: 16
-    uint32_t padding = 0;  // 0 none, 1 to 16 bits, 2 to 32 bits
+    uint32_t sampling = 1;   // 0 YCbCr_420, 1 YCbCr_422, 2 YCbCr_444, ... 12 Key
+    uint32_t depth = 0;      // 0: 8 bits, 1: 10, 2: 12, 3: 16
+    uint32_t padding = 0;    // 0 none, 1 to 16 bits, 2 to 32 bits
     uint32_t endianness = 0; // 0 big, 1 little
 
     bool operator==(const BitProperties&) const = default;
@@ -81,9 +82,9 @@ struct ConnectionConfig
     uint32_t destinationIp = 0;
     uint16_t destinationPort = 0;
     uint64_t networkInterfaceId = 0;
-    std::string interfaceName;      // filled by the control side from networkInterfaceId
-    uint32_t interfaceAddress = 0;  // first IPv4 address of that interface, 0 if it has none
-    bool inclusion = false;         // true: take only the sources listed; false: all but them
+    std::string interfaceName;     // filled by the control side from networkInterfaceId
+    uint32_t interfaceAddress = 0; // first IPv4 address of that interface, 0 if it has none
+    bool inclusion = false;        // true: take only the sources listed; false: all but them
     std::vector<uint32_t> sources;
     uint8_t dscp = 0;
     uint8_t multicastTtl = 0;
@@ -138,12 +139,18 @@ struct ProcessingTimes // nanoseconds spent on one slot
     uint64_t mean = 0;
 };
 
+// Names of the rails begin so; what a killed service left behind is found by it.
+constexpr const char* kRailNamePrefix = "/mxsd-";
+
 // What the service hands every stream: its own settings.
 struct MediaSettings
 {
     uint8_t defaultMulticastTtl = 16;
-    std::string railGroup;                   // group that may open the rails besides the owner, empty: nobody
-    uint64_t memoryLimitBytes = 8ULL << 30;  // a ring larger than this is refused with 10
+    std::string railGroup;                  // group that may open the rails besides the owner, empty: nobody
+    uint64_t memoryLimitBytes = 8ULL << 30; // a ring larger than this is refused with 10
+
+    // Takes a line for the service's log, on the control side's thread. Empty: the line goes to standard error.
+    std::function<void(const std::string&)> log;
 };
 
 // Ports whose datagrams the receivers of an interface must ignore; asked for each datagram batch, so it is cheap and

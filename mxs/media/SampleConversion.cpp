@@ -1,0 +1,289 @@
+// Conversion component by component; one instance of the loop for each pair of formats.
+#include "SampleConversion.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace mxs::media
+{
+
+namespace
+{
+
+// Four components fill whole bytes at each depth and in each layout, so the fast part of the loop works by fours.
+constexpr uint32_t kQuad = 4;
+using Quad = std::array<uint32_t, kQuad>;
+
+// Components at `bits` each, packed most significant bit first.
+template <uint32_t bits>
+Quad LoadQuad(const uint8_t* from)
+{
+    if constexpr (bits == 8) return {from[0], from[1], from[2], from[3]};
+    uint64_t value = 0;
+    for (uint32_t i = 0; i < bits / 2; ++i)
+        value = value << 8 | from[i];
+    constexpr uint64_t mask = (1u << bits) - 1;
+    Quad quad;
+    for (uint32_t i = 0; i < kQuad; ++i)
+        quad[i] = static_cast<uint32_t>(value >> (bits * (kQuad - 1 - i)) & mask);
+    return quad;
+}
+
+// The component that starts at bit `position` of `from`.
+template <uint32_t bits>
+uint32_t LoadOne(const uint8_t* from, uint64_t position)
+{
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < bits;) // byte by byte: a component touches two at most
+    {
+        const uint64_t bit = position + i;
+        const uint32_t inByte = static_cast<uint32_t>(bit % 8);
+        const uint32_t take = std::min(8 - inByte, bits - i);
+        const uint32_t piece = static_cast<uint32_t>(from[bit / 8]) >> (8 - inByte - take) & ((1u << take) - 1);
+        value = value << take | piece;
+        i += take;
+    }
+    return value;
+}
+
+template <uint32_t from, uint32_t to>
+uint32_t Scale(uint32_t value)
+{
+    if constexpr (to >= from)
+        return value << (to - from);
+    else
+        return std::min((value + (1u << (from - to - 1))) >> (from - to), (1u << to) - 1);
+}
+
+// The application's layouts. Each stores one component at its index, and four at an index that is a multiple of 4.
+template <uint32_t bits>
+struct PackedBig
+{
+    static constexpr uint32_t depth = bits;
+
+    static void StoreOne(uint8_t* slot, uint64_t index, uint32_t value)
+    {
+        uint64_t bit = index * bits;
+        for (uint32_t left = bits; left > 0;)
+        {
+            const uint32_t inByte = static_cast<uint32_t>(bit % 8);
+            const uint32_t take = std::min(8 - inByte, left);
+            const uint32_t shift = 8 - inByte - take;
+            const uint32_t mask = ((1u << take) - 1) << shift;
+            const uint32_t piece = value >> (left - take) << shift & mask;
+            slot[bit / 8] = static_cast<uint8_t>((slot[bit / 8] & ~mask) | piece);
+            bit += take;
+            left -= take;
+        }
+    }
+    static void StoreQuad(uint8_t* slot, uint64_t index, const Quad& quad)
+    {
+        uint8_t* to = slot + index * bits / 8;
+        const uint64_t value =
+            uint64_t{quad[0]} << (3 * bits) | uint64_t{quad[1]} << (2 * bits) | uint64_t{quad[2]} << bits | quad[3];
+        for (uint32_t i = 0; i < bits / 2; ++i)
+            to[i] = static_cast<uint8_t>(value >> (8 * (bits / 2 - 1 - i)));
+    }
+};
+
+template <uint32_t bits>
+struct PackedLittle
+{
+    static constexpr uint32_t depth = bits;
+
+    static void StoreOne(uint8_t* slot, uint64_t index, uint32_t value)
+    {
+        uint64_t bit = index * bits;
+        for (uint32_t left = bits; left > 0;)
+        {
+            const uint32_t inByte = static_cast<uint32_t>(bit % 8);
+            const uint32_t take = std::min(8 - inByte, left);
+            const uint32_t mask = ((1u << take) - 1) << inByte;
+            slot[bit / 8] = static_cast<uint8_t>((slot[bit / 8] & ~mask) | (value << inByte & mask));
+            value >>= take;
+            bit += take;
+            left -= take;
+        }
+    }
+    static void StoreQuad(uint8_t* slot, uint64_t index, const Quad& quad)
+    {
+        uint8_t* to = slot + index * bits / 8;
+        const uint64_t value =
+            uint64_t{quad[3]} << (3 * bits) | uint64_t{quad[2]} << (2 * bits) | uint64_t{quad[1]} << bits | quad[0];
+        for (uint32_t i = 0; i < bits / 2; ++i)
+            to[i] = static_cast<uint8_t>(value >> (8 * i));
+    }
+};
+
+template <uint32_t bits, uint32_t wordBytes, Endianness order>
+struct Word
+{
+    static constexpr uint32_t depth = bits;
+
+    static void StoreOne(uint8_t* slot, uint64_t index, uint32_t value)
+    {
+        uint8_t* to = slot + index * wordBytes;
+        for (uint32_t i = 0; i < wordBytes; ++i)
+            to[order == kLittleEndian ? i : wordBytes - 1 - i] = static_cast<uint8_t>(value >> (8 * i));
+    }
+    static void StoreQuad(uint8_t* slot, uint64_t index, const Quad& quad)
+    {
+        for (uint32_t i = 0; i < kQuad; ++i)
+            StoreOne(slot, index + i, quad[i]);
+    }
+};
+
+template <uint32_t networkBits, class Layout>
+void ConvertRun(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, uint64_t components)
+{
+    uint64_t done = 0;
+    const auto single = [&]
+    {
+        const uint32_t value = LoadOne<networkBits>(payload, done * networkBits);
+        Layout::StoreOne(slot, firstComponent + done, Scale<networkBits, Layout::depth>(value));
+        ++done;
+    };
+    while (done < components && (firstComponent + done) % kQuad != 0)
+        single();
+    // Here the payload is at a byte border too: a run begins with a group, groups begin at a byte, and groups of
+    // 10 bits are whole fours.
+    const uint8_t* from = payload + done * networkBits / 8;
+    for (; done + kQuad <= components; done += kQuad, from += networkBits / 2)
+    {
+        Quad quad = LoadQuad<networkBits>(from);
+        for (uint32_t& value : quad)
+            value = Scale<networkBits, Layout::depth>(value);
+        Layout::StoreQuad(slot, firstComponent + done, quad);
+    }
+    while (done < components)
+        single();
+}
+
+using Conversion = void (*)(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, uint64_t components);
+
+template <uint32_t networkBits, uint32_t bits>
+Conversion PickLayout(const BitProperties& application)
+{
+    const bool little = application.endianness == kLittleEndian;
+    switch (application.padding)
+    {
+    case kIn16Bits:
+        return little ? &ConvertRun<networkBits, Word<bits, 2, kLittleEndian>>
+                      : &ConvertRun<networkBits, Word<bits, 2, kBigEndian>>;
+    case kIn32Bits:
+        return little ? &ConvertRun<networkBits, Word<bits, 4, kLittleEndian>>
+                      : &ConvertRun<networkBits, Word<bits, 4, kBigEndian>>;
+    default: return little ? &ConvertRun<networkBits, PackedLittle<bits>> : &ConvertRun<networkBits, PackedBig<bits>>;
+    }
+}
+
+template <uint32_t networkBits>
+Conversion PickDepth(const BitProperties& application)
+{
+    switch (DepthBits(application.depth))
+    {
+    case 8: return PickLayout<networkBits, 8>(application);
+    case 10: return PickLayout<networkBits, 10>(application);
+    default: return PickLayout<networkBits, 12>(application);
+    }
+}
+
+Conversion Pick(const PixelGroup& network, const BitProperties& application)
+{
+    switch (network.depth)
+    {
+    case 8: return PickDepth<8>(application);
+    case 10: return PickDepth<10>(application);
+    default: return PickDepth<12>(application);
+    }
+}
+
+bool SameBytes(const PixelGroup& network, const BitProperties& application)
+{
+    if (application.padding != kPacked || DepthBits(application.depth) != network.depth) return false;
+    return application.endianness == kBigEndian || network.depth == 8;
+}
+
+// Components after which the pattern of black repeats in every sampling and fills whole bytes.
+constexpr uint32_t kPatternComponents = 12;
+constexpr uint32_t kPatternRepeats = 256;
+
+// Copies `mask` bits of one byte and leaves the others.
+void CopyBits(uint8_t& to, uint8_t from, uint32_t mask)
+{
+    to = static_cast<uint8_t>((to & ~mask) | (from & mask));
+}
+
+} // namespace
+
+SampleConverter::SampleConverter(const PixelGroup& network, const BitProperties& application)
+    : Network(network), ComponentBits(StoredBits(application)), LeastBitFirst(application.endianness == kLittleEndian),
+      PlainCopy(SameBytes(network, application)), Convert(Pick(network, application)),
+      BlackPeriodBytes(kPatternComponents * ComponentBits / 8)
+{
+    Black.resize(BlackPeriodBytes * kPatternRepeats);
+    // Black is put in by the same routine as samples are, from components at the network's depth.
+    const uint32_t depth = network.depth;
+    std::array<uint8_t, kPatternComponents * 12 / 8> pattern{};
+    for (uint32_t i = 0; i < kPatternComponents; ++i)
+    {
+        const uint32_t value = BlackOf(network.order, i, depth);
+        switch (depth)
+        {
+        case 8: PackedBig<8>::StoreOne(pattern.data(), i, value); break;
+        case 10: PackedBig<10>::StoreOne(pattern.data(), i, value); break;
+        default: PackedBig<12>::StoreOne(pattern.data(), i, value); break;
+        }
+    }
+    for (uint64_t period = 0; period < kPatternRepeats; ++period)
+        Convert(Black.data(), period * kPatternComponents, pattern.data(), kPatternComponents);
+}
+
+void SampleConverter::Write(uint8_t* slot, uint64_t firstGroup, const uint8_t* payload, uint64_t groups) const
+{
+    if (PlainCopy)
+        std::memcpy(slot + firstGroup * Network.bytes, payload, groups * Network.bytes);
+    else
+        Convert(slot, firstGroup * Network.components, payload, groups * Network.components);
+}
+
+SampleConverter::ByteRange SampleConverter::BytesOf(uint64_t firstGroup, uint64_t groups) const
+{
+    const uint64_t groupBits = uint64_t{Network.components} * ComponentBits;
+    return {firstGroup * groupBits / 8, ((firstGroup + groups) * groupBits + 7) / 8};
+}
+
+void SampleConverter::FillBlack(uint8_t* slot, uint64_t firstGroup, uint64_t groups) const
+{
+    const uint64_t groupBits = uint64_t{Network.components} * ComponentBits;
+    const uint64_t beginBit = firstGroup * groupBits;
+    const uint64_t endBit = beginBit + groups * groupBits;
+    const auto blackAt = [this](uint64_t byte) { return Black[byte % BlackPeriodBytes]; };
+
+    // Bits of a byte from `from` to before `to`, counted in the order in which they are filled.
+    const auto maskOf = [this](uint64_t from, uint64_t to)
+    {
+        const uint32_t bits = (1u << (to - from)) - 1;
+        return bits << (LeastBitFirst ? from : 8 - to);
+    };
+    uint64_t byte = beginBit / 8;
+    const uint64_t endByte = endBit / 8;
+    if (beginBit % 8 != 0)
+    {
+        const uint64_t stop = byte == endByte ? endBit % 8 : 8;
+        CopyBits(slot[byte], blackAt(byte), maskOf(beginBit % 8, stop));
+        if (byte == endByte) return;
+        ++byte;
+    }
+    while (byte < endByte)
+    {
+        const uint64_t phase = byte % BlackPeriodBytes;
+        const uint64_t count = std::min<uint64_t>(endByte - byte, Black.size() - phase);
+        std::memcpy(slot + byte, Black.data() + phase, count);
+        byte += count;
+    }
+    if (endBit % 8 != 0) CopyBits(slot[endByte], blackAt(endByte), maskOf(0, endBit % 8));
+}
+
+} // namespace mxs::media

@@ -1,0 +1,47 @@
+// Puts samples from packets into a slot in the application's format, and black where no packet brought any.
+#pragma once
+
+#include "PixelGroups.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace mxs::media
+{
+
+// Works on the slot as one long row of pixel groups of the network format: lines and fields follow one another without
+// a gap in either format. The caller keeps `firstGroup + groups` within the slot.
+class SampleConverter
+{
+public:
+    // `network` must outlive the object (rows of the table do); `application` one of those that CheckEssence accepts.
+    SampleConverter(const PixelGroup& network, const BitProperties& application);
+
+    // True when payload bytes go into the slot as they are.
+    bool IsPlainCopy() const { return PlainCopy; }
+
+    // `payload` holds `groups` network groups.
+    void Write(uint8_t* slot, uint64_t firstGroup, const uint8_t* payload, uint64_t groups) const;
+    void FillBlack(uint8_t* slot, uint64_t firstGroup, uint64_t groups) const;
+
+    // Bytes of the slot that the groups touch, wholly or in part.
+    struct ByteRange
+    {
+        uint64_t begin;
+        uint64_t end;
+    };
+    ByteRange BytesOf(uint64_t firstGroup, uint64_t groups) const;
+
+private:
+    using Conversion = void (*)(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, uint64_t components);
+
+    const PixelGroup& Network;
+    const uint32_t ComponentBits; // one component in the slot
+    const bool LeastBitFirst;     // within a byte that two components share
+    const bool PlainCopy;
+    const Conversion Convert;
+    uint64_t BlackPeriodBytes = 0;
+    std::vector<uint8_t> Black; // some periods of the black picture
+};
+
+} // namespace mxs::media
