@@ -1,0 +1,57 @@
+// Lines of the log: time in UTC, level, text; written in one system call so that threads do not mix theirs.
+#include "mxs/Log.h"
+
+#include <chrono>
+#include <cstdio>
+#include <ctime>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+namespace mxs
+{
+
+namespace
+{
+
+constexpr std::string_view kLevelNames[] = {"error", "warning", "info", "debug"};
+
+std::string Line(LogLevel level, std::string_view text)
+{
+    const auto now = std::chrono::system_clock::now();
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(now);
+    const auto milliseconds =
+        std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000;
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    char time[32];
+    const size_t length = std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%S", &parts);
+    char fraction[16];
+    std::snprintf(fraction, sizeof fraction, ".%03dZ ", static_cast<int>(milliseconds));
+
+    std::string line(time, length);
+    line += fraction;
+    line += kLevelNames[static_cast<size_t>(level)];
+    line += ": ";
+    line += text;
+    line += '\n';
+    return line;
+}
+
+} // namespace
+
+Log::Log(LogLevel level, Sink sink) : Level(level), Out(std::move(sink)) {}
+
+void Log::Write(LogLevel level, std::string_view text) const
+{
+    if (level > Level) return;
+    std::string safe(text);
+    for (char& letter : safe)
+        if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f) letter = '?';
+    if (Out) return Out(level, safe);
+    const std::string line = Line(level, safe);
+    // A log that nobody reads any more must not stop the service.
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+}
+
+} // namespace mxs

@@ -1,0 +1,236 @@
+// The states of a stream and what each step asks of conductor, memory and media.
+#include "mxs/Stream.h"
+
+#include "mxs/Documents.h"
+#include "mxs/Refusal.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace mxs
+{
+
+namespace
+{
+
+void Require(const media::Outcome& outcome)
+{
+    if (outcome.Failed()) throw Refusal(outcome.code, outcome.message);
+}
+
+} // namespace
+
+Stream::Stream(uint64_t id, uint64_t contextId, const StreamCreate& create, const StreamServices& services)
+    : Id(id), ContextId(contextId), Shared(create.shared), Direction(create.direction), Services(services),
+      Essence(DefaultEssence(create.essence))
+{
+    Common.numaNode = kUnknownNumaNode;
+    if (!media::CheckEssence(Direction, Essence).Failed()) Layout = media::LayoutOf(Essence);
+}
+
+Stream::~Stream()
+{
+    if (Now == State::Started) Stop();
+    if (Now == State::Opened) Close();
+}
+
+media::CommonConfig Stream::GetCommonConfig() const
+{
+    const std::lock_guard lock(Mutex);
+    return Common;
+}
+
+media::NetworkConfig Stream::GetNetworkConfig() const
+{
+    const std::lock_guard lock(Mutex);
+    return Network;
+}
+
+media::EssenceConfig Stream::GetEssenceConfig() const
+{
+    const std::lock_guard lock(Mutex);
+    return Essence;
+}
+
+void Stream::SetCommonConfig(const media::CommonConfig& config)
+{
+    const std::lock_guard lock(Mutex);
+    RequireClosed();
+    if (config.queueDepth == 0)
+        throw Refusal(kIncorrectConfiguration,
+                      "The key \"ApplicativeBufferQueueDepth\" is 0; a ring has a slot at least.");
+    for (const uint64_t core : config.cpuCores)
+        if (!Services.cores.SystemNumber(core))
+            throw Refusal(kIncorrectConfiguration, "The key \"CpuCores\" names no core: " + IdText(core) + ".");
+    if (!Services.conductors.FindOrNull(config.conductorId, ContextId))
+        throw Refusal(kForeignResource, "The key \"ConductorID\" names no conductor of this context: " +
+                                            IdText(config.conductorId) + ".");
+    Common = config;
+}
+
+void Stream::SetNetworkConfig(media::NetworkConfig config)
+{
+    const std::lock_guard lock(Mutex);
+    RequireClosed();
+    ResolveInterfaces(config);
+    Require(media::CheckNetwork(Direction, config));
+    Network = std::move(config);
+}
+
+void Stream::SetEssenceConfig(const media::EssenceConfig& config)
+{
+    const std::lock_guard lock(Mutex);
+    RequireClosed();
+    Require(media::CheckEssence(Direction, config));
+    Layout = media::LayoutOf(config);
+    Essence = config;
+}
+
+StreamState Stream::GetState() const
+{
+    const std::lock_guard lock(Mutex);
+    return {.started = Now == State::Started, .opened = Now != State::Closed};
+}
+
+void Stream::SetState(const StreamState& target)
+{
+    if (target.started && !target.opened)
+        throw Refusal(kIncorrectConfiguration, "A stream that is started is opened: \"Opened\" cannot be false.");
+    const State wanted = target.started ? State::Started : target.opened ? State::Opened : State::Closed;
+
+    const std::lock_guard lock(Mutex);
+    if (wanted == Now) return;
+    if (wanted == State::Opened) return Now == State::Closed ? Open() : Stop();
+    if (Now != State::Opened)
+        throw Refusal(kWrongState, Now == State::Closed
+                                       ? "The stream is closed; it must be opened before it is started."
+                                       : "The stream is started; it must be stopped before it is closed.");
+    wanted == State::Started ? Start() : Close();
+}
+
+StreamCommonStatus Stream::GetCommonStatus() const
+{
+    const std::lock_guard lock(Mutex);
+    StreamCommonStatus status;
+    if (!Media) return status;
+    status.rail.description = Media->RailDescription();
+    status.times = Media->Times();
+    status.bufferDelayed = Media->BufferDelayed();
+    return status;
+}
+
+EssenceStatus Stream::GetEssenceStatus() const
+{
+    const std::lock_guard lock(Mutex);
+    return {EssenceTypeOf(Essence), Layout, Media ? Media->SlotsDropped() : 0};
+}
+
+media::NetworkCounters Stream::GetNetworkStatus() const
+{
+    const std::lock_guard lock(Mutex);
+    return Media ? Media->Counters() : media::NetworkCounters{};
+}
+
+std::string Stream::Name() const
+{
+    return "Stream " + IdText(Id);
+}
+
+void Stream::RequireClosed() const
+{
+    if (Now != State::Closed)
+        throw Refusal(kOfflineProperty, "The stream is not closed; its configuration cannot be changed.");
+}
+
+void Stream::ResolveInterfaces(media::NetworkConfig& config) const
+{
+    for (media::ConnectionConfig& connection : config.connections)
+    {
+        const std::optional<std::string> name = Services.interfaces.NameOf(connection.networkInterfaceId);
+        if (!name)
+            throw Refusal(kIncorrectConfiguration, "The key \"NetworkInterfaceID\" names no interface: " +
+                                                       IdText(connection.networkInterfaceId) + ".");
+        const std::vector<InterfaceConfig> addresses = Services.interfaces.Addresses(connection.networkInterfaceId);
+        connection.interfaceName = *name;
+        connection.interfaceAddress = addresses.empty() ? 0 : addresses.front().ip;
+        // On receive the address is no filter, and any will do.
+        const auto isSource = [&](const InterfaceConfig& address) { return address.ip == connection.sourceIp; };
+        if (Direction == media::Direction::Send && connection.sourceIp != 0 &&
+            std::none_of(addresses.begin(), addresses.end(), isSource))
+            throw Refusal(kIncorrectConfiguration,
+                          "The key \"SourceIp\" is no address of the interface " + *name + ".");
+    }
+}
+
+void Stream::Open()
+{
+    if (Common.conductorId != 0)
+    {
+        OpenedOn = Services.conductors.FindOrNull(Common.conductorId, ContextId);
+        if (!OpenedOn)
+            throw Refusal(kIncorrectConfiguration,
+                          "The conductor " + IdText(Common.conductorId) + " of the stream is gone.");
+        OpenedOn->NoteOpened(ContextId, 1);
+    }
+    Now = State::Opened;
+    Services.log.Info(Name() + " is opened.");
+}
+
+void Stream::Start()
+{
+    if (!OpenedOn) throw Refusal(kIncorrectConfiguration, "The stream has no common configuration yet.");
+    if (Network.connections.empty()) throw Refusal(kIncorrectConfiguration, "The stream has no connection yet.");
+    ResolveInterfaces(Network); // their addresses may have changed
+    Require(media::CheckNetwork(Direction, Network));
+    Require(media::CheckEssence(Direction, Essence));
+
+    const uint64_t ringBytes = uint64_t{Layout.lockSize} * Common.queueDepth;
+    if (!Services.memory.Take(ringBytes))
+        throw Refusal(kUnavailable, "A ring of " + std::to_string(ringBytes) +
+                                        " bytes would pass the service's limit of " +
+                                        std::to_string(Services.memory.LimitBytes()) + " bytes.");
+    media::ConductorLoop* const loop = OpenedOn->BeginRunning(ContextId);
+    media::Outcome outcome{kWrongState, "The conductor " + IdText(OpenedOn->Id) + " of the stream is not started."};
+    if (loop) try
+        {
+            Media = media::MakeMediaStream(Direction, Common, Network, Essence, Services.settings, Services.drops);
+            outcome = Media->Start(*loop);
+        }
+        catch (const std::bad_alloc&)
+        {
+            outcome = {kUnavailable, "There is no memory for the stream."};
+        }
+    if (outcome.Failed())
+    {
+        if (loop) OpenedOn->EndRunning(ContextId);
+        Services.memory.GiveBack(ringBytes);
+        Services.log.Error(Name() + " could not be started: " + outcome.message);
+        throw Refusal(outcome.code, outcome.message);
+    }
+    RingBytes = ringBytes;
+    Now = State::Started;
+    Services.log.Info(Name() + " is started with a ring of " + std::to_string(Common.queueDepth) + " slots of " +
+                      std::to_string(Layout.lockSize) + " bytes.");
+}
+
+void Stream::Stop()
+{
+    Media->Stop();
+    OpenedOn->EndRunning(ContextId);
+    Services.memory.GiveBack(std::exchange(RingBytes, 0));
+    Now = State::Opened;
+    const media::NetworkCounters counters = Media->Counters();
+    Services.log.Info(Name() + " is stopped: " + std::to_string(counters.transferredPackets) + " packets, " +
+                      std::to_string(counters.lostPackets) + " lost, " + std::to_string(counters.drops) +
+                      " slots dropped, " + std::to_string(counters.underruns) + " underruns.");
+}
+
+void Stream::Close()
+{
+    if (OpenedOn) OpenedOn->NoteOpened(ContextId, -1);
+    OpenedOn.reset();
+    Now = State::Closed;
+    Services.log.Info(Name() + " is closed.");
+}
+
+} // namespace mxs
