@@ -1,0 +1,60 @@
+// The one implementation of ISdpModule: what ST 2110 means in the lines of a description.
+#pragma once
+
+#include "sdp/ISdpModule.h"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <string>
+
+namespace quill::sdp_module
+{
+
+class SdpModule : public ISdpModule
+{
+public:
+    SdpModule(SdpSink errorSink, SdpSink warningSink);
+
+    void SetSession(const SdpSession& session) override;
+    void SetMedias(SdpMediaList& medias) override;
+    SdpSession GetSession() const override;
+    SdpMediaList& GetMedias() override;
+    SdpCode Read(const std::string& text) override;
+
+private:
+    // Steps of Read in SdpModule.cpp: the session, and what all media share.
+    SdpCode ParseSdpSession(const nlohmann::json& tree);
+    SdpCode ParseSdpOrigin(const nlohmann::json& origin);
+    SdpCode ConvertIpAddress(const std::string& text, uint32_t version, SdpIpAddress& address);
+    SdpCode ParseSdpMedias(const nlohmann::json& tree);
+    SdpCode ParseSdpMedia(const nlohmann::json& media, size_t index);
+    SdpCode ParsePayloads(const nlohmann::json& media, size_t index, uint8_t& payloadType);
+    SdpCode ParseConnection(const nlohmann::json& connection, SdpIpAddress& address);
+    SdpCode ParseRefClock(const std::string& value, SdpRefClock& clock);
+    SdpCode ParseTimestamps(const nlohmann::json& formats, SdpMedia& record);
+
+    // Steps of Read in SdpModuleEssence.cpp. `record` is set on success alone; a media whose kind is not supported is
+    // told to the warning sink and is a success without a record.
+    SdpCode ParseVideoMedia(const nlohmann::json& media, std::unique_ptr<SdpMedia>& record);
+    SdpCode ParseAudioMedia(const nlohmann::json& media, std::unique_ptr<SdpMedia>& record);
+    SdpCode ParseVideoConfig(const std::string& config, SdpMediaVideo& video);
+    SdpCode ParseAncConfig(const std::string& config, SdpMediaAnc& anc);
+    SdpCode ParseAudioConfig(const std::string& config, SdpMediaAudio& audio);
+    SdpCode ReadAudioFields(const nlohmann::json& media, SdpMediaAudio& audio);
+
+    SdpCode Fail(SdpCode code, const std::string& message) const;
+
+    SdpSink ErrorSink;
+    SdpSink WarningSink;
+    nlohmann::json Tree;
+    bool SessionSet = false;
+    SdpSession Session;
+    SdpMediaList Medias;
+};
+
+/// The frame rate of an "exactframerate": 25, or 30000/1001 as 30 with the fraction set. Any other form is
+/// kSdpValueUnsupported.
+SdpCode ParseFrameRate(const std::string& text, uint32_t& rate, bool& is1001);
+
+} // namespace quill::sdp_module
