@@ -8,12 +8,7 @@
 namespace mxs
 {
 
-namespace
-{
-
 using namespace std::chrono_literals;
-
-} // namespace
 
 Service::Service(ServiceSettings settings, const Log& log)
     : Settings(std::move(settings)), Out(log), Memory(Settings.media.memoryLimitBytes),
@@ -31,7 +26,9 @@ Service::~Service()
 
 StreamServices Service::ForStreams()
 {
-    return {Conductors, Cores, Interfaces, Drops, Memory, Settings.media, Out};
+    media::MediaSettings settings = Settings.media;
+    if (!settings.log) settings.log = [this](const std::string& line) { Out.Warning(line); };
+    return {Conductors, Cores, Interfaces, Drops, Memory, std::move(settings), Out};
 }
 
 ApiServices Service::ForApi()

@@ -182,7 +182,7 @@ int main(int count, char** texts)
 
     const Log log(options->logLevel);
     RaiseDescriptorLimit(log);
-    if (const uint32_t removed = CFlowRailFactory::RemoveAbandoned(""); removed > 0)
+    if (const uint32_t removed = CFlowRailFactory::RemoveAbandoned(media::kRailNamePrefix); removed > 0)
         log.Warning("Removed " + std::to_string(removed) + " rails that a service which died had left behind.");
 
     Service service(options->service, log);
