@@ -65,7 +65,7 @@ struct MXS_STATUS
     uint64_t MxsVersion = 0;
     uint64_t FlowRailVersion = 0;
     bool Initialized = false;
-    PROCESSING_STATUS ProcessingStatus;
+    PROCESSING_STATUS ProcessingStatus{};
 
     bool operator==(const MXS_STATUS&) const = default;
 };
@@ -126,11 +126,11 @@ struct NET_IF_CONFIG
 struct NET_IF_CHARACTERISTICS
 {
     uint32_t InterfaceIndex = 0;
-    std::string SystemName;
+    std::string SystemName{};
     uint32_t LinkSpeed = 0;
     uint32_t DuplexType = 0;
     uint32_t MTU = 0;
-    std::string DriverVersion;
+    std::string DriverVersion{};
     uint32_t NumaNode = 0;
     uint64_t Mac = 0;
     bool LinkStatus = false;
@@ -140,7 +140,7 @@ struct NET_IF_CHARACTERISTICS
 
 struct NET_IF_STATUS
 {
-    NET_IF_CHARACTERISTICS Characteristics;
+    NET_IF_CHARACTERISTICS Characteristics{};
     uint64_t UploadThroughput = 0;
     uint64_t DownloadThroughput = 0;
 
@@ -162,7 +162,7 @@ struct STREAM_CREATE
 struct STREAM_COMMON_CONFIG
 {
     uint32_t ApplicativeBufferQueueDepth = 0;
-    std::vector<uint64_t> CpuCores; // a read appends
+    std::vector<uint64_t> CpuCores{}; // a read appends
     uint64_t ConductorID = 0;
     uint32_t NumaNode = 0;
 
@@ -176,7 +176,7 @@ struct CONNECTION_CONFIG
     uint16_t DestinationPort = 0;
     uint64_t NetworkInterfaceID = 0;
     uint32_t MulticastMode = 0;
-    std::vector<uint32_t> MulticastSources; // a read appends
+    std::vector<uint32_t> MulticastSources{}; // a read appends
     uint8_t Dscp = 0;
     uint8_t MulticastTtl = 0;
 
@@ -188,7 +188,7 @@ struct STREAM_NETWORK_CONFIG
     uint8_t PayloadType = 0;
     uint32_t SSRC = 0;
     uint32_t SocketBufferSize = 0;
-    std::vector<CONNECTION_CONFIG> ConnectionConfigurations; // a read appends
+    std::vector<CONNECTION_CONFIG> ConnectionConfigurations{}; // a read appends
 
     bool operator==(const STREAM_NETWORK_CONFIG&) const = default;
 };
@@ -205,14 +205,14 @@ struct STREAM_STATE
 struct FLOW_RAIL_DESCRIPTOR
 {
     uint32_t Type = FLOW_RAIL_DESCRIPTOR_TYPE_UNKNOWN;
-    std::multimap<std::string, std::string> Description; // a read replaces it
+    std::multimap<std::string, std::string> Description{}; // a read replaces it
 
     bool operator==(const FLOW_RAIL_DESCRIPTOR&) const = default;
 };
 
 struct STREAM_COMMON_STATUS
 {
-    FLOW_RAIL_DESCRIPTOR FlowRailDescriptor;
+    FLOW_RAIL_DESCRIPTOR FlowRailDescriptor{};
     uint64_t MinProcessingTime = 0;
     uint64_t MaxProcessingTime = 0;
     uint64_t MeanProcessingTime = 0;
