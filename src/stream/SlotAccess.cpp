@@ -2,6 +2,7 @@
 // failure to log, and the only wait is the one for a slot.
 #include "stream/CStreamModel.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 

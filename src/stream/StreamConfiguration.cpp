@@ -2,6 +2,7 @@
 #include "stream/CStreamModel.h"
 
 #include <algorithm>
+#include <cstring>
 #include <span>
 #include <string>
 
@@ -270,7 +271,7 @@ ZEFA_ERRORCODE CStreamModel::GetNetworkStatus(ZEFA_STREAM_NETWORK_STATUS* status
     const RESULT_CODE result = StreamClient()->GetNetworkStatus(StreamId, &record);
     if (result == RESULT_NO_ERROR)
     {
-        *status = {}; // the bytes behind the payload type too
+        std::memset(status, 0, sizeof *status); // the bytes behind the payload type too
         status->ReceivedSSRC_UL = record.ReceivedSSRC;
         status->PayloadType_UB = record.PayloadType;
         status->TotalTransferredPacketCount_ULL = record.TotalTransferredPacketCount;
