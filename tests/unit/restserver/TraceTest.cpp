@@ -14,20 +14,26 @@ namespace
 thread_local size_t allocations = 0;
 }
 
-// Counts what the calling thread allocates.
-void* operator new(size_t size)
+// Counts what the calling thread allocates. Out of line, or the compiler would see one half of a pair without the other.
+[[gnu::noinline]] void* operator new(size_t size)
 {
     ++allocations;
     if (void* memory = std::malloc(size ? size : 1)) return memory;
     throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    ++allocations;
+    return std::malloc(size ? size : 1);
+}
+
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void* memory, size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept
 {
     std::free(memory);
 }
