@@ -403,6 +403,12 @@ void FakeMxs::ForgetRequests()
     Impl->Requests.clear();
 }
 
+void FakeMxs::ForgetAnswers()
+{
+    std::lock_guard lock(Impl->Mutex);
+    Impl->Scripts.clear();
+}
+
 size_t FakeMxs::ConnectionCount() const
 {
     std::lock_guard lock(Impl->Mutex);

@@ -43,13 +43,13 @@ struct FakeRequest
 struct FakeAnswer
 {
     unsigned Status = 200;
-    std::string Body;
-    FakeHeaders Headers;                          // beside Content-Type and Content-Length
+    std::string Body = {};
+    FakeHeaders Headers = {};                     // beside Content-Type and Content-Length
     std::string ContentType = "application/json"; // none is sent for an empty text or an empty body
     std::chrono::milliseconds Delay{0};           // before the first byte
     std::chrono::milliseconds BodyDelay{0};       // between head and body
     bool CloseAfter = false;                      // the connection ends behind this answer
-    std::optional<std::string> Raw; // sent in place of all that; "" with CloseAfter closes without an answer
+    std::optional<std::string> Raw = {}; // sent in place of all that; "" with CloseAfter closes without an answer
 
     static FakeAnswer Bytes(std::string raw) // garbage, or an answer cut short: closes behind the bytes
     {
@@ -101,6 +101,7 @@ public:
     bool WaitForRequests(const std::string& method, const std::string& path, size_t count,
                          std::chrono::milliseconds limit = std::chrono::seconds(10)) const;
     void ForgetRequests();
+    void ForgetAnswers();
 
     size_t ConnectionCount() const; // ever opened
     // Closes the connections on which no request is being answered, as a service does with idle ones.

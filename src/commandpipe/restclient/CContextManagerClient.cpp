@@ -15,9 +15,9 @@ namespace Quillmont::Trellis::CommandPipe::RestClient
 
 using namespace RestServer;
 using std::chrono::steady_clock;
+using web::http::header_names;
 using web::http::methods;
 using web::http::status_codes;
-namespace header_names = web::http::header_names;
 
 namespace
 {
@@ -52,7 +52,7 @@ RESULT_CODE CContextManagerClient::Authenticate(CONTEXT_IDENTITY* identity)
     if (!Initialized) return result = RESULT_NOT_INITIALIZED;
     CExchange exchange(RestClient, kAuthenticate);
     result = exchange.With(*identity).Send();
-    if (result != RESULT_NO_ERROR) return result;
+    if (result != RESULT_NO_ERROR || !exchange.HasGoodStatus()) return result;
 
     const web::http::http_headers headers = exchange.Headers();
     const auto token = headers.find(header_names::authorization);

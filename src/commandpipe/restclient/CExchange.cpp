@@ -67,7 +67,8 @@ RESULT_CODE CExchange::Send()
 RESULT_CODE CExchange::Receive(web::json::value* json)
 {
     const RESULT_CODE result = Send();
-    return result == RESULT_NO_ERROR ? Client->GetBody(Response, json) : result;
+    if (result != RESULT_NO_ERROR || !HasGoodStatus()) return result;
+    return Client->GetBody(Response, json);
 }
 
 RESULT_CODE CExchange::ReadList(std::vector<uint64_t>* ids)
@@ -84,7 +85,7 @@ RESULT_CODE CExchange::ReadList(std::vector<uint64_t>* ids, bool strictly)
 {
     web::json::value json;
     const RESULT_CODE received = Receive(&json);
-    if (received != RESULT_NO_ERROR) return received;
+    if (json.is_null()) return received;
 
     std::vector<uint64_t>* read = nullptr;
     const RESULT_CODE result = CSerializer::FromJSON(json, &read);

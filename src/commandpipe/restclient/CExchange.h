@@ -48,7 +48,8 @@ public:
     bool HasGoodStatus() const;
     RestServer::RESULT_CODE ServerError();
 
-    // Those three together: 5000 is a good answer.
+    // Those three together. A refusal whose record says 5000 gives 5000 like a good answer: where more follows, ask
+    // HasGoodStatus as well.
     RestServer::RESULT_CODE Send();
 
     // Sends, and fills the record in place.
@@ -57,8 +58,7 @@ public:
     {
         web::json::value json;
         const RestServer::RESULT_CODE result = Receive(&json);
-        if (result != RestServer::RESULT_NO_ERROR) return result;
-        return RestServer::CSerializer::FromJSON(json, &record, true);
+        return json.is_null() ? result : RestServer::CSerializer::FromJSON(json, &record, true);
     }
 
     // Sends, empties the vector and refills it in the document's order. A document without a list is an empty list.
@@ -69,12 +69,12 @@ public:
     // Sends, and stores the identifier that a 201 names in its Location. A 200 leaves it as it was.
     RestServer::RESULT_CODE Create(uint64_t* id);
 
-    RestServer::RESULT_CODE Receive(web::json::value* json);
-
     web::http::status_code Status() const { return Response->status_code(); }
     web::http::http_headers Headers() const { return Response->headers(); }
 
 private:
+    // Sends. The document of a good answer is never null; where there is none to read, the result says why.
+    RestServer::RESULT_CODE Receive(web::json::value* json);
     RestServer::RESULT_CODE ReadList(std::vector<uint64_t>* ids, bool strictly);
 
     CRestClient* const Client;

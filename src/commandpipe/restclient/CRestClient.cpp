@@ -24,11 +24,11 @@ namespace Quillmont::Trellis::CommandPipe::RestClient
 {
 
 using namespace RestServer;
+using web::http::header_names;
 using web::http::http_request;
 using web::http::http_response;
 using web::http::methods;
 using web::http::status_codes;
-namespace header_names = web::http::header_names;
 
 namespace
 {
