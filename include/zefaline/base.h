@@ -9,29 +9,30 @@
 #include <stdint.h>
 
 #if defined(__GNUC__) || defined(__clang__)
-#define ZEFA_API __attribute__((visibility("default")))
+#define ZEFA_VISIBLE __attribute__((visibility("default")))
 #else
-#define ZEFA_API
+#define ZEFA_VISIBLE
 #endif
 
 #ifdef __cplusplus
-extern "C"
-{
+#define ZEFA_API extern "C" ZEFA_VISIBLE
+#else
+#define ZEFA_API extern ZEFA_VISIBLE
 #endif
 
-    /**
+/**
  * Handle of a context or of a stream: the address of an object inside the library. It is given out by
  * ZEFA_CreateMXSContext and ZEFA_CreateStream, belongs to the application and is good in every thread until it is
  * destroyed. A null handle and a handle of the other kind are told apart from a good one; an address that never was a
  * handle, or one that was destroyed, may fault.
  */
-    typedef void* ZEFA_HANDLE;
+typedef void* ZEFA_HANDLE;
 
-    /** A locked slot: an opaque value, good from ZEFA_LockSlot to ZEFA_UnlockSlot of the same stream. */
-    typedef void* ZEFA_SLOT;
+/** A locked slot: an opaque value, good from ZEFA_LockSlot to ZEFA_UnlockSlot of the same stream. */
+typedef void* ZEFA_SLOT;
 
-    /** Result of every exported function: one of the ZEFA_ERR_ constants, or ZEFA_NO_ERROR. */
-    typedef uint32_t ZEFA_ERRORCODE;
+/** Result of every exported function: one of the ZEFA_ERR_ constants, or ZEFA_NO_ERROR. */
+typedef uint32_t ZEFA_ERRORCODE;
 
 /** @name Result codes
  *  The text of each is given by ZEFA_ErrorToString.
@@ -59,10 +60,6 @@ extern "C"
 #define ZEFA_MAX_MULTICAST_SOURCES 128 /**< Entries of ZEFA_CONNECTION_CONFIG::MulticastSources_UL. */
 #define ZEFA_NAME_CHARS 50             /**< Characters of a name in a structure, its NUL included. */
 #define ZEFA_ERROR_TEXT_CHARS 20       /**< Characters of the longest text of ZEFA_ErrorToString, its NUL included. */
-    /** @} */
-
-#ifdef __cplusplus
-}
-#endif
+/** @} */
 
 #endif /* ZEFALINE_BASE_H */

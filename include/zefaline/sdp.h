@@ -8,57 +8,88 @@
 #include "base.h"
 #include "stream.h"
 
-#ifdef __cplusplus
-extern "C"
-{
-#endif
-
-    /** How media time follows the reference clock (RFC 7273 "mediaclk"). */
-    typedef uint32_t ZEFA_SDP_MEDIA_CLOCK;
+/** How media time follows the reference clock (RFC 7273 "mediaclk"). */
+typedef uint32_t ZEFA_SDP_MEDIA_CLOCK;
 #define ZEFA_SDP_MEDIA_CLOCK_DIRECT UINT32_C(0)  /**< "direct=0" */
 #define ZEFA_SDP_MEDIA_CLOCK_SENDER UINT32_C(1)  /**< "sender" */
 #define ZEFA_SDP_MEDIA_CLOCK_NOT_SET UINT32_C(2) /**< The description has none; cannot be written. */
 
-    /** What an RTP timestamp says (SMPTE ST 2110-10 "TSMODE"). */
-    typedef uint32_t ZEFA_SDP_TS_MODE;
+/** What an RTP timestamp says (SMPTE ST 2110-10 "TSMODE"). */
+typedef uint32_t ZEFA_SDP_TS_MODE;
 #define ZEFA_SDP_TS_MODE_SAMP UINT32_C(0)    /**< "SAMP": when the media was sampled. */
 #define ZEFA_SDP_TS_MODE_NEW UINT32_C(1)     /**< "NEW": made anew by the sender. */
 #define ZEFA_SDP_TS_MODE_PRES UINT32_C(2)    /**< "PRES": kept from the source. */
 #define ZEFA_SDP_TS_MODE_NOT_SET UINT32_C(3) /**< The description has none. */
 
-    /** Kind of reference clock (RFC 7273 "ts-refclk"). */
-    typedef uint32_t ZEFA_SDP_REFCLOCK;
+/** Kind of reference clock (RFC 7273 "ts-refclk"). */
+typedef uint32_t ZEFA_SDP_REFCLOCK;
 #define ZEFA_SDP_REFCLOCK_PTP UINT32_C(0)           /**< PTP with a grandmaster: identity and domain. */
 #define ZEFA_SDP_REFCLOCK_PTP_TRACEABLE UINT32_C(1) /**< PTP, traceable. */
 #define ZEFA_SDP_REFCLOCK_LOCALMAC UINT32_C(2)      /**< The sender's own clock, named by its MAC address. */
 
-    /** What a description says and the configuration of a stream has no place for. */
-    typedef struct ZEFA_SDP_INFO
-    {
-        char SessionName[ZEFA_NAME_CHARS];        /**< "s=", NUL-terminated, cut to 49 characters. */
-        char SessionDescription[ZEFA_NAME_CHARS]; /**< "i=", NUL-terminated, cut to 49 characters. */
-        ZEFA_SDP_MEDIA_CLOCK MediaClock_E;        /**< Media clock. */
-        ZEFA_SDP_TS_MODE TsMode_E;                /**< Meaning of the timestamps. */
-        uint8_t TsDelayPresent_B;                 /**< Non-zero: the next field counts. */
-        uint32_t TsDelay_UL;                      /**< "TSDELAY" in microseconds. */
-        char ChannelOrder[ZEFA_NAME_CHARS];       /**< Audio "channel-order", NUL-terminated, cut to 49 characters. */
-        ZEFA_SDP_REFCLOCK RefClock_E;             /**< Kind of reference clock. */
-        uint8_t RefClockId_UB[8];  /**< Identity, or MAC in the first 6 bytes; last group of the text first. */
-        uint8_t RefClockDomain_UB; /**< PTP domain. */
-    } ZEFA_SDP_INFO;
+/** What a description says and the configuration of a stream has no place for. */
+typedef struct ZEFA_SDP_INFO
+{
+    char SessionName[ZEFA_NAME_CHARS];        /**< "s=", NUL-terminated, cut to 49 characters. */
+    char SessionDescription[ZEFA_NAME_CHARS]; /**< "i=", NUL-terminated, cut to 49 characters. */
+    ZEFA_SDP_MEDIA_CLOCK MediaClock_E;        /**< Media clock. */
+    ZEFA_SDP_TS_MODE TsMode_E;                /**< Meaning of the timestamps. */
+    uint8_t TsDelayPresent_B;                 /**< Non-zero: the next field counts. */
+    uint32_t TsDelay_UL;                      /**< "TSDELAY" in microseconds. */
+    char ChannelOrder[ZEFA_NAME_CHARS];       /**< Audio "channel-order", NUL-terminated, cut to 49 characters. */
+    ZEFA_SDP_REFCLOCK RefClock_E;             /**< Kind of reference clock. */
+    uint8_t RefClockId_UB[8];  /**< Identity, or MAC in the first 6 bytes; last group of the text first. */
+    uint8_t RefClockDomain_UB; /**< PTP domain. */
+} ZEFA_SDP_INFO;
 
-    /** Reads a session description into stream configuration. */
-    ZEFA_API ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void* pReserved,
-                                         ZEFA_STREAM_NETWORK_CONFIG* pNetworkConfig_X,
-                                         ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, ZEFA_SDP_INFO* pInfo_X);
+/**
+ * Reads a session description (SDP, RFC 4566, with SMPTE ST 2110-10, -20, -30 or -40) into the configuration of
+ * one stream.
+ *
+ * Needs no context and no service. Any number of threads may call at once.
+ *
+ * Success means that the text was read, not that everything in it has a place in the structures: what a
+ * description says and the exported enumerations cannot say is left out in silence, and the fields behind it stay
+ * as they were. So initialise the structures before the call, and VideoStandard_E to ZEFA_VIDEO_STANDARD_UNKNOWN.
+ * A description that gives the frame rate of interlaced video finds no standard: the standards go by the field
+ * rate.
+ *
+ * Read are: payload type, number of connections (one for each "m=" line, up to ZEFA_MAX_CONNECTIONS), destination
+ * address and port of each, the address of the "o=" line as SourceIp_UL of each, and from the first media its
+ * essence and clocks. Not read, and for the application to set: interface, multicast mode and sources, the format
+ * of the application's buffers, packets per buffer.
+ *
+ * C++ exceptions leave this function for descriptions whose numbers or tree cannot be used: std::invalid_argument
+ * and std::out_of_range ("invalid stoi argument" and their like) from the conversion of numbers, nlohmann::json
+ * exceptions (derived from std::exception) from the access to parts that are missing. Catch std::exception around
+ * the call; a program in C must check the description by other means. Nothing but memory is lost by them.
+ *
+ * @param[in] pSdp_C The description, NUL-terminated, not null, of any length; lines may end in CR LF or LF.
+ * @param pReserved Not read.
+ * @param[out] pNetworkConfig_X Network configuration to fill in part.
+ * @param[out] pEssenceConfig_X Essence configuration to fill in part.
+ * @param[out] pInfo_X Further items to fill in part.
+ * @retval ZEFA_NO_ERROR The description was read.
+ * @retval ZEFA_ERR_INVALID_POINTER One of the three structures is null.
+ * @retval ZEFA_ERR_OPERATION_FAILED The description lacks something mandatory, has a value that is not supported,
+ *        or has no media; the log says what.
+ */
+ZEFA_API ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void* pReserved,
+                                     ZEFA_STREAM_NETWORK_CONFIG* pNetworkConfig_X,
+                                     ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, ZEFA_SDP_INFO* pInfo_X);
 
-    /** Writes stream configuration as a session description. */
-    ZEFA_API ZEFA_ERRORCODE ZEFA_WriteSDP(const ZEFA_STREAM_NETWORK_CONFIG* pNetworkConfig_X,
-                                          const ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, const ZEFA_SDP_INFO* pInfo_X,
-                                          char* pSdp_C, uint32_t* pSize_UL);
-
-#ifdef __cplusplus
-}
-#endif
+/**
+ * Writes stream configuration as a session description. Not carried out in this version.
+ *
+ * @param[in] pNetworkConfig_X Network configuration.
+ * @param[in] pEssenceConfig_X Essence configuration.
+ * @param[in] pInfo_X Further items.
+ * @param[out] pSdp_C Buffer for the text.
+ * @param[in,out] pSize_UL Size of the buffer in bytes; receives the length of the text.
+ * @retval ZEFA_ERR_NOT_IMPLEMENTED Always, in this version. No argument is looked at.
+ */
+ZEFA_API ZEFA_ERRORCODE ZEFA_WriteSDP(const ZEFA_STREAM_NETWORK_CONFIG* pNetworkConfig_X,
+                                      const ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, const ZEFA_SDP_INFO* pInfo_X,
+                                      char* pSdp_C, uint32_t* pSize_UL);
 
 #endif /* ZEFALINE_SDP_H */

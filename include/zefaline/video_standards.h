@@ -7,15 +7,10 @@
 
 #include "base.h"
 
-#ifdef __cplusplus
-extern "C"
-{
-#endif
-
-    /** Number of a video standard, as a picture. Interlaced standards are named by their field rate. */
-    typedef int32_t ZEFA_VIDEO_STANDARD;
-    /** The same numbers, as an SDI signal; everything above 44 is unknown. */
-    typedef uint32_t ZEFA_SDI_VIDEO_STANDARD;
+/** Number of a video standard, as a picture. Interlaced standards are named by their field rate. */
+typedef int32_t ZEFA_VIDEO_STANDARD;
+/** The same numbers, as an SDI signal; everything above 44 is unknown. */
+typedef uint32_t ZEFA_SDI_VIDEO_STANDARD;
 
 #define ZEFA_VIDEO_STANDARD_720X480_I_59_94 INT32_C(0)    /**< 720 x 480, 59.94 fields a second. */
 #define ZEFA_VIDEO_STANDARD_720X487_I_59_94 INT32_C(1)    /**< 720 x 487, 59.94 fields a second. */
@@ -64,21 +59,44 @@ extern "C"
 #define ZEFA_VIDEO_STANDARD_4096X2160_P_60 INT32_C(44)    /**< 4096 x 2160, 60 frames a second. */
 #define ZEFA_VIDEO_STANDARD_UNKNOWN INT32_C(45)           /**< No standard of this table. */
 
-    /** Tells the picture of a video standard. */
-    ZEFA_API ZEFA_ERRORCODE ZEFA_ST2110_20_GetVideoStandardInfo(ZEFA_VIDEO_STANDARD VideoStandard_E,
-                                                                uint32_t* pWidth_UL, uint32_t* pHeight_UL,
-                                                                uint32_t* pRate_UL, uint8_t* pInterlaced_B,
-                                                                uint8_t* pFractional_B);
+/**
+ * Tells the picture of a video standard. Needs no context; any thread; does not block.
+ *
+ * @param VideoStandard_E Number of the standard, 0 to 44.
+ * @param[out] pWidth_UL Pixels of a line.
+ * @param[out] pHeight_UL Lines of the picture, both fields together.
+ * @param[out] pRate_UL Frames a second, fields a second of an interlaced standard.
+ * @param[out] pInterlaced_B Receives 1 for interlaced, else 0.
+ * @param[out] pFractional_B Receives 1 when the true rate is pRate_UL times 1000/1001, else 0.
+ * @retval ZEFA_NO_ERROR Done.
+ * @retval ZEFA_ERR_INVALID_POINTER An output is null, whatever the number.
+ * @retval ZEFA_ERR_NOT_FOUND There is no such standard; nothing is written.
+ */
+ZEFA_API ZEFA_ERRORCODE ZEFA_ST2110_20_GetVideoStandardInfo(ZEFA_VIDEO_STANDARD VideoStandard_E, uint32_t* pWidth_UL,
+                                                            uint32_t* pHeight_UL, uint32_t* pRate_UL,
+                                                            uint8_t* pInterlaced_B, uint8_t* pFractional_B);
 
-    /** Tells the timing of a video standard as an SDI signal. */
-    ZEFA_API ZEFA_ERRORCODE ZEFA_GetAncSdiVideoStandardInfo(ZEFA_SDI_VIDEO_STANDARD VideoStandard_E,
-                                                            uint32_t* pTotalSamples_UL, uint32_t* pActiveSamples_UL,
-                                                            uint32_t* pTotalLines_UL, uint32_t* pActiveLines_UL,
-                                                            uint32_t* pRate_UL, uint8_t* pInterlaced_B,
-                                                            uint8_t* pFractional_B);
-
-#ifdef __cplusplus
-}
-#endif
+/**
+ * Tells the timing of a video standard as an SDI signal (SMPTE ST 292-1, ST 424), of one of four links from 2160
+ * lines on.
+ *
+ * Needs no context; any thread; does not block.
+ *
+ * @param VideoStandard_E Number of the standard, 0 to 44. Any other number gives zeros with *pInterlaced_B 1, and
+ *        success.
+ * @param[out] pTotalSamples_UL Samples of a whole line; not null.
+ * @param[out] pActiveSamples_UL Samples of the active part of a line; not null.
+ * @param[out] pTotalLines_UL Lines of a frame; not null.
+ * @param[out] pActiveLines_UL Active lines of a frame; not null.
+ * @param[out] pRate_UL Frames a second, fields a second of an interlaced signal; not null.
+ * @param[out] pInterlaced_B Receives 1 for interlaced, else 0; not null.
+ * @param[out] pFractional_B Receives 1 when the true rate is pRate_UL times 1000/1001, else 0; not null.
+ * @retval ZEFA_NO_ERROR Always.
+ */
+ZEFA_API ZEFA_ERRORCODE ZEFA_GetAncSdiVideoStandardInfo(ZEFA_SDI_VIDEO_STANDARD VideoStandard_E,
+                                                        uint32_t* pTotalSamples_UL, uint32_t* pActiveSamples_UL,
+                                                        uint32_t* pTotalLines_UL, uint32_t* pActiveLines_UL,
+                                                        uint32_t* pRate_UL, uint8_t* pInterlaced_B,
+                                                        uint8_t* pFractional_B);
 
 #endif /* ZEFALINE_VIDEO_STANDARDS_H */

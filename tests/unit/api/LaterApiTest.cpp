@@ -1,0 +1,18 @@
+// Functions that this version exports and does not carry out.
+#include "zefaline.h"
+
+#include <gtest/gtest.h>
+
+TEST(LaterApi, SaysThatItIsNotImplemented)
+{
+    EXPECT_EQ(ZEFA_CreatePTPDSFromProfile(0, nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_GetPTPConfig(nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_SetPTPConfig(nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_GetPTPStatus(nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_SlotAncAllocatePacket(nullptr, nullptr, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_SlotAncGetNbPackets(nullptr, nullptr, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_SlotAncGetPacket(nullptr, nullptr, 0, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_SlotAncInsertPacket(nullptr, nullptr, 0, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_SlotAncRemovePacket(nullptr, nullptr, 0, 0, 0, 0), ZEFA_ERR_NOT_IMPLEMENTED);
+    EXPECT_EQ(ZEFA_WriteSDP(nullptr, nullptr, nullptr, nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
+}

@@ -1,0 +1,17 @@
+// The whole header in C++11, with its constants used as an application uses them.
+#include "HeaderSizes.h"
+
+const size_t SizesInCxx11[HEADER_SIZE_COUNT] = {HEADER_SIZES};
+
+int UseConstantsInCxx11(ZEFA_ERRORCODE code, ZEFA_VIDEO_STANDARD standard)
+{
+    ZEFA_ESSENCE_CONFIG config = {};
+    config.EssenceType_E = ZEFA_ESSENCE_TYPE_ST2110_20;
+    config.Essence_X.ST2110_20_X.VideoStandard_E = ZEFA_VIDEO_STANDARD_UNKNOWN;
+    switch (code)
+    {
+    case ZEFA_NO_ERROR: return standard == ZEFA_VIDEO_STANDARD_1920X1080_P_59_94 ? 1 : 2;
+    case ZEFA_ERR_TIMEOUT: return config.Essence_X.ST2110_20_X.VideoStandard_E;
+    default: return 0;
+    }
+}
