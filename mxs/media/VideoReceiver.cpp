@@ -22,6 +22,7 @@ constexpr uint32_t kNoSocketOrMemory = 10;
 constexpr uint32_t kWrongState = 9;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr uint64_t kRailLimitBytes = 1ULL << 32;
+constexpr uint64_t kLeastBuffer = 1 << 20;
 
 // Batches taken from one socket before the next one's turn, and turns before other streams of the conductor run.
 constexpr int kBatchesEachTurn = 16;
@@ -134,9 +135,10 @@ Outcome VideoReceiver::MakeRail()
 
 uint64_t VideoReceiver::DefaultBufferBytes() const
 {
-    // Two frames as they travel.
+    // Two frames as they travel, and never so little that a few small packets fill it.
     const PixelGroup& group = *FindPixelGroup(Video.network.sampling, DepthBits(Video.network.depth));
-    return uint64_t{2} * Video.height * (Video.width / group.pixels) * group.bytes;
+    const uint64_t frameBytes = uint64_t{Video.height} * (Video.width / group.pixels) * group.bytes;
+    return std::max(2 * frameBytes, kLeastBuffer);
 }
 
 Outcome VideoReceiver::OpenSockets()
