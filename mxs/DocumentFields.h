@@ -59,11 +59,11 @@ Value ReadUnsigned(const Json& value, const std::string& path)
 {
     constexpr uint64_t kLimit = std::numeric_limits<Value>::max();
     const std::string range = "is no whole number from 0 to " + std::to_string(kLimit);
-    if (value.is_number_unsigned())
+    if (value.is_number_integer())
     {
-        const uint64_t number = value.get<uint64_t>();
-        if (number > kLimit) RefuseKey(path, range);
-        return static_cast<Value>(number);
+        const bool negative = !value.is_number_unsigned() && value.get<int64_t>() < 0;
+        if (negative || value.get<uint64_t>() > kLimit) RefuseKey(path, range);
+        return static_cast<Value>(value.get<uint64_t>());
     }
     if (!value.is_number_float()) RefuseKey(path, range);
     const double number = value.get<double>();

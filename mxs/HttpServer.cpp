@@ -71,7 +71,7 @@ struct HttpServer::State
     class Listener;
 
     State(const HttpLimits& limits, HttpHandler handler, const Log& log)
-        : Limits(limits), Handler(std::move(handler)), Out(log), Io(static_cast<int>(limits.threads))
+        : Limits(limits), Handler(std::move(handler)), Out(log), Io(std::in_place, static_cast<int>(limits.threads))
     {
     }
 
@@ -80,7 +80,7 @@ struct HttpServer::State
     const Log& Out;
     std::atomic<size_t> Connections = 0;
     uint16_t Port = 0;
-    asio::io_context Io; // its destructor ends the sessions and listeners, which use what stands above
+    std::optional<asio::io_context> Io; // its end is that of sessions and listeners, which use what stands above
     std::vector<std::thread> Threads;
 };
 
@@ -214,7 +214,7 @@ class HttpServer::State::Listener : public std::enable_shared_from_this<Listener
 {
 public:
     explicit Listener(State& server)
-        : Server(server), Acceptor(asio::make_strand(server.Io)), Pause(Acceptor.get_executor())
+        : Server(server), Acceptor(asio::make_strand(*server.Io)), Pause(Acceptor.get_executor())
     {
     }
 
@@ -231,7 +231,7 @@ public:
 
     void Accept()
     {
-        Acceptor.async_accept(asio::make_strand(Server.Io),
+        Acceptor.async_accept(asio::make_strand(*Server.Io),
                               [self = shared_from_this()](ErrorCode error, tcp::socket socket)
                               { self->Accepted(error, std::move(socket)); });
     }
@@ -315,7 +315,7 @@ void HttpServer::Start(uint16_t port)
                 for (;;)
                     try
                     {
-                        Inner->Io.run();
+                        Inner->Io->run();
                         return;
                     }
                     catch (const std::exception& error) // out of memory in a session, which ends with it
@@ -327,10 +327,12 @@ void HttpServer::Start(uint16_t port)
 
 void HttpServer::Stop()
 {
-    Inner->Io.stop();
+    if (!Inner->Io) return;
+    Inner->Io->stop();
     for (std::thread& thread : Inner->Threads)
         thread.join();
     Inner->Threads.clear();
+    Inner->Io.reset(); // closes what is open
 }
 
 uint16_t HttpServer::Port() const

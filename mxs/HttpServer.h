@@ -34,7 +34,7 @@ public:
     // Listens on 127.0.0.1 and ::1 (on the former alone where there is no IPv6); port 0 takes a free one. Throws
     // std::system_error when it cannot.
     void Start(uint16_t port);
-    void Stop(); // closes all connections and returns when no handler runs
+    void Stop(); // closes all connections and returns when no handler runs; for good
     uint16_t Port() const;
 
 private:

@@ -1,0 +1,115 @@
+// Texts of identifiers and secrets, and the kernel's short files.
+#include "mxs/Identifiers.h"
+
+#include "mxs/Log.h"
+#include "mxs/Refusal.h"
+#include "mxs/SystemFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace test
+{
+namespace
+{
+
+using namespace mxs;
+
+TEST(Identifiers, AreSixteenLowercaseDigits)
+{
+    EXPECT_EQ("0000000000000001", IdText(1));
+    EXPECT_EQ("fedcba9876543210", IdText(0xfedcba9876543210));
+    EXPECT_EQ(0xfedcba9876543210, ParseId("fedcba9876543210"));
+    EXPECT_EQ(0xfedcba9876543210, ParseId("FEDCBA9876543210"));
+    for (const char* text :
+         {"", "1", "000000000000001", "00000000000000001", "000000000000000g", " 000000000000001", "+000000000000001"})
+        EXPECT_FALSE(ParseId(text)) << text;
+}
+
+TEST(Identifiers, OfTwoKindsNeverMeet)
+{
+    IdSource conductors(IdKind::Conductor), streams(IdKind::Stream);
+    const uint64_t conductor = conductors.Next();
+    EXPECT_NE(0u, conductor);
+    EXPECT_NE(conductor, streams.Next());
+    EXPECT_EQ(conductor + 1, conductors.Next());
+}
+
+TEST(Identifiers, TheLastSegmentEndsAPath)
+{
+    EXPECT_EQ("c", LastPathSegment("a/b/c"));
+    EXPECT_EQ("c", LastPathSegment("a/b/c/"));
+    EXPECT_EQ("c", LastPathSegment("c"));
+    EXPECT_EQ("", LastPathSegment(""));
+    EXPECT_EQ("", LastPathSegment("/"));
+    EXPECT_EQ("", LastPathSegment("a//"));
+}
+
+TEST(Secrets, ComeBackFromTheirTextAndDiffer)
+{
+    const Secret secret = MakeSecret(), other = MakeSecret();
+    const std::string text = SecretText(secret);
+    EXPECT_EQ(64u, text.size());
+    ASSERT_TRUE(ParseSecret(text));
+    EXPECT_TRUE(SameSecret(secret, *ParseSecret(text)));
+    EXPECT_FALSE(SameSecret(secret, other));
+    EXPECT_FALSE(ParseSecret(text + "0"));
+    EXPECT_FALSE(ParseSecret(""));
+    EXPECT_FALSE(ParseSecret(std::string(64, 'x')));
+}
+
+TEST(Secrets, OneBitAnywhereMakesThemDiffer)
+{
+    const Secret secret = MakeSecret();
+    for (size_t bit = 0; bit < 256; ++bit)
+    {
+        Secret changed = secret;
+        changed[bit / 8] = static_cast<uint8_t>(changed[bit / 8] ^ 1 << (bit % 8));
+        EXPECT_FALSE(SameSecret(secret, changed)) << bit;
+    }
+}
+
+TEST(SystemFiles, CpuListsAreRangesAndNumbers)
+{
+    using List = std::vector<uint32_t>;
+    EXPECT_EQ((List{0, 1, 2, 5}), ParseCpuList("0-2,5"));
+    EXPECT_EQ(List{7}, ParseCpuList("7"));
+    EXPECT_EQ(List{}, ParseCpuList(""));
+    EXPECT_EQ(List{3}, ParseCpuList("x,3,-,2-1"));
+    EXPECT_EQ(8192u, ParseCpuList("0-4294967295").size()); // a broken file fills no memory
+}
+
+TEST(SystemFiles, WhatIsNotThereIsNothing)
+{
+    EXPECT_FALSE(ReadSystemText("/nonexistent"));
+    EXPECT_FALSE(ReadSystemNumber("/nonexistent"));
+    EXPECT_FALSE(ReadSystemNumber("/proc/version"));
+    EXPECT_TRUE(ReadSystemNumber("/sys/class/net/lo/mtu"));
+}
+
+TEST(ErrorCodes, HaveTheirStatus)
+{
+    EXPECT_EQ(404u, StatusOf(kUnknownConductor));
+    EXPECT_EQ(403u, StatusOf(kForeignResource));
+    EXPECT_EQ(401u, StatusOf(kTokenNeeded));
+    EXPECT_EQ(405u, StatusOf(kBadMethod));
+    EXPECT_EQ(409u, StatusOf(kWrongState));
+    EXPECT_EQ(500u, StatusOf(kOperationFailed));
+    EXPECT_EQ(500u, StatusOf(12345));
+}
+
+TEST(Log, LinesBelowTheLevelAreLeftOutAndControlCharactersReplaced)
+{
+    std::vector<std::string> lines;
+    const mxs::Log log(LogLevel::Warning, [&](LogLevel, std::string_view text) { lines.emplace_back(text); });
+
+    log.Error("one\ntwo\x1b[31m");
+    log.Warning("three");
+    log.Info("four");
+
+    EXPECT_EQ((std::vector<std::string>{"one?two?[31m", "three"}), lines);
+}
+
+} // namespace
+} // namespace test
