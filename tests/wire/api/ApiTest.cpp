@@ -80,7 +80,10 @@ ContextTest::ContextTest()
 
 ContextTest::~ContextTest()
 {
-    if (Context) EXPECT_EQ(ZEFA_DestroyMXSContext(Context), ZEFA_NO_ERROR);
+    if (Context)
+    {
+        EXPECT_EQ(ZEFA_DestroyMXSContext(Context), ZEFA_NO_ERROR);
+    }
 }
 
 StreamTest::StreamTest()
@@ -96,7 +99,10 @@ StreamTest::StreamTest()
 
 StreamTest::~StreamTest()
 {
-    if (Stream) EXPECT_EQ(ZEFA_DestroyStream(Stream), ZEFA_NO_ERROR);
+    if (Stream)
+    {
+        EXPECT_EQ(ZEFA_DestroyStream(Stream), ZEFA_NO_ERROR);
+    }
 }
 
 ZEFA_ERRORCODE StreamTest::Destroy()
