@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -47,6 +48,7 @@ public:
     {
         int ends[2] = {};
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+        std::fflush(nullptr); // or the child prints it once more
         const pid_t parent = getpid();
         Child = fork();
         EXPECT_GE(Child, 0);

@@ -39,17 +39,18 @@ bool RunCycle(RailPair& pair)
 } // namespace
 
 // Aligned and sized forms come to these two.
-void* operator new(size_t bytes)
+// Never inlined: the compiler would see free() meet operator new.
+[[gnu::noinline]] void* operator new(size_t bytes)
 {
     Allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* const memory = std::malloc(bytes)) return memory;
     throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept
 {
     std::free(memory);
 }

@@ -1,0 +1,29 @@
+// One way from process to process, the receiver asleep: the rail, and GStreamer's shmsink and shmsrc beside it.
+#ifndef BENCH_RAIL_ONEWAY_H
+#define BENCH_RAIL_ONEWAY_H
+
+#include <cstdint>
+#include <ctime>
+
+namespace railbench
+{
+inline int64_t NowNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+// A road that is set up once and then gives the time of single hand-overs, in nanoseconds.
+class OneWayRoad
+{
+public:
+    virtual ~OneWayRoad() = default;
+    virtual int64_t Measure() = 0;
+};
+
+OneWayRoad* NewRailRoad(uint32_t slotBytes);
+OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes); // null when this build has no GStreamer, or none is installed
+} // namespace railbench
+
+#endif

@@ -1,0 +1,326 @@
+// What a hand-over of a slot costs: in one process, there and back between two that poll or sleep, and one way; each
+// beside the least that the machine needs for the same, interleaved in one run. Ratios stand at the end.
+#include "OneWay.h"
+#include "Partner.h"
+#include "flowrail1.h"
+
+#include <algorithm>
+#include <atomic>
+#include <benchmark/benchmark.h>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <linux/futex.h>
+#include <map>
+#include <memory>
+#include <string>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <thread>
+#include <vector>
+
+namespace
+{
+using namespace railbench;
+
+constexpr uint32_t k4KiB = 4 << 10, k4MiB = 4 << 20, k40MiB = 40 << 20;
+constexpr int64_t kSizes[] = {k4KiB, k4MiB, k40MiB};
+
+std::unique_ptr<CFlowRail> NewRail()
+{
+    return std::unique_ptr<CFlowRail>(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
+}
+
+FLOW_RAIL_DESCRIPTOR Describe(const char* purpose, uint32_t slotBytes, const char* role)
+{
+    static int count = 0;
+    return {FLOW_RAIL_TYPE_FILE_MAP,
+            {{"Name", std::string("bench-") + purpose + "-" + std::to_string(getpid()) + "-" + std::to_string(++count)},
+             {"SlotBytes", std::to_string(slotBytes)},
+             {"SlotCount", "2"},
+             {"Role", role}}};
+}
+
+// ---- one process ----
+
+void RailCycle(benchmark::State& state)
+{
+    const auto bytes = static_cast<uint32_t>(state.range(0));
+    PinTo(0);
+    FLOW_RAIL_DESCRIPTOR descriptor = Describe("cycle", bytes, "producer");
+    const auto rail = NewRail();
+    uint64_t token = 0;
+    if (rail->Create(&descriptor) != FLOW_RAIL_OK || rail->AddConsumer(&token) != FLOW_RAIL_OK) Fail("a rail");
+    for (auto _ : state)
+    {
+        void *written = nullptr, *read = nullptr;
+        uint32_t result = rail->LockProducer(bytes, 100, &written);
+        result |= rail->UnlockProducer(written);
+        result |= rail->LockConsumer(&token, bytes, 100, &read);
+        result |= rail->UnlockConsumer(&token, read);
+        if (result != FLOW_RAIL_OK) [[unlikely]]
+            state.SkipWithError("a lock failed");
+    }
+}
+
+// The least that can be called a ring: two positions and a look at a futex word for each direction.
+struct alignas(64) LeastRing
+{
+    alignas(64) std::atomic<uint64_t> produced{0};
+    alignas(64) std::atomic<uint64_t> consumed{0};
+    alignas(64) std::atomic<uint32_t> consumerAsleep{0};
+    alignas(64) std::atomic<uint32_t> producerAsleep{0};
+};
+
+void LeastRingCycle(benchmark::State& state)
+{
+    PinTo(0);
+    LeastRing ring;
+    for (auto _ : state)
+    {
+        while (ring.produced.load(std::memory_order_relaxed) - ring.consumed.load(std::memory_order_acquire) >= 2)
+        {
+        }
+        ring.produced.store(ring.produced.load(std::memory_order_relaxed) + 1, std::memory_order_seq_cst);
+        if (ring.consumerAsleep.load(std::memory_order_seq_cst) != 0) state.SkipWithError("somebody sleeps");
+        while (ring.produced.load(std::memory_order_acquire) == ring.consumed.load(std::memory_order_relaxed))
+        {
+        }
+        ring.consumed.store(ring.consumed.load(std::memory_order_relaxed) + 1, std::memory_order_seq_cst);
+        if (ring.producerAsleep.load(std::memory_order_seq_cst) != 0) state.SkipWithError("somebody sleeps");
+    }
+}
+
+// ---- there and back between two processes ----
+
+// Polling asks again at once, as a spinning application does; sleeping leaves the wait to the rail.
+uint32_t Take(CFlowRail& rail, uint64_t* token, uint32_t bytes, bool polling)
+{
+    void* slot = nullptr;
+    uint32_t result = 0;
+    while ((result = rail.LockConsumer(token, bytes, polling ? 0 : 1000, &slot)) == FLOW_RAIL_TIMEOUT)
+    {
+    }
+    return result == FLOW_RAIL_OK ? rail.UnlockConsumer(token, slot) : result;
+}
+
+uint32_t Give(CFlowRail& rail, uint32_t bytes)
+{
+    void* slot = nullptr;
+    const uint32_t result = rail.LockProducer(bytes, 1000, &slot);
+    return result == FLOW_RAIL_OK ? rail.UnlockProducer(slot) : result;
+}
+
+void RailRoundTrip(benchmark::State& state, bool polling, unsigned otherCpu)
+{
+    const auto bytes = static_cast<uint32_t>(state.range(0));
+    FLOW_RAIL_DESCRIPTOR there = Describe("there", bytes, "producer"), back = Describe("back", bytes, "consumer");
+    Partner echo(
+        [&](const Partner& line)
+        {
+            PinTo(otherCpu);
+            line.Hear();
+            const auto in = NewRail(), out = NewRail();
+            uint64_t token = 0;
+            if (in->Open(&there) != FLOW_RAIL_OK || in->AddConsumer(&token) != FLOW_RAIL_OK) Fail("Open");
+            if (out->Open(&back) != FLOW_RAIL_OK) Fail("Open");
+            line.Say();
+            while (Take(*in, &token, bytes, polling) == FLOW_RAIL_OK && Give(*out, bytes) == FLOW_RAIL_OK)
+            {
+            }
+        });
+    PinTo(0);
+    const auto out = NewRail(), in = NewRail();
+    uint64_t token = 0;
+    if (out->Create(&there) != FLOW_RAIL_OK || in->Create(&back) != FLOW_RAIL_OK) Fail("a rail");
+    if (in->AddConsumer(&token) != FLOW_RAIL_OK) Fail("AddConsumer");
+    echo.Say();
+    echo.Hear();
+    for (auto _ : state)
+        if (Give(*out, bytes) != FLOW_RAIL_OK || Take(*in, &token, bytes, polling) != FLOW_RAIL_OK) [[unlikely]]
+            state.SkipWithError("a lock failed");
+    out->Close();
+}
+
+void Futex(std::atomic<uint32_t>& word, int operation, uint32_t value)
+{
+    syscall(SYS_futex, reinterpret_cast<uint32_t*>(&word), operation, value, nullptr, nullptr, 0);
+}
+
+// Two words; what one side waits for is that the other's has moved on.
+struct Words
+{
+    alignas(64) std::atomic<uint32_t> there;
+    alignas(64) std::atomic<uint32_t> back;
+};
+constexpr uint32_t kEnd = UINT32_MAX;
+
+uint32_t AwaitOther(std::atomic<uint32_t>& word, uint32_t old, bool polling)
+{
+    uint32_t value = 0;
+    while ((value = word.load(std::memory_order_acquire)) == old)
+        if (!polling) Futex(word, FUTEX_WAIT, old);
+    return value;
+}
+
+void Advance(std::atomic<uint32_t>& word, uint32_t value, bool polling)
+{
+    word.store(value, std::memory_order_release);
+    if (!polling) Futex(word, FUTEX_WAKE, 1);
+}
+
+void RawRoundTrip(benchmark::State& state, bool polling, unsigned otherCpu)
+{
+    void* const memory =
+        mmap(nullptr, sizeof(Words), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    if (memory == MAP_FAILED) Fail("mmap");
+    auto& words = *new (memory) Words{};
+    {
+        Partner echo(
+            [&](const Partner& line)
+            {
+                PinTo(otherCpu);
+                line.Say();
+                for (uint32_t value = 0; (value = AwaitOther(words.there, value, polling)) != kEnd;)
+                    Advance(words.back, value, polling);
+            });
+        PinTo(0);
+        echo.Hear();
+        uint32_t value = 0;
+        for (auto _ : state)
+        {
+            Advance(words.there, value + 1, polling);
+            value = AwaitOther(words.back, value, polling);
+        }
+        Advance(words.there, kEnd, polling);
+    }
+    munmap(memory, sizeof(Words));
+}
+
+// ---- one way ----
+
+void OneWay(benchmark::State& state, OneWayRoad* (*make)(uint32_t))
+{
+    PinTo(0);
+    const std::unique_ptr<OneWayRoad> road(make(static_cast<uint32_t>(state.range(0))));
+    if (!road)
+    {
+        state.SkipWithError("GStreamer is not there to compare with");
+        return;
+    }
+    std::vector<int64_t> times;
+    for (auto _ : state)
+    {
+        times.push_back(road->Measure());
+        state.SetIterationTime(static_cast<double>(times.back()) * 1e-9);
+        std::this_thread::sleep_for(std::chrono::microseconds(200)); // the receiver falls asleep again
+    }
+    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
+    state.counters["median_ns"] = static_cast<double>(times[times.size() / 2]);
+}
+
+// ---- the table ----
+
+// Prints as usual and keeps the median of each benchmark.
+class Medians : public benchmark::ConsoleReporter
+{
+public:
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const Run& run : runs)
+            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median" && !run.error_occurred)
+            {
+                const auto counter = run.counters.find("median_ns");
+                Ns[run.run_name.function_name + "/" + run.run_name.args] =
+                    counter != run.counters.end() ? counter->second.value : run.GetAdjustedRealTime();
+            }
+        ConsoleReporter::ReportRuns(runs);
+    }
+
+    // A limit of 0 is none: the figure is told for its own sake.
+    void Compare(const char* what, const std::string& left, const std::string& right, double limit) const
+    {
+        const auto first = Ns.find(left), second = Ns.find(right);
+        if (first == Ns.end() || second == Ns.end()) return;
+        const double ratio = first->second / second->second;
+        Print(what, first->second, second->second, ratio, limit);
+    }
+    void CompareTo(const char* what, const std::string& left, double figure, double limit) const
+    {
+        const auto first = Ns.find(left);
+        if (first != Ns.end()) Print(what, first->second, figure, first->second / figure, limit);
+    }
+
+private:
+    static void Print(const char* what, double left, double right, double ratio, double limit)
+    {
+        std::printf("%-52s %9.0f / %9.0f ns = %5.2f", what, left, right, ratio);
+        if (limit > 0) std::printf("   to reach: <= %.2f  %s", limit, ratio <= limit ? "reached" : "MISSED");
+        std::printf("\n");
+    }
+    std::map<std::string, double> Ns;
+};
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::vector<char*> arguments(argv, argv + argc);
+    char repetitions[] = "--benchmark_repetitions=7", interleaving[] = "--benchmark_enable_random_interleaving=true",
+         minimum[] = "--benchmark_min_time=0.1", aggregates[] = "--benchmark_report_aggregates_only=true";
+    arguments.insert(arguments.begin() + 1, {repetitions, interleaving, minimum, aggregates});
+    int count = static_cast<int>(arguments.size());
+
+    using benchmark::RegisterBenchmark;
+    RegisterBenchmark("LeastRingCycle", LeastRingCycle)->Arg(0);
+    RegisterBenchmark("RawSpin", [](benchmark::State& state) { RawRoundTrip(state, true, 1); })->Arg(0)->UseRealTime();
+    RegisterBenchmark("RawFutexOneCpu", [](benchmark::State& state) { RawRoundTrip(state, false, 0); })
+        ->Arg(0)
+        ->UseRealTime();
+    RegisterBenchmark("RawFutexAcross", [](benchmark::State& state) { RawRoundTrip(state, false, 1); })
+        ->Arg(0)
+        ->UseRealTime();
+    for (const int64_t size : kSizes)
+    {
+        RegisterBenchmark("RailCycle", RailCycle)->Arg(size);
+        RegisterBenchmark("RailSpin", [](benchmark::State& state) { RailRoundTrip(state, true, 1); })
+            ->Arg(size)
+            ->UseRealTime();
+        RegisterBenchmark("RailBlockedOneCpu", [](benchmark::State& state) { RailRoundTrip(state, false, 0); })
+            ->Arg(size)
+            ->UseRealTime();
+        RegisterBenchmark("RailBlockedAcross", [](benchmark::State& state) { RailRoundTrip(state, false, 1); })
+            ->Arg(size)
+            ->UseRealTime();
+        RegisterBenchmark("RailOneWay", [](benchmark::State& state) { OneWay(state, NewRailRoad); })
+            ->Arg(size)
+            ->UseManualTime()
+            ->Iterations(300);
+        RegisterBenchmark("GStreamerOneWay", [](benchmark::State& state) { OneWay(state, NewGStreamerRoad); })
+            ->Arg(size)
+            ->UseManualTime()
+            ->Iterations(300);
+    }
+    benchmark::Initialize(&count, arguments.data());
+    if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
+    Medians medians;
+    benchmark::RunSpecifiedBenchmarks(&medians);
+
+    std::printf("\nMedians of the run above; a figure without a partner here was measured on the reference machine.\n");
+    const char* const sizes[] = {"4 KiB", "4 MiB", "40 MiB"};
+    for (size_t index = 0; index < std::size(kSizes); ++index)
+    {
+        const std::string size = "/" + std::to_string(kSizes[index]);
+        std::printf("%s\n", sizes[index]);
+        medians.CompareTo("  full cycle / iceoryx loan to release, 427 ns", "RailCycle" + size, 427, 0.35);
+        medians.Compare("  full cycle / least ring", "RailCycle" + size, "LeastRingCycle/0", 0);
+        medians.Compare("  full cycle / the one of 4 KiB", "RailCycle" + size, "RailCycle/4096", 0);
+        medians.CompareTo("  spinning there and back / iceoryx far, 3150 ns", "RailSpin" + size, 3150, 0.25);
+        medians.Compare("  spinning there and back / two bare words", "RailSpin" + size, "RawSpin/0", 0);
+        medians.CompareTo("  asleep, one vCPU / iceoryx WaitSet, 7900 ns", "RailBlockedOneCpu" + size, 7900, 0.65);
+        medians.Compare("  asleep, one vCPU / bare futex", "RailBlockedOneCpu" + size, "RawFutexOneCpu/0", 1.15);
+        medians.Compare("  asleep, across / bare futex", "RailBlockedAcross" + size, "RawFutexAcross/0", 0);
+        medians.Compare("  one way / GStreamer shm", "RailOneWay" + size + "/iterations:300/manual_time",
+                        "GStreamerOneWay" + size + "/iterations:300/manual_time", 0.7);
+    }
+    return 0;
+}
