@@ -83,10 +83,13 @@ RESULT_CODE CExchange::ReadListStrictly(std::vector<uint64_t>* ids)
 
 RESULT_CODE CExchange::ReadList(std::vector<uint64_t>* ids, bool strictly)
 {
+    const RESULT_CODE sent = Send();
+    if (sent != RESULT_NO_ERROR || !HasGoodStatus()) return sent;
     web::json::value json;
-    const RESULT_CODE received = Receive(&json);
-    if (json.is_null()) return received;
+    const RESULT_CODE received = Client->GetBody(Response, &json);
+    if (strictly && received != RESULT_NO_ERROR) return received;
 
+    // A document that is none is a null here, which has no list.
     std::vector<uint64_t>* read = nullptr;
     const RESULT_CODE result = CSerializer::FromJSON(json, &read);
     const bool accepted = !strictly || result == RESULT_NO_ERROR;

@@ -61,7 +61,8 @@ public:
         return json.is_null() ? result : RestServer::CSerializer::FromJSON(json, &record, true);
     }
 
-    // Sends, empties the vector and refills it in the document's order. A document without a list is an empty list.
+    // Sends, empties the vector and refills it in the document's order. A document without a list is an empty list,
+    // and so is a good answer whose document cannot be read, though the result says so.
     RestServer::RESULT_CODE ReadList(std::vector<uint64_t>* ids);
     // The same, but a document without a list fails, and leaves the vector as it was.
     RestServer::RESULT_CODE ReadListStrictly(std::vector<uint64_t>* ids);
