@@ -19,6 +19,8 @@ constexpr uint32_t kCaptureSlots = 16; // the widest row has 13, and the whole m
 constexpr size_t kLeastSteps = 1'000'000;
 constexpr size_t kStepsForEachCharacter = 64;
 constexpr uint32_t kHeapLimitKiB = 1024 * 1024;
+constexpr size_t kFirstJitStackBytes = 256 * 1024;
+constexpr size_t kLargestJitStackBytes = 16 * 1024 * 1024; // reserved for one search, used as far as it needs
 
 struct CompileContext
 {
@@ -124,9 +126,19 @@ SdpExpression::SdpExpression(std::string text) : Source(std::move(text)), Litera
 bool SdpExpression::Search(std::string_view subject, SdpMatch& match) const
 {
     const auto* const characters = reinterpret_cast<PCRE2_SPTR>(subject.empty() ? "" : subject.data());
-    int result = pcre2_match(Code.get(), characters, subject.size(), 0, 0, match.Data, match.Context);
-    if (result == PCRE2_ERROR_JIT_STACKLIMIT) // very many repeats of a group; the interpreter keeps them on the heap
-        result = pcre2_match(Code.get(), characters, subject.size(), 0, PCRE2_NO_JIT, match.Data, match.Context);
+    const auto run = [&](uint32_t options)
+    { return pcre2_match(Code.get(), characters, subject.size(), 0, options, match.Data, match.Context); };
+    int result = run(0);
+    if (result == PCRE2_ERROR_JIT_STACKLIMIT) // very many repeats of a group
+    {
+        const std::unique_ptr<pcre2_jit_stack, decltype(&pcre2_jit_stack_free)> stack(
+            pcre2_jit_stack_create(kFirstJitStackBytes, kLargestJitStackBytes, nullptr), pcre2_jit_stack_free);
+        pcre2_jit_stack_assign(match.Context, nullptr, stack.get());
+        result = run(0);
+        pcre2_jit_stack_assign(match.Context, nullptr, nullptr);
+        // Slower and hungrier, but bound only by the heap limit.
+        if (result == PCRE2_ERROR_JIT_STACKLIMIT) result = run(PCRE2_NO_JIT);
+    }
     if (result == PCRE2_ERROR_NOMEMORY) throw std::bad_alloc();
 
     match.Subject = subject;

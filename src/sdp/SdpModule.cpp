@@ -32,14 +32,20 @@ void TakeIfPresent(const json& object, const char* key, Field& field)
 }
 
 // Stores `count` hexadecimal groups with the last one first; false, and nothing stored, for another count of them.
-bool StoreReversed(const std::vector<std::string>& groups, size_t count, std::array<uint8_t, 8>& bytes)
+bool StoreReversed(const std::vector<std::string_view>& groups, size_t count, std::array<uint8_t, 8>& bytes)
 {
     if (groups.size() != count) return false;
     for (size_t i = 0; i < count; ++i)
-        bytes[count - 1 - i] = static_cast<uint8_t>(ToInt32(groups[i], kHexadecimal));
+        bytes[count - 1 - i] = static_cast<uint8_t>(ToInt32(std::string(groups[i]), kHexadecimal));
     return true;
 }
 } // namespace
+
+const std::string& StringOf(const json& value)
+{
+    if (!value.is_string()) static_cast<void>(value.get<std::string>()); // raises the error of a copying read
+    return value.get_ref<const std::string&>();
+}
 
 SdpModule::SdpModule(SdpSink errorSink, SdpSink warningSink)
     : ErrorSink(std::move(errorSink)), WarningSink(std::move(warningSink))
@@ -108,8 +114,8 @@ SdpCode SdpModule::ParseSdpOrigin(const json& origin)
 {
     if (origin.contains("address") && origin.contains("ipVer"))
     {
-        const SdpCode code = ConvertIpAddress(origin["address"].get<std::string>(), origin["ipVer"].get<uint32_t>(),
-                                              Session.Origin.Address);
+        const SdpCode code =
+            ConvertIpAddress(StringOf(origin["address"]), origin["ipVer"].get<uint32_t>(), Session.Origin.Address);
         if (code != kSdpSuccess) return code;
     }
     TakeIfPresent(origin, "username", Session.Origin.Username);
@@ -166,7 +172,7 @@ SdpCode SdpModule::ParseSdpMedias(const json& tree)
 SdpCode SdpModule::ParseSdpMedia(const json& media, size_t index)
 {
     const std::string number = std::to_string(index);
-    const auto type = media.at("type").get<std::string>();
+    const auto& type = StringOf(media.at("type"));
     std::unique_ptr<SdpMedia> made;
     SdpCode code = kSdpSuccess;
     if (type == "video")
@@ -193,13 +199,13 @@ SdpCode SdpModule::ParseSdpMedia(const json& media, size_t index)
 
     if (const auto clock = media.find("mediaclk"); clock != media.end())
     {
-        const auto value = FindSdpValue(kSdpMediaClocks, Trimmed(SplitText(clock->get<std::string>(), ' ').front()));
+        const auto value = FindSdpValue(kSdpMediaClocks, Trimmed(SplitText(StringOf(*clock), ' ').front()));
         if (!value) return kSdpValueUnsupported;
         record.MediaClock = *value;
     }
     if (const auto clock = media.find("tsRefclk"); clock != media.end())
     {
-        code = ParseRefClock(clock->get<std::string>(), record.RefClock);
+        code = ParseRefClock(StringOf(*clock), record.RefClock);
         if (code != kSdpSuccess) return code;
     }
     if (const auto formats = media.find("fmtp"); formats != media.end())
@@ -215,8 +221,7 @@ SdpCode SdpModule::ParsePayloads(const json& media, size_t index, uint8_t& paylo
 {
     const std::string number = std::to_string(index);
     std::vector<int32_t> payloads;
-    if (const auto found = media.find("payloads"); found != media.end())
-        payloads = ParsePayloadList(found->get<std::string>());
+    if (const auto found = media.find("payloads"); found != media.end()) payloads = ParsePayloadList(StringOf(*found));
     if (payloads.empty()) return Fail(kSdpLineWrong, "No payload is associated with the media with index " + number);
     if (payloads.size() == 1)
         payloadType = static_cast<uint8_t>(payloads.front());
@@ -230,24 +235,25 @@ SdpCode SdpModule::ParseConnection(const json& connection, SdpIpAddress& address
 {
     // The value is an object, so that taking it as a string raises the tree's type error: neither sentence arrives.
     if (!connection.contains("version"))
-        return Fail(kSdpLineWrong, "IP version not found in connection : " + connection.get<std::string>());
+        return Fail(kSdpLineWrong, "IP version not found in connection : " + StringOf(connection));
     if (!connection.contains("ip"))
-        return Fail(kSdpLineWrong, "IP address not found in connection : " + connection.get<std::string>());
-    return ConvertIpAddress(connection["ip"].get<std::string>(), connection["version"].get<uint32_t>(), address);
+        return Fail(kSdpLineWrong, "IP address not found in connection : " + StringOf(connection));
+    return ConvertIpAddress(StringOf(connection["ip"]), connection["version"].get<uint32_t>(), address);
 }
 
 SdpCode SdpModule::ParseRefClock(const std::string& value, SdpRefClock& clock)
 {
     static const std::string kPtp = "ptp=IEEE1588-2008";
-    const std::vector<std::string> pieces = SplitText(value, ':');
+    const std::vector<std::string_view> pieces = SplitText(value, ':');
     if (pieces.front() == kPtp)
     {
         if (pieces.size() == 3)
         {
             clock.Type = SDP_REFCLOCK_TYPE::Ptp;
-            clock.Domain = static_cast<uint8_t>(ToInt32(pieces[2]));
+            clock.Domain = static_cast<uint8_t>(ToInt32(std::string(pieces[2])));
             if (!StoreReversed(SplitText(pieces[1], '-'), 8, clock.Id))
-                WarningSink("Incorrectly formated grandmaster id. It should be 8 bytes long : " + pieces[1]);
+                WarningSink("Incorrectly formated grandmaster id. It should be 8 bytes long : " +
+                            std::string(pieces[1]));
         }
         else if (pieces.size() == 2 && pieces[1] == "traceable")
         {
@@ -263,11 +269,12 @@ SdpCode SdpModule::ParseRefClock(const std::string& value, SdpRefClock& clock)
         if (StoreReversed(SplitText(SplitText(pieces.front(), '=').at(1), '-'), 6, clock.Id))
             clock.Type = SDP_REFCLOCK_TYPE::LocalMac;
         else // a MAC address has no colon, so that most often there is no second piece and this raises out-of-range
-            WarningSink("Incorrectly formated grandmaster id. It should be 8 bytes long : " + pieces.at(1));
+            WarningSink("Incorrectly formated grandmaster id. It should be 8 bytes long : " +
+                        std::string(pieces.at(1)));
     }
     else
     {
-        WarningSink("Unsupported refclock type : " + pieces.front() + ". Only \"" + kPtp +
+        WarningSink("Unsupported refclock type : " + std::string(pieces.front()) + ". Only \"" + kPtp +
                     "\" and \"localmac\" are supported.");
     }
     return kSdpSuccess;
@@ -276,12 +283,12 @@ SdpCode SdpModule::ParseRefClock(const std::string& value, SdpRefClock& clock)
 SdpCode SdpModule::ParseTimestamps(const json& formats, SdpMedia& record)
 {
     for (const json& format : formats)
-        for (const std::string& parameter : SplitText(format.at("config").get<std::string>(), ';'))
+        for (const std::string_view parameter : SplitText(StringOf(format.at("config")), ';'))
         {
-            const std::vector<std::string> tokens = SplitText(parameter, '=');
+            const std::vector<std::string_view> tokens = SplitText(parameter, '=');
             if (tokens.size() != 2) continue;
-            const std::string key = Trimmed(tokens[0]);
-            const std::string value = Trimmed(tokens[1]);
+            const std::string_view key = Trimmed(tokens[0]);
+            const std::string_view value = Trimmed(tokens[1]);
             if (key == "TSMODE")
             {
                 const auto mode = FindSdpValue(kSdpTsModes, value);
@@ -291,7 +298,7 @@ SdpCode SdpModule::ParseTimestamps(const json& formats, SdpMedia& record)
             else if (key == "TSDELAY" && AllDigits(value)) // an empty value is all digits, and no number
             {
                 record.TsDelayPresent = true;
-                record.TsDelay = static_cast<uint32_t>(ToInt32(value));
+                record.TsDelay = static_cast<uint32_t>(ToInt32(std::string(value)));
             }
         }
     return kSdpSuccess;

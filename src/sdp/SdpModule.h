@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace quill::sdp_module
 {
@@ -53,8 +54,12 @@ private:
     SdpMediaList Medias;
 };
 
+/// The string that a tree value holds, without a copy. Any other kind raises the tree's error "type must be string, but
+/// is" with the kind.
+const std::string& StringOf(const nlohmann::json& value);
+
 /// The frame rate of an "exactframerate": 25, or 30000/1001 as 30 with the fraction set. Any other form is
 /// kSdpValueUnsupported.
-SdpCode ParseFrameRate(const std::string& text, uint32_t& rate, bool& is1001);
+SdpCode ParseFrameRate(std::string_view text, uint32_t& rate, bool& is1001);
 
 } // namespace quill::sdp_module

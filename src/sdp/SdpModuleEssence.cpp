@@ -19,14 +19,14 @@ namespace
 using nlohmann::json;
 using Quillmont::Platform::ToInt32;
 
-uint32_t ToNumber(const std::string& text)
+uint32_t ToNumber(std::string_view text)
 {
-    return static_cast<uint32_t>(ToInt32(text));
+    return static_cast<uint32_t>(ToInt32(std::string(text)));
 }
 
 // False, and nothing stored, for a text that the table does not have.
 template <class Enumeration, size_t N>
-bool Store(const std::array<SdpLiteral<Enumeration>, N>& table, const std::string& text, Enumeration& field)
+bool Store(const std::array<SdpLiteral<Enumeration>, N>& table, std::string_view text, Enumeration& field)
 {
     const auto value = FindSdpValue(table, text);
     if (value) field = *value;
@@ -37,45 +37,45 @@ bool Store(const std::array<SdpLiteral<Enumeration>, N>& table, const std::strin
 struct VideoParameter
 {
     std::string_view key;
-    const char* whenMissing;                                       // null: the parameter may be absent
-    bool (*store)(SdpMediaVideo& video, const std::string& value); // false: the value is not supported
+    const char* whenMissing;                                     // null: the parameter may be absent
+    bool (*store)(SdpMediaVideo& video, std::string_view value); // false: the value is not supported
 };
 
 // The mandatory ones stand first, in the order in which missing ones are told.
 constexpr VideoParameter kVideoParameters[] = {
     {"sampling", "The sampling value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value) { return Store(kSdpSamplings, value, video.Sampling); }},
+     [](SdpMediaVideo& video, std::string_view value) { return Store(kSdpSamplings, value, video.Sampling); }},
     {"colorimetry", "The colorimetry value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value) { return Store(kSdpColorimetries, value, video.Colorimetry); }},
+     [](SdpMediaVideo& video, std::string_view value) { return Store(kSdpColorimetries, value, video.Colorimetry); }},
     {"depth", "The bit depth value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value) { return Store(kSdpDepths, value, video.Depth); }},
+     [](SdpMediaVideo& video, std::string_view value) { return Store(kSdpDepths, value, video.Depth); }},
     {"exactframerate", "The framerate value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value)
+     [](SdpMediaVideo& video, std::string_view value)
      { return ParseFrameRate(value, video.Rate, video.Is1001) == kSdpSuccess; }},
     {"height", "The height value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value)
+     [](SdpMediaVideo& video, std::string_view value)
      {
          video.Height = ToNumber(value);
          return true;
      }},
     {"width", "The width value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value)
+     [](SdpMediaVideo& video, std::string_view value)
      {
          video.Width = ToNumber(value);
          return true;
      }},
     {"PM", "The packing mode value is missing in the following config string : ",
-     [](SdpMediaVideo& video, const std::string& value) { return Store(kSdpPackingModes, value, video.PackingMode); }},
+     [](SdpMediaVideo& video, std::string_view value) { return Store(kSdpPackingModes, value, video.PackingMode); }},
     {"TCS", nullptr,
-     [](SdpMediaVideo& video, const std::string& value) { return Store(kSdpTransfers, value, video.Tcs); }},
+     [](SdpMediaVideo& video, std::string_view value) { return Store(kSdpTransfers, value, video.Tcs); }},
     {"TP", nullptr,
-     [](SdpMediaVideo& video, const std::string& value)
+     [](SdpMediaVideo& video, std::string_view value)
      {
          video.SenderTypePresent = true;
          return Store(kSdpSenderTypes, value, video.SenderType);
      }},
     {"TROFF", nullptr,
-     [](SdpMediaVideo& video, const std::string& value)
+     [](SdpMediaVideo& video, std::string_view value)
      {
          if (!AllDigits(value)) return true; // not used, and not told
          video.TrOffsetPresent = true;
@@ -92,9 +92,9 @@ void ResetEssence(SdpMediaVideo& video)
 }
 } // namespace
 
-SdpCode ParseFrameRate(const std::string& text, uint32_t& rate, bool& is1001)
+SdpCode ParseFrameRate(std::string_view text, uint32_t& rate, bool& is1001)
 {
-    const std::vector<std::string> pieces = SplitText(text, '/');
+    const std::vector<std::string_view> pieces = SplitText(text, '/');
     if (pieces.size() == 1)
     {
         rate = ToNumber(pieces[0]);
@@ -103,7 +103,7 @@ SdpCode ParseFrameRate(const std::string& text, uint32_t& rate, bool& is1001)
     }
     if (pieces.size() == 2 && pieces[1] == "1001")
     {
-        rate = static_cast<uint32_t>(ToInt32(pieces[0]) / 1000);
+        rate = static_cast<uint32_t>(ToInt32(std::string(pieces[0])) / 1000);
         is1001 = true;
         return kSdpSuccess;
     }
@@ -119,7 +119,7 @@ SdpCode SdpModule::ParseVideoMedia(const json& media, std::unique_ptr<SdpMedia>&
         WarningSink("Multiple \"fmtp\" (" + std::to_string(formats->size()) +
                     ") attributes found a video media with : " + formats->dump() +
                     ". Only the first is taken into account.");
-    const auto config = formats->at(0).at("config").get<std::string>();
+    const auto& config = StringOf(formats->at(0).at("config"));
 
     if (config.find("ST2110-20") != std::string::npos)
     {
@@ -155,10 +155,10 @@ SdpCode SdpModule::ParseVideoConfig(const std::string& config, SdpMediaVideo& vi
                             [key](const VideoParameter& parameter) { return parameter.key == key; });
     };
 
-    for (const std::string& piece : SplitText(config, ';'))
+    for (const std::string_view piece : SplitText(config, ';'))
     {
-        const std::vector<std::string> tokens = SplitText(piece, '=');
-        const std::string key = Trimmed(tokens.front());
+        const std::vector<std::string_view> tokens = SplitText(piece, '=');
+        const std::string_view key = Trimmed(tokens.front());
         if (tokens.size() == 1)
         {
             if (key == "interlace")
@@ -171,9 +171,10 @@ SdpCode SdpModule::ParseVideoConfig(const std::string& config, SdpMediaVideo& vi
             const auto parameter = find(key);
             if (parameter == std::end(kVideoParameters)) continue;
             seen.set(static_cast<size_t>(parameter - kVideoParameters));
-            const std::string value = Trimmed(tokens[1]);
+            const std::string_view value = Trimmed(tokens[1]);
             if (!parameter->store(video, value))
-                return Fail(kSdpValueUnsupported, "Unsupported " + key + " value \"" + value + "\".");
+                return Fail(kSdpValueUnsupported,
+                            "Unsupported " + std::string(key) + " value \"" + std::string(value) + "\".");
         }
     }
 
@@ -196,9 +197,9 @@ SdpCode SdpModule::ParseAncConfig(const std::string& config, SdpMediaAnc& anc)
     anc.Is1001 = false;
     bool rateSeen = false;
     SdpCode code = kSdpSuccess;
-    for (const std::string& piece : SplitText(config, ';'))
+    for (const std::string_view piece : SplitText(config, ';'))
     {
-        const std::vector<std::string> tokens = SplitText(piece, '=');
+        const std::vector<std::string_view> tokens = SplitText(piece, '=');
         if (tokens.size() != 2 || Trimmed(tokens[0]) != "exactframerate") continue;
         rateSeen = true;
         const SdpCode rateCode = ParseFrameRate(Trimmed(tokens[1]), anc.Rate, anc.Is1001);
@@ -233,7 +234,7 @@ SdpCode SdpModule::ReadAudioFields(const json& media, SdpMediaAudio& audio)
     const auto codec = map.find("codec");
     if (codec == map.end())
         return Fail(kSdpValueMissing, "The audio format value is not present in the \"rtpmap\" field : " + map.dump());
-    Store(kSdpAudioCodecs, codec->get<std::string>(), audio.Codec);
+    Store(kSdpAudioCodecs, StringOf(*codec), audio.Codec);
 
     const auto rate = map.find("rate");
     if (rate == map.end())
@@ -243,7 +244,7 @@ SdpCode SdpModule::ReadAudioFields(const json& media, SdpMediaAudio& audio)
     const auto channels = map.find("encoding"); // the encoding parameter of audio is its number of channels
     if (channels == map.end())
         return Fail(kSdpValueMissing, "The channel count value is not present in the \"rtpmap\" field : " + map.dump());
-    audio.ChannelCount = ToNumber(channels->get<std::string>());
+    audio.ChannelCount = ToNumber(StringOf(*channels));
 
     const auto packetTime = media.find("ptime");
     if (packetTime == media.end())
@@ -255,14 +256,14 @@ SdpCode SdpModule::ReadAudioFields(const json& media, SdpMediaAudio& audio)
 
     const auto formats = media.find("fmtp");
     if (formats == media.end() || formats->empty()) return kSdpSuccess;
-    return ParseAudioConfig(formats->at(0).at("config").get<std::string>(), audio);
+    return ParseAudioConfig(StringOf(formats->at(0).at("config")), audio);
 }
 
 SdpCode SdpModule::ParseAudioConfig(const std::string& config, SdpMediaAudio& audio)
 {
-    for (const std::string& piece : SplitText(config, ';'))
+    for (const std::string_view piece : SplitText(config, ';'))
     {
-        const std::vector<std::string> tokens = SplitText(piece, '=');
+        const std::vector<std::string_view> tokens = SplitText(piece, '=');
         if (tokens.size() == 2 && Trimmed(tokens[0]) == "channel-order") audio.ChannelOrder = Trimmed(tokens[1]);
     }
     return kSdpSuccess;

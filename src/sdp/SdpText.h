@@ -1,19 +1,20 @@
-// Cutting of parameter strings.
+// Cutting of parameter strings. Views, because a description has some fifty parameters and a string for each would cost
+// more than the reading of it.
 #pragma once
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace quill::sdp_module
 {
 
 /// The pieces between the separators, empty ones included: always one more than there are separators.
-std::vector<std::string> SplitText(const std::string& text, char separator);
+std::vector<std::string_view> SplitText(std::string_view text, char separator);
 
-/// The text without white space at its ends.
-std::string Trimmed(const std::string& text);
+/// The text without white space at its ends, whatever locale the application has set.
+std::string_view Trimmed(std::string_view text);
 
 /// True if there is no character but digits; an empty text has none.
-bool AllDigits(const std::string& text);
+bool AllDigits(std::string_view text);
 
 } // namespace quill::sdp_module

@@ -30,12 +30,23 @@ TEST(LongText, ALineOfAMegabyteIsReadWhole)
     EXPECT_EQ(tree["fmtp"][0]["config"].get_ref<const std::string&>(), config);
 }
 
-TEST(LongText, AVeryLongImageattrIsReadByTheInterpreter)
+TEST(LongText, AVeryLongImageattrIsReadWhole)
 {
     const std::string attributes = Repeat("[x=1] ", kMegabyte) + "[x=2]";
     const json tree = ParseSdpText("a=imageattr:97 send " + attributes + " recv [y=3]\n");
     EXPECT_EQ(tree["imageattrs"][0]["attrs1"].get_ref<const std::string&>(), attributes);
     EXPECT_EQ(tree["imageattrs"][0]["attrs2"], "[y=3]");
+}
+
+// Each round of the group takes so much of the compiled code's stack that the search goes over to the interpreter.
+TEST(LongText, ASearchThatOutgrowsTheStackIsInterpreted)
+{
+    const SdpExpression expression("^(?:(a)(b)?(c)?(d)?(e)?(f)?(g)?|x)*$");
+    const std::string line(200'000, 'a');
+    SdpMatch match(line.size());
+    EXPECT_TRUE(expression.Find(line, match));
+    EXPECT_EQ(match.Capture(0), line);
+    EXPECT_FALSE(expression.Find(line + "!", match));
 }
 
 // Lines that almost match: each row's prefix, then a megabyte of what its groups like to take and give back.
