@@ -164,8 +164,8 @@ public:
      * Locks the next `size` bytes for writing, and clears their metadata. The producer waits for the slowest living
      * consumer. A rail made by its producer runs free while it has no consumer.
      * @param size 1 to the capacity.
-     * @param timeoutMs limit of the wait in milliseconds; 0 never waits and makes no system call but, at most every
-     *        20 ms, the look for dead consumers.
+     * @param timeoutMs limit of the wait in milliseconds, kept to a tick of the system; 0 never waits and makes no
+     *        system call but, at most every 20 ms, the look for dead consumers.
      * @param slot out: the slot; null after a failure.
      * @return 0; 5 bad argument; 8 not open, this side is not the producer, or (on a rail made by its consumer)
      *         there is no consumer; 10 too many slots locked; 11 the wait ran out.

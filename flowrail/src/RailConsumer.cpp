@@ -92,7 +92,7 @@ uint32_t RailConsumer::Fill()
 uint32_t RailConsumer::Alignment(uint32_t* size)
 {
     uint32_t result = Committed != Next && !Damaged ? FLOW_RAIL_OK : Poll(1);
-    if (result == FLOW_RAIL_TIMEOUT && Waiter.IsPeerCheckDue(MonotonicNs())) result = CheckProducer(1);
+    if (result == FLOW_RAIL_TIMEOUT && Waiter.IsPeerCheckDue(CoarseNs())) result = CheckProducer(1);
     if (result == FLOW_RAIL_TIMEOUT) return FLOW_RAIL_BAD_ARGUMENT; // nothing there yet, in this operation
     if (result != FLOW_RAIL_OK) return result;
     const uint32_t slotBytes = File.Geometry().SlotBytes;

@@ -78,10 +78,26 @@ uint32_t RailProducer::Unlock(uint64_t number)
 
 uint32_t RailProducer::Space()
 {
-    if (!IsAttached() && !Attach()) return 0;
+    if (!IsAttached()) return NeedsConsumer ? SpaceForAnother() : 0;
     RaiseFloor();
     if (NeedsConsumer && Consumers == 0) return 0;
     return Capacity - static_cast<uint32_t>(LockedEnd - Floor);
+}
+
+// Asking makes nobody the producer: the service asks too.
+uint32_t RailProducer::SpaceForAnother() const
+{
+    const uint64_t committed = Header.CommittedBytes.load(std::memory_order_acquire);
+    uint64_t outstanding = 0;
+    bool someConsumer = false;
+    for (uint32_t place = 0; place < kMaxConsumers; ++place)
+    {
+        if (!(Header.ConsumerStates[place].load(std::memory_order_acquire) & kConsumerActive)) continue;
+        someConsumer = true;
+        const uint64_t released = Header.Released[place].Bytes.load(std::memory_order_acquire);
+        if (released != kJoining) outstanding = std::max(outstanding, committed - released);
+    }
+    return someConsumer && outstanding <= Capacity ? Capacity - static_cast<uint32_t>(outstanding) : 0;
 }
 
 uint32_t RailProducer::Poll(uint32_t size)

@@ -30,6 +30,7 @@ public:
 private:
     bool Fits(uint32_t size) const { return LockedEnd + size - Floor <= Capacity; }
     bool HasConsumer();
+    uint32_t SpaceForAnother() const;
     void RaiseFloor();
     void DropDeadConsumers();
     bool Drop(uint32_t place, uint32_t state);

@@ -1,6 +1,7 @@
 // The system calls of the wait, counted.
 #include "RailWait.h"
 
+#include <cerrno>
 #include <ctime>
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -11,6 +12,12 @@ namespace Quillmont::FlowRail
 namespace
 {
 constinit std::atomic<uint64_t> Calls{0};
+
+// Two threads that count at once may count as one: the question is whether there were any.
+void CountCall()
+{
+    Calls.store(Calls.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+}
 
 uint32_t* FutexWord(std::atomic<uint32_t>& word)
 {
@@ -31,21 +38,33 @@ int64_t MonotonicNs()
     return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 
-void SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t deadlineNs)
+int64_t CoarseNs()
 {
-    Calls.fetch_add(1, std::memory_order_relaxed);
-    timespec deadline{};
-    deadline.tv_sec = deadlineNs / 1'000'000'000;
-    deadline.tv_nsec = deadlineNs % 1'000'000'000;
-    // The form with an absolute time; not private, since the word lies in several processes.
-    syscall(SYS_futex, FutexWord(word), FUTEX_WAIT_BITSET, seen, &deadline, nullptr, FUTEX_BITSET_MATCH_ANY);
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
+int64_t CoarseTickNs()
+{
+    timespec tick{};
+    clock_getres(CLOCK_MONOTONIC_COARSE, &tick);
+    return tick.tv_nsec;
+}
+
+bool SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t limitNs)
+{
+    CountCall();
+    const timespec limit{limitNs / 1'000'000'000, limitNs % 1'000'000'000};
+    // Not private, since the word lies in several processes.
+    return syscall(SYS_futex, FutexWord(word), FUTEX_WAIT, seen, &limit, nullptr, 0) != 0 && errno == ETIMEDOUT;
 }
 
 void WakeSleepers(std::atomic<uint32_t>& word)
 {
     // Emptied first: a sleeper that comes in between finds another value than it saw and looks again.
     word.store(0, std::memory_order_seq_cst);
-    Calls.fetch_add(1, std::memory_order_relaxed);
+    CountCall();
     syscall(SYS_futex, FutexWord(word), FUTEX_WAKE, INT32_MAX, nullptr, nullptr, 0);
 }
 } // namespace Quillmont::FlowRail

@@ -15,8 +15,12 @@ uint64_t FutexCalls();
 
 int64_t MonotonicNs();
 
-// Sleeps while the word is `seen`, at most until the deadline. May return early.
-void SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t deadlineNs);
+// A quarter of the price; up to a tick behind.
+int64_t CoarseNs();
+int64_t CoarseTickNs();
+
+// Sleeps while the word is `seen`. True when the time ran out; may return early.
+bool SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t limitNs);
 
 void WakeSleepers(std::atomic<uint32_t>& word);
 
@@ -53,29 +57,9 @@ public:
     template <class Poll, class CheckPeers>
     uint32_t Wait(std::atomic<uint32_t>& word, uint32_t bit, uint32_t timeoutMs, Poll poll, CheckPeers checkPeers)
     {
-        if (timeoutMs == 0) return IsPeerCheckDue(MonotonicNs()) ? checkPeers() : FLOW_RAIL_TIMEOUT;
+        if (timeoutMs == 0) return IsPeerCheckDue(CoarseNs()) ? checkPeers() : FLOW_RAIL_TIMEOUT;
         uint32_t result = Spin(poll);
-        if (result != FLOW_RAIL_TIMEOUT) return result;
-
-        int64_t now = MonotonicNs();
-        const int64_t deadline = now + int64_t{timeoutMs} * 1'000'000;
-        do
-        {
-            if (IsPeerCheckDue(now))
-            {
-                result = checkPeers();
-                if (result != FLOW_RAIL_TIMEOUT) break;
-            }
-            // The bit stands before the last look at what is waited for; the other side stores that first and looks
-            // at the word afterwards. So one of the two sees the other.
-            const uint32_t seen = word.fetch_or(bit, std::memory_order_seq_cst) | bit;
-            result = poll();
-            if (result != FLOW_RAIL_TIMEOUT) break;
-            SleepOn(word, seen, std::min(deadline, NextPeerCheckNs));
-            result = poll();
-            if (result != FLOW_RAIL_TIMEOUT) break;
-            now = MonotonicNs();
-        } while (now < deadline);
+        if (result == FLOW_RAIL_TIMEOUT) result = SleepUntil(word, bit, timeoutMs, poll, checkPeers);
         // Taken back, or the next commit would wake nobody at the price of a system call.
         if (word.load(std::memory_order_relaxed) & bit) word.fetch_and(~bit, std::memory_order_relaxed);
         return result;
@@ -83,8 +67,39 @@ public:
 
 private:
     static constexpr int64_t kPeerCheckNs = 20'000'000;
-    static constexpr uint32_t kMaxSpins = 128;     // two microseconds: the far hand-over takes half of one
-    static constexpr uint32_t kWaitsToProbe = 256; // where spinning never pays, it is tried this seldom
+    static constexpr uint32_t kMaxSpins = 128;      // two microseconds: the far hand-over takes half of one
+    static constexpr uint32_t kWaitsToProbe = 1024; // where spinning never pays, it is tried this seldom
+
+    template <class Poll, class CheckPeers>
+    uint32_t SleepUntil(std::atomic<uint32_t>& word, uint32_t bit, uint32_t timeoutMs, Poll& poll,
+                        CheckPeers& checkPeers)
+    {
+        const int64_t timeoutNs = int64_t{timeoutMs} * 1'000'000;
+        const int64_t start = CoarseNs();
+        int64_t limit = std::min(timeoutNs, kPeerCheckNs);
+        int64_t deadline = 0; // most waits end in their first sleep, and never look at the clock again
+        for (;;)
+        {
+            // The bit stands before the last look at what is waited for; the other side stores that first and looks
+            // at the word afterwards. So one of the two sees the other.
+            const uint32_t seen = word.fetch_or(bit, std::memory_order_seq_cst) | bit;
+            uint32_t result = poll();
+            if (result != FLOW_RAIL_TIMEOUT) return result;
+            const bool ranOut = SleepOn(word, seen, limit);
+            result = poll();
+            if (result != FLOW_RAIL_TIMEOUT) return result;
+
+            const int64_t now = MonotonicNs();
+            if (IsPeerCheckDue(now))
+            {
+                result = checkPeers();
+                if (result != FLOW_RAIL_TIMEOUT) return result;
+            }
+            if (deadline == 0) deadline = ranOut ? now + timeoutNs - limit : start + CoarseTickNs() + timeoutNs;
+            if (now >= deadline) return FLOW_RAIL_TIMEOUT;
+            limit = std::min(deadline - now, kPeerCheckNs);
+        }
+    }
 
     // Spinning pays when the other side runs on another core, and only costs when it waits for ours.
     template <class Poll>

@@ -51,6 +51,19 @@ TEST(LockProducer, OnAConsumersRailNeedsAConsumer)
     EXPECT_EQ(pair.Producer->LockProducer(100, 1000, &slot), FLOW_RAIL_BAD_STATE);
 }
 
+TEST(GetProducerSpace, OfAConsumersRailMakesNobodyItsProducer)
+{
+    RailPair pair(100, 4, "consumer");
+    pair.Join();
+    EXPECT_EQ(pair.Consumer->GetProducerSpace(0), 400u);
+    EXPECT_EQ(pair.Producer->GetProducerSpace(0), 400u);
+
+    ASSERT_EQ(pair.Put(150, 1), FLOW_RAIL_OK);
+
+    EXPECT_EQ(pair.Consumer->GetProducerSpace(0), 250u);
+    EXPECT_EQ(pair.Producer->GetProducerSpace(0), 250u);
+}
+
 TEST(LockProducer, OfAConsumersRailIsForOneProducerAtATime)
 {
     RailPair pair(100, 4, "consumer");
