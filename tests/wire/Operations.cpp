@@ -11,7 +11,8 @@ namespace
 
 using Ids = std::vector<uint64_t>;
 
-// An operation that fills a list: on success the two ids of kList, otherwise what was there.
+// An operation that fills a list: on success the two ids of kList, otherwise what was there. A good answer without a
+// document alone empties the list and fails.
 const std::string kList = R"({"ID": ["00000000000000aa", "0000000000000007"]})";
 
 template <class Call>
@@ -19,6 +20,7 @@ RESULT_CODE CallList(Call call)
 {
     Ids ids{1, 2, 3};
     const RESULT_CODE result = call(&ids);
+    if (result == RESULT_OPERATION_FAILED && ids.empty()) return result;
     EXPECT_EQ(ids, (result == RESULT_NO_ERROR ? Ids{0xaa, 7} : Ids{1, 2, 3}));
     return result;
 }

@@ -70,6 +70,14 @@ TEST_F(ResourceAnswers, AListIsEmptiedAndFilledInTheOrderOfTheDocument)
             else
                 EXPECT_EQ(ids, row.Ids);
         }
+    for (const auto& [path, call] : lists)
+    {
+        SCOPED_TRACE(path);
+        Peer.Service.Answer("GET", path, 200, "no document");
+        std::vector<uint64_t> ids{9, 9};
+        EXPECT_EQ(call(&ids), RESULT_OPERATION_FAILED);
+        EXPECT_THAT(ids, testing::IsEmpty()) << "the answer was good, so what was there is of the past";
+    }
 }
 
 struct CreateCase

@@ -281,4 +281,9 @@ RESULT_CODE CSerializer::Delete(Value* value)
 {
     return Free(value);
 }
+
+RESULT_CODE CSerializer::Delete(ServerError* error)
+{
+    return Free(error);
+}
 } // namespace Quillmont::Trellis::CommandPipe::RestServer

@@ -126,6 +126,7 @@ public:
     static RESULT_CODE Delete(std::vector<uint64_t>* list);
     static RESULT_CODE Delete(std::vector<utility::string_t>* list);
     static RESULT_CODE Delete(Value* value);
+    static RESULT_CODE Delete(ServerError* error);
 
     // ---- identifiers: 16 lowercase hexadecimal digits ----
 

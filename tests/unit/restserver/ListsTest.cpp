@@ -115,6 +115,8 @@ TEST(Delete, TakesNullAndWhatTheSerializerMade)
     EXPECT_EQ(CSerializer::Delete(static_cast<std::vector<uint64_t>*>(nullptr)), RESULT_NO_ERROR);
     EXPECT_EQ(CSerializer::Delete(static_cast<std::vector<utility::string_t>*>(nullptr)), RESULT_NO_ERROR);
     EXPECT_EQ(CSerializer::Delete(static_cast<value*>(nullptr)), RESULT_NO_ERROR);
+    EXPECT_EQ(CSerializer::Delete(static_cast<ServerError*>(nullptr)), RESULT_NO_ERROR);
+    EXPECT_EQ(CSerializer::Delete(new ServerError()), RESULT_NO_ERROR);
     EXPECT_EQ(CSerializer::Delete(new std::string("text")), RESULT_NO_ERROR);
     EXPECT_EQ(CSerializer::Delete(new value()), RESULT_NO_ERROR);
 }
