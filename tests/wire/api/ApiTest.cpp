@@ -73,18 +73,27 @@ uint64_t RailVersion()
     return status.FlowRailVersion;
 }
 
-ContextTest::ContextTest()
+// Neither is ever released: the process ends with both at work.
+static FakeMxs& SharedService()
 {
-    EXPECT_EQ(ZEFA_CreateMXSContext(Service.Url().c_str(), &Context), ZEFA_NO_ERROR);
+    static FakeMxs* const service = new FakeMxs;
+    service->PlaySession(RailVersion());
+    service->ForgetRequests();
+    return *service;
 }
 
-ContextTest::~ContextTest()
+static ZEFA_HANDLE SharedContext()
 {
-    if (Context)
+    static const ZEFA_HANDLE context = []
     {
-        EXPECT_EQ(ZEFA_DestroyMXSContext(Context), ZEFA_NO_ERROR);
-    }
+        ZEFA_HANDLE created = nullptr;
+        EXPECT_EQ(ZEFA_CreateMXSContext(SharedService().Url().c_str(), &created), ZEFA_NO_ERROR);
+        return created;
+    }();
+    return context;
 }
+
+ContextTest::ContextTest() : Service(SharedService()), Context(SharedContext()) {}
 
 StreamTest::StreamTest()
 {
@@ -129,6 +138,8 @@ extern "C" const char* __lsan_default_suppressions()
     return "leak:ZEFA_CreateMXSContext\nleak:ZEFA_CreateStream\n";
 }
 
+extern "C" [[gnu::weak]] void __lsan_do_leak_check();
+
 int main(int argc, char** argv)
 {
     if (!std::getenv(kFolderVariable))
@@ -148,5 +159,9 @@ int main(int argc, char** argv)
         std::cerr << "This machine has log settings of its own, which go before those of these tests: texts that are "
                      "expected in the log may be missing.\n";
     testing::InitGoogleMock(&argc, argv);
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    std::cout.flush();
+    std::fflush(nullptr);
+    if (&__lsan_do_leak_check) __lsan_do_leak_check(); // ends the process itself when it finds something
+    _exit(result); // the shared context's watchdog still runs: nothing may be destroyed under it
 }

@@ -37,14 +37,15 @@ protected:
     FakeMxs Service;
 };
 
-// With a context, which is destroyed at the end.
-class ContextTest : public ServiceTest
+// With a context on a service, both of which all tests of the process share: to destroy a context takes a second, until
+// its watchdog has noticed. What a test makes the service answer stays until another test says otherwise.
+class ContextTest : public testing::Test
 {
 protected:
     ContextTest();
-    ~ContextTest() override;
 
-    ZEFA_HANDLE Context = nullptr;
+    FakeMxs& Service;
+    const ZEFA_HANDLE Context;
 };
 
 // With a stream of the identifier 9, of which the service takes and gives all that a test does not say otherwise.

@@ -40,7 +40,8 @@ protected:
 
 std::string CreationBody(int essence, const char* type)
 {
-    return R"({"Essence":)" + std::to_string(essence) + R"(,"Shared":false,"Type":")" + type + "\"}";
+    return R"({"Essence":)" + std::to_string(essence) + R"(,"ID":"0000000000000000","Shared":false,"Type":")" + type +
+           "\"}";
 }
 
 struct HandleCase

@@ -163,8 +163,6 @@ const Row kRows[] = {
 
 class Translation : public ContextTest, public testing::WithParamInterface<Row>
 {
-protected:
-    ~Translation() override { Service.PlaySession(RailVersion()); } // the context can be destroyed
 };
 } // namespace
 
