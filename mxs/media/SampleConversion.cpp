@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <type_traits>
 
 namespace mxs::media
 {
@@ -11,23 +12,35 @@ namespace mxs::media
 namespace
 {
 
-// Four components fill whole bytes at each depth and in each layout, so the fast part of the loop works by fours.
+// Four components fill whole bytes at each depth and in each layout, so the fast part of the loop works by fours, which
+// it holds in the four 16-bit lanes of one number, the first component in the lowest.
 constexpr uint32_t kQuad = 4;
-using Quad = std::array<uint32_t, kQuad>;
+using Lanes = uint64_t;
+constexpr Lanes kEachLane = 0x0001'0001'0001'0001;
 
-// Components at `bits` each, packed most significant bit first.
-template <uint32_t bits>
-Quad LoadQuad(const uint8_t* from)
+uint64_t LoadBig(const uint8_t* from, std::integral_constant<uint32_t, 4>)
 {
-    if constexpr (bits == 8) return {from[0], from[1], from[2], from[3]};
-    uint64_t value = 0;
-    for (uint32_t i = 0; i < bits / 2; ++i)
-        value = value << 8 | from[i];
+    return uint64_t{from[0]} << 24 | uint64_t{from[1]} << 16 | uint64_t{from[2]} << 8 | from[3];
+}
+
+uint64_t LoadBig(const uint8_t* from, std::integral_constant<uint32_t, 5>)
+{
+    return LoadBig(from, std::integral_constant<uint32_t, 4>{}) << 8 | from[4];
+}
+
+uint64_t LoadBig(const uint8_t* from, std::integral_constant<uint32_t, 6>)
+{
+    return LoadBig(from, std::integral_constant<uint32_t, 4>{}) << 16 | uint64_t{from[4]} << 8 | from[5];
+}
+
+// Four components at `bits` each, packed most significant bit first.
+template <uint32_t bits>
+Lanes LoadQuad(const uint8_t* from)
+{
+    const uint64_t packed = LoadBig(from, std::integral_constant<uint32_t, bits / 2>{});
     constexpr uint64_t mask = (1u << bits) - 1;
-    Quad quad;
-    for (uint32_t i = 0; i < kQuad; ++i)
-        quad[i] = static_cast<uint32_t>(value >> (bits * (kQuad - 1 - i)) & mask);
-    return quad;
+    return packed >> (3 * bits) | (packed >> (2 * bits) & mask) << 16 | (packed >> bits & mask) << 32 |
+           (packed & mask) << 48;
 }
 
 // The component that starts at bit `position` of `from`.
@@ -47,6 +60,7 @@ uint32_t LoadOne(const uint8_t* from, uint64_t position)
     return value;
 }
 
+// Between depths: times a power of two, or rounded, halves up, and kept within the range.
 template <uint32_t from, uint32_t to>
 uint32_t Scale(uint32_t value)
 {
@@ -54,6 +68,58 @@ uint32_t Scale(uint32_t value)
         return value << (to - from);
     else
         return std::min((value + (1u << (from - to - 1))) >> (from - to), (1u << to) - 1);
+}
+
+// The same in each lane.
+template <uint32_t from, uint32_t to>
+Lanes ScaleQuad(Lanes quad)
+{
+    if constexpr (to >= from)
+        return quad << (to - from);
+    else
+    {
+        constexpr Lanes half = kEachLane << (from - to - 1);
+        constexpr Lanes mask = kEachLane * ((1u << (to + 1)) - 1);
+        const Lanes rounded = (quad + half) >> (from - to) & mask;
+        return rounded - (rounded >> to & kEachLane); // only the power of two itself is beyond the range, by one
+    }
+}
+
+void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 4>)
+{
+    for (uint32_t i = 0; i < 4; ++i)
+        to[i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 5>)
+{
+    StoreBytes(to, value, std::integral_constant<uint32_t, 4>{});
+    to[4] = static_cast<uint8_t>(value >> 32);
+}
+
+void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 6>)
+{
+    StoreBytes(to, value, std::integral_constant<uint32_t, 4>{});
+    to[4] = static_cast<uint8_t>(value >> 32);
+    to[5] = static_cast<uint8_t>(value >> 40);
+}
+
+void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 8>)
+{
+    for (uint32_t i = 0; i < 8; ++i) // one store to the compiler
+        to[i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+constexpr uint64_t Reversed(uint64_t value)
+{
+    value = (value & 0x00FF'00FF'00FF'00FF) << 8 | (value >> 8 & 0x00FF'00FF'00FF'00FF);
+    value = (value & 0x0000'FFFF'0000'FFFF) << 16 | (value >> 16 & 0x0000'FFFF'0000'FFFF);
+    return value << 32 | value >> 32;
+}
+
+uint64_t Lane(Lanes quad, uint32_t index)
+{
+    return quad >> (16 * index) & 0xFFFF;
 }
 
 // The application's layouts. Each stores one component at its index, and four at an index that is a multiple of 4.
@@ -77,13 +143,12 @@ struct PackedBig
             left -= take;
         }
     }
-    static void StoreQuad(uint8_t* slot, uint64_t index, const Quad& quad)
+    static void StoreQuad(uint8_t* slot, uint64_t index, Lanes quad)
     {
-        uint8_t* to = slot + index * bits / 8;
         const uint64_t value =
-            uint64_t{quad[0]} << (3 * bits) | uint64_t{quad[1]} << (2 * bits) | uint64_t{quad[2]} << bits | quad[3];
-        for (uint32_t i = 0; i < bits / 2; ++i)
-            to[i] = static_cast<uint8_t>(value >> (8 * (bits / 2 - 1 - i)));
+            Lane(quad, 0) << (3 * bits) | Lane(quad, 1) << (2 * bits) | Lane(quad, 2) << bits | Lane(quad, 3);
+        StoreBytes(slot + index * bits / 8, Reversed(value << (64 - 4 * bits)),
+                   std::integral_constant<uint32_t, bits / 2>{});
     }
 };
 
@@ -106,13 +171,11 @@ struct PackedLittle
             left -= take;
         }
     }
-    static void StoreQuad(uint8_t* slot, uint64_t index, const Quad& quad)
+    static void StoreQuad(uint8_t* slot, uint64_t index, Lanes quad)
     {
-        uint8_t* to = slot + index * bits / 8;
         const uint64_t value =
-            uint64_t{quad[3]} << (3 * bits) | uint64_t{quad[2]} << (2 * bits) | uint64_t{quad[1]} << bits | quad[0];
-        for (uint32_t i = 0; i < bits / 2; ++i)
-            to[i] = static_cast<uint8_t>(value >> (8 * i));
+            Lane(quad, 3) << (3 * bits) | Lane(quad, 2) << (2 * bits) | Lane(quad, 1) << bits | Lane(quad, 0);
+        StoreBytes(slot + index * bits / 8, value, std::integral_constant<uint32_t, bits / 2>{});
     }
 };
 
@@ -127,10 +190,20 @@ struct Word
         for (uint32_t i = 0; i < wordBytes; ++i)
             to[order == kLittleEndian ? i : wordBytes - 1 - i] = static_cast<uint8_t>(value >> (8 * i));
     }
-    static void StoreQuad(uint8_t* slot, uint64_t index, const Quad& quad)
+    static void StoreQuad(uint8_t* slot, uint64_t index, Lanes quad)
     {
-        for (uint32_t i = 0; i < kQuad; ++i)
-            StoreOne(slot, index + i, quad[i]);
+        uint8_t* to = slot + index * wordBytes;
+        constexpr std::integral_constant<uint32_t, 8> eight;
+        if constexpr (order == kBigEndian) // within each lane
+            quad = (quad & 0x00FF'00FF'00FF'00FF) << 8 | (quad >> 8 & 0x00FF'00FF'00FF'00FF);
+        if constexpr (wordBytes == 2)
+            StoreBytes(to, quad, eight);
+        else
+        {
+            constexpr uint32_t shift = order == kBigEndian ? 16 : 0; // the two bytes of 0 stand in front
+            StoreBytes(to, (Lane(quad, 0) | Lane(quad, 1) << 32) << shift, eight);
+            StoreBytes(to + 8, (Lane(quad, 2) | Lane(quad, 3) << 32) << shift, eight);
+        }
     }
 };
 
@@ -151,10 +224,8 @@ void ConvertRun(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, 
     const uint8_t* from = payload + done * networkBits / 8;
     for (; done + kQuad <= components; done += kQuad, from += networkBits / 2)
     {
-        Quad quad = LoadQuad<networkBits>(from);
-        for (uint32_t& value : quad)
-            value = Scale<networkBits, Layout::depth>(value);
-        Layout::StoreQuad(slot, firstComponent + done, quad);
+        Layout::StoreQuad(slot, firstComponent + done,
+                          ScaleQuad<networkBits, Layout::depth>(LoadQuad<networkBits>(from)));
     }
     while (done < components)
         single();
