@@ -185,19 +185,25 @@ TEST_F(BadAnswersTest, AGetSurvivesAConnectionThatWasClosedWhileIdle)
     EXPECT_EQ(config.CpuCoreID, 42u);
 }
 
-TEST_F(BadAnswersTest, APutOnAConnectionThatWasClosedWhileIdleFailsOnceAtMostAndIsNotRepeated)
+TEST_F(BadAnswersTest, APutOnAConnectionThatWasClosedWhileIdleFailsAndIsNotRepeated)
 {
     Peer.Service.Answer("PUT", kConfig, 200);
     ASSERT_EQ(Conductor->SetConfig(7, {}), RESULT_NO_ERROR);
     Peer.Service.CloseIdleConnections();
     Peer.Service.ForgetRequests();
 
-    // Whether the HTTP library has seen the end of the connection in time is a race of its own.
-    const RESULT_CODE first = Conductor->SetConfig(7, {});
-    EXPECT_TRUE(first == RESULT_OPERATION_FAILED || first == RESULT_NO_ERROR) << first;
-    EXPECT_EQ(Peer.Service.Count("PUT", kConfig), first == RESULT_NO_ERROR ? 1u : 0u);
-
-    EXPECT_EQ(Conductor->SetConfig(7, {}), RESULT_NO_ERROR);
+    // Whether the HTTP library has seen the end of a connection in time is a race of its own. There may be two to fail
+    // on: a tick of the watchdog beside another exchange has a connection to itself.
+    constexpr int kAttempts = 3;
+    RESULT_CODE result = RESULT_OPERATION_FAILED;
+    for (int attempt = 0; attempt < kAttempts && result != RESULT_NO_ERROR; ++attempt)
+    {
+        EXPECT_EQ(Peer.Service.Count("PUT", kConfig), 0u) << "a failed one has not reached the service";
+        result = Conductor->SetConfig(7, {});
+        EXPECT_THAT(result, testing::AnyOf(RESULT_OPERATION_FAILED, RESULT_NO_ERROR));
+    }
+    EXPECT_EQ(result, RESULT_NO_ERROR);
+    EXPECT_EQ(Peer.Service.Count("PUT", kConfig), 1u);
 }
 
 // On a connection of its own: of one that was kept the HTTP library itself believes, when it ends without a byte, that
