@@ -96,7 +96,7 @@ void Service::KeepHouse(std::stop_token stop)
                 RemoveContext(context);
             }
             if (std::chrono::steady_clock::now() < nextSample) continue;
-            nextSample += 1s;
+            nextSample = std::chrono::steady_clock::now() + 1s;
             Cores.Sample();
             Interfaces.Sample();
             Meter.Sample();

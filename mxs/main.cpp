@@ -5,15 +5,21 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <grp.h>
 #include <iostream>
+#include <mutex>
 #include <optional>
 #include <sched.h>
 #include <string>
 #include <string_view>
 #include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
 
 namespace
 {
@@ -33,6 +39,7 @@ Runs in the foreground, logs to standard error, and writes its base URL to stand
   --rail-group GROUP     group whose members may open streams' memory besides this user
   --memory-limit BYTES   shared memory of all streams together; suffix K, M or G (default 8G)
   --log-level LEVEL      error, warning, info (default) or debug
+  --remove-abandoned     remove the memory that killed services left behind, and end; every start does so too
   --help                 this text
 )";
 
@@ -41,6 +48,7 @@ struct Options
     ServiceSettings service;
     LogLevel logLevel = LogLevel::Info;
     bool help = false;
+    bool removeAbandoned = false;
 };
 
 // A decimal number from `least` to `most`.
@@ -103,7 +111,7 @@ constexpr OptionRow kOptions[] = {
      [](std::string_view v, Options& o)
      {
          o.service.media.railGroup = v;
-         return !v.empty();
+         return !v.empty() && (Number(v, 0, UINT32_MAX) || getgrnam(o.service.media.railGroup.c_str()));
      }},
     {"--memory-limit",
      [](std::string_view v, Options& o) { return Assign(Bytes(v), o.service.media.memoryLimitBytes); }},
@@ -124,6 +132,11 @@ std::optional<Options> ReadOptions(int count, char** texts)
         {
             options.help = true;
             return options;
+        }
+        if (name == "--remove-abandoned")
+        {
+            options.removeAbandoned = true;
+            continue;
         }
         std::optional<std::string_view> value;
         if (const size_t equals = name.find('='); equals != std::string_view::npos)
@@ -158,6 +171,39 @@ void RaiseDescriptorLimit(const Log& log)
     if (setrlimit(RLIMIT_NOFILE, &limit) != 0) log.Warning("The limit of open files could not be raised.");
 }
 
+void RemoveAbandoned(const Log& log)
+{
+    if (const uint32_t removed = CFlowRailFactory::RemoveAbandoned(media::kRailNamePrefix); removed > 0)
+        log.Warning("Removed " + std::to_string(removed) + " rails that a service which died had left behind.");
+}
+
+// Ends the process when stopping takes longer than it may: a stream's start that is under way first fills its ring,
+// seconds for some gigabytes. The program runs anew to remove that ring: its lock goes with the old image.
+class StopDeadline
+{
+public:
+    explicit StopDeadline(const Log& log)
+        : Thread(
+              [this, &log](std::stop_token stopped)
+              {
+                  std::unique_lock lock(Mutex);
+                  Wake.wait_for(lock, stopped, kLongestStop, [] { return false; });
+                  if (stopped.stop_requested()) return;
+                  log.Warning("Stopping takes too long; what is under way is cut off.");
+                  execl("/proc/self/exe", "mxsd", "--remove-abandoned", nullptr);
+                  _exit(1);
+              })
+    {
+    }
+
+private:
+    static constexpr std::chrono::milliseconds kLongestStop{600};
+
+    std::mutex Mutex;
+    std::condition_variable_any Wake;
+    std::jthread Thread;
+};
+
 } // namespace
 
 int main(int count, char** texts)
@@ -182,8 +228,8 @@ int main(int count, char** texts)
 
     const Log log(options->logLevel);
     RaiseDescriptorLimit(log);
-    if (const uint32_t removed = CFlowRailFactory::RemoveAbandoned(media::kRailNamePrefix); removed > 0)
-        log.Warning("Removed " + std::to_string(removed) + " rails that a service which died had left behind.");
+    RemoveAbandoned(log);
+    if (options->removeAbandoned) return 0;
 
     Service service(options->service, log);
     try
@@ -202,6 +248,7 @@ int main(int count, char** texts)
     int signal = 0;
     sigwait(&signals, &signal);
     log.Info(std::string("Stopping on ") + (signal == SIGINT ? "SIGINT." : "SIGTERM."));
+    const StopDeadline deadline(log);
     service.Stop();
     log.Info("Stopped.");
     return 0;

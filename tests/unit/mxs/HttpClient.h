@@ -1,23 +1,16 @@
 // A raw HTTP client over one kept connection: what is sent is what a test says.
 #pragma once
 
-#include <utility> // the next header uses std::exchange without it
-
-#include <boost/asio.hpp>
-#include <boost/beast/core.hpp>
-#include <boost/beast/http.hpp>
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <stdexcept>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace test
 {
-
-namespace asio = boost::asio;
-namespace http = boost::beast::http;
 
 struct Reply
 {
@@ -42,67 +35,27 @@ struct Reply
     }
 };
 
+// Every member throws a std::exception when the connection fails it.
 class HttpClient
 {
 public:
     using Headers = std::vector<std::pair<std::string, std::string>>;
 
-    explicit HttpClient(uint16_t port, bool v6 = false) : Socket(Io)
-    {
-        if (v6)
-            Socket.connect({asio::ip::address_v6::loopback(), port});
-        else
-            Socket.connect({asio::ip::address_v4::loopback(), port});
-        Socket.set_option(asio::ip::tcp::no_delay(true));
-    }
+    explicit HttpClient(uint16_t port, bool v6 = false);
+    ~HttpClient();
 
-    void SendRaw(const std::string& bytes) { asio::write(Socket, asio::buffer(bytes)); }
+    void SendRaw(const std::string& bytes);
+    Reply Receive();
 
-    Reply Receive()
-    {
-        http::response<http::string_body> response;
-        http::read(Socket, Buffer, response);
-        const auto text = [&](http::field name) { return std::string(response[name]); };
-        return {response.result_int(),
-                text(http::field::content_type),
-                text(http::field::location),
-                text(http::field::authorization),
-                text(http::field::allow),
-                text(http::field::connection),
-                response.body()};
-    }
-
-    // Header lines as given; Host and Content-Length are added unless `headers` holds a Host.
+    // Header lines as given; Content-Length is added, and a Host unless `headers` holds one.
     Reply Exchange(const std::string& method, const std::string& target, const Headers& headers,
-                   const std::string& body = "")
-    {
-        std::string text = method + " " + target + " HTTP/1.1\r\n";
-        bool hasHost = false;
-        for (const auto& [name, value] : headers)
-        {
-            hasHost = hasHost || name == "Host";
-            text += name + ": " + value + "\r\n";
-        }
-        if (!hasHost) text += "Host: localhost\r\n";
-        if (!body.empty()) text += "Content-Type: application/json\r\n";
-        text += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-        SendRaw(text);
-        return Receive();
-    }
+                   const std::string& body = "");
 
-    // True when the other side has closed; waits for it.
-    bool IsClosedByPeer()
-    {
-        char byte;
-        boost::system::error_code error;
-        Socket.read_some(asio::buffer(&byte, 1), error);
-        return error == asio::error::eof || error == asio::error::connection_reset;
-    }
+    bool IsClosedByPeer(); // waits for what comes next: true for the end, false for a byte
 
 private:
-    asio::io_context Io;
-    asio::ip::tcp::socket Socket;
-    boost::beast::flat_buffer Buffer;
+    struct Connection; // keeps the HTTP library out of the tests, which take long to compile with it
+    std::unique_ptr<Connection> Inner;
 };
 
 } // namespace test

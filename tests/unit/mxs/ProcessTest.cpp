@@ -7,9 +7,11 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <stdexcept>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace test
@@ -141,6 +143,7 @@ TEST(Program, ABadOptionEndsItWithASentence)
         {{"--memory-limit", "99999999999999G"}, "--memory-limit"},
         {{"--log-level=chatty"}, "\"chatty\""},
         {{"--rail-group="}, "--rail-group"},
+        {{"--rail-group", "nobody-has-this-group"}, "nobody-has-this-group"},
     };
     for (const OptionCase& one : cases)
     {
@@ -165,6 +168,13 @@ TEST(Program, OptionsReachTheService)
     program.Signal(SIGTERM);
     EXPECT_EQ(0, program.ExitStatus());
     EXPECT_NE(std::string::npos, program.RestOfError().find("debug: "));
+}
+
+TEST(Program, RemovingWhatWasAbandonedEndsIt)
+{
+    Program program({"--remove-abandoned"});
+    EXPECT_EQ(0, program.ExitStatus());
+    EXPECT_EQ("", program.RestOfOut()); // it has not served
 }
 
 TEST(Program, APortThatIsTakenEndsItWithASentence)

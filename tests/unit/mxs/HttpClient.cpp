@@ -1,0 +1,78 @@
+// The raw client, on blocking sockets.
+#include "HttpClient.h"
+
+#include <utility> // the next header uses std::exchange without it
+
+#include <boost/asio.hpp>
+#include <boost/beast/core.hpp>
+#include <boost/beast/http.hpp>
+
+namespace test
+{
+
+namespace asio = boost::asio;
+namespace http = boost::beast::http;
+
+struct HttpClient::Connection
+{
+    asio::io_context io;
+    asio::ip::tcp::socket socket{io};
+    boost::beast::flat_buffer buffer;
+};
+
+HttpClient::HttpClient(uint16_t port, bool v6) : Inner(std::make_unique<Connection>())
+{
+    if (v6)
+        Inner->socket.connect({asio::ip::address_v6::loopback(), port});
+    else
+        Inner->socket.connect({asio::ip::address_v4::loopback(), port});
+    Inner->socket.set_option(asio::ip::tcp::no_delay(true));
+}
+
+HttpClient::~HttpClient() = default;
+
+void HttpClient::SendRaw(const std::string& bytes)
+{
+    asio::write(Inner->socket, asio::buffer(bytes));
+}
+
+Reply HttpClient::Receive()
+{
+    http::response<http::string_body> response;
+    http::read(Inner->socket, Inner->buffer, response);
+    const auto text = [&](http::field name) { return std::string(response[name]); };
+    return {response.result_int(),
+            text(http::field::content_type),
+            text(http::field::location),
+            text(http::field::authorization),
+            text(http::field::allow),
+            text(http::field::connection),
+            response.body()};
+}
+
+Reply HttpClient::Exchange(const std::string& method, const std::string& target, const Headers& headers,
+                           const std::string& body)
+{
+    std::string text = method + " " + target + " HTTP/1.1\r\n";
+    bool hasHost = false;
+    for (const auto& [name, value] : headers)
+    {
+        hasHost = hasHost || name == "Host";
+        text += name + ": " + value + "\r\n";
+    }
+    if (!hasHost) text += "Host: localhost\r\n";
+    if (!body.empty()) text += "Content-Type: application/json\r\n";
+    text += "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+    SendRaw(text);
+    return Receive();
+}
+
+bool HttpClient::IsClosedByPeer()
+{
+    char byte;
+    boost::system::error_code error;
+    Inner->socket.read_some(asio::buffer(&byte, 1), error);
+    return error == asio::error::eof || error == asio::error::connection_reset;
+}
+
+} // namespace test
