@@ -424,3 +424,15 @@ void FakeMxs::Stop()
 {
     Impl->Stop();
 }
+
+#ifdef __SANITIZE_THREAD__
+// The thread sanitizer does not see the atomic counters inside the HTTP library, which was not built with it, and takes
+// each release of what that library shares between its threads and ours for a race.
+extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions()
+{
+    return "called_from_lib:libcpprest.so\n"
+           "race:pplx::details::\n"
+           "race:std::__exception_ptr::exception_ptr::_M_release\n";
+}
+#endif

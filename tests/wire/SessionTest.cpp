@@ -201,9 +201,10 @@ TEST_F(Session, ATickIsAPostWithoutABody)
 
 TEST(Watchdog, TicksASecondAfterInitializeAlsoWithoutASession)
 {
+    const auto start = std::chrono::steady_clock::now();
     Connected Peer;
-    EXPECT_EQ(Peer.Service.Count("POST", kTick), 0u);
     ASSERT_TRUE(Peer.Service.WaitForRequests("POST", kTick, 1));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, 1s);
     EXPECT_THAT(Peer.Service.LastRequest("POST", kTick).Values("Authorization"), ElementsAre(""));
     EXPECT_TRUE(Peer.Service.WaitForRequests("POST", kTick, 2));
 }
@@ -243,7 +244,6 @@ TEST(Watchdog, AShutdownLetsTheLastTickPassAndNoneFollows)
     Connected Peer;
     Peer.Rest.Shutdown(); // waits for the running second and its tick
     const size_t ticks = Peer.Service.Count("POST", kTick);
-    EXPECT_LE(ticks, 2u);
     std::this_thread::sleep_for(1200ms);
     EXPECT_EQ(Peer.Service.Count("POST", kTick), ticks);
 }
