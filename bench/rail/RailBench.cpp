@@ -37,7 +37,7 @@ FLOW_RAIL_DESCRIPTOR Describe(const char* purpose, uint32_t slotBytes, const cha
     return {FLOW_RAIL_TYPE_FILE_MAP,
             {{"Name", std::string("bench-") + purpose + "-" + std::to_string(getpid()) + "-" + std::to_string(++count)},
              {"SlotBytes", std::to_string(slotBytes)},
-             {"SlotCount", "2"},
+             {"SlotCount", "4"},
              {"Role", role}}};
 }
 
