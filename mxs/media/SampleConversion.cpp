@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
-#include <type_traits>
 
 namespace mxs::media
 {
@@ -18,26 +18,34 @@ constexpr uint32_t kQuad = 4;
 using Lanes = uint64_t;
 constexpr Lanes kEachLane = 0x0001'0001'0001'0001;
 
-uint64_t LoadBig(const uint8_t* from, std::integral_constant<uint32_t, 4>)
+constexpr uint64_t Reversed(uint64_t value)
 {
-    return uint64_t{from[0]} << 24 | uint64_t{from[1]} << 16 | uint64_t{from[2]} << 8 | from[3];
+    return __builtin_bswap64(value);
 }
 
-uint64_t LoadBig(const uint8_t* from, std::integral_constant<uint32_t, 5>)
+// Numbers of 4, 5, 6 or 8 bytes in memory. Whole words are moved, and the rest is added in registers: a detour of
+// single bytes through memory would make the processor wait.
+template <uint32_t bytes>
+uint64_t LoadBig(const uint8_t* from)
 {
-    return LoadBig(from, std::integral_constant<uint32_t, 4>{}) << 8 | from[4];
+    uint64_t value = uint64_t{from[0]} << 24 | uint64_t{from[1]} << 16 | uint64_t{from[2]} << 8 | from[3];
+    if constexpr (bytes == 5) value = value << 8 | from[4];
+    if constexpr (bytes == 6) value = value << 16 | uint64_t{from[4]} << 8 | from[5];
+    return value;
 }
 
-uint64_t LoadBig(const uint8_t* from, std::integral_constant<uint32_t, 6>)
+template <uint32_t bytes>
+void StoreLittle(uint8_t* to, uint64_t value)
 {
-    return LoadBig(from, std::integral_constant<uint32_t, 4>{}) << 16 | uint64_t{from[4]} << 8 | from[5];
+    if constexpr (std::endian::native == std::endian::big) value = Reversed(value);
+    std::memcpy(to, &value, bytes);
 }
 
 // Four components at `bits` each, packed most significant bit first.
 template <uint32_t bits>
 Lanes LoadQuad(const uint8_t* from)
 {
-    const uint64_t packed = LoadBig(from, std::integral_constant<uint32_t, bits / 2>{});
+    const uint64_t packed = LoadBig<bits / 2>(from);
     constexpr uint64_t mask = (1u << bits) - 1;
     return packed >> (3 * bits) | (packed >> (2 * bits) & mask) << 16 | (packed >> bits & mask) << 32 |
            (packed & mask) << 48;
@@ -85,38 +93,6 @@ Lanes ScaleQuad(Lanes quad)
     }
 }
 
-void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 4>)
-{
-    for (uint32_t i = 0; i < 4; ++i)
-        to[i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 5>)
-{
-    StoreBytes(to, value, std::integral_constant<uint32_t, 4>{});
-    to[4] = static_cast<uint8_t>(value >> 32);
-}
-
-void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 6>)
-{
-    StoreBytes(to, value, std::integral_constant<uint32_t, 4>{});
-    to[4] = static_cast<uint8_t>(value >> 32);
-    to[5] = static_cast<uint8_t>(value >> 40);
-}
-
-void StoreBytes(uint8_t* to, uint64_t value, std::integral_constant<uint32_t, 8>)
-{
-    for (uint32_t i = 0; i < 8; ++i) // one store to the compiler
-        to[i] = static_cast<uint8_t>(value >> (8 * i));
-}
-
-constexpr uint64_t Reversed(uint64_t value)
-{
-    value = (value & 0x00FF'00FF'00FF'00FF) << 8 | (value >> 8 & 0x00FF'00FF'00FF'00FF);
-    value = (value & 0x0000'FFFF'0000'FFFF) << 16 | (value >> 16 & 0x0000'FFFF'0000'FFFF);
-    return value << 32 | value >> 32;
-}
-
 uint64_t Lane(Lanes quad, uint32_t index)
 {
     return quad >> (16 * index) & 0xFFFF;
@@ -147,8 +123,7 @@ struct PackedBig
     {
         const uint64_t value =
             Lane(quad, 0) << (3 * bits) | Lane(quad, 1) << (2 * bits) | Lane(quad, 2) << bits | Lane(quad, 3);
-        StoreBytes(slot + index * bits / 8, Reversed(value << (64 - 4 * bits)),
-                   std::integral_constant<uint32_t, bits / 2>{});
+        StoreLittle<bits / 2>(slot + index * bits / 8, Reversed(value << (64 - 4 * bits)));
     }
 };
 
@@ -175,7 +150,7 @@ struct PackedLittle
     {
         const uint64_t value =
             Lane(quad, 3) << (3 * bits) | Lane(quad, 2) << (2 * bits) | Lane(quad, 1) << bits | Lane(quad, 0);
-        StoreBytes(slot + index * bits / 8, value, std::integral_constant<uint32_t, bits / 2>{});
+        StoreLittle<bits / 2>(slot + index * bits / 8, value);
     }
 };
 
@@ -193,16 +168,15 @@ struct Word
     static void StoreQuad(uint8_t* slot, uint64_t index, Lanes quad)
     {
         uint8_t* to = slot + index * wordBytes;
-        constexpr std::integral_constant<uint32_t, 8> eight;
         if constexpr (order == kBigEndian) // within each lane
             quad = (quad & 0x00FF'00FF'00FF'00FF) << 8 | (quad >> 8 & 0x00FF'00FF'00FF'00FF);
         if constexpr (wordBytes == 2)
-            StoreBytes(to, quad, eight);
+            StoreLittle<8>(to, quad);
         else
         {
             constexpr uint32_t shift = order == kBigEndian ? 16 : 0; // the two bytes of 0 stand in front
-            StoreBytes(to, (Lane(quad, 0) | Lane(quad, 1) << 32) << shift, eight);
-            StoreBytes(to + 8, (Lane(quad, 2) | Lane(quad, 3) << 32) << shift, eight);
+            StoreLittle<8>(to, (Lane(quad, 0) | Lane(quad, 1) << 32) << shift);
+            StoreLittle<8>(to + 8, (Lane(quad, 2) | Lane(quad, 3) << 32) << shift);
         }
     }
 };
