@@ -63,12 +63,13 @@ TEST(HandleCast, RefusesMemoryWithoutTheMagic)
     EXPECT_EQ(HandleCast<Lamp>(noObject.data()), nullptr);
 }
 
-TEST(HandleCast, ComparesTheLowEightBitsUnlessToldOtherwise)
+TEST(CheckHandle, ComparesAsManyBitsOfTheTagAsItIsTold)
 {
     Lantern lantern;
 
-    EXPECT_NE(HandleCast<Lamp>(ToHandle(&lantern)), nullptr);
-    EXPECT_EQ(HandleCast<Lamp>(ToHandle(&lantern), kTagBits16), nullptr);
+    EXPECT_EQ(CheckHandle(ToHandle(&lantern), Lamp::kTypeTag, kTagBits8), &lantern);
+    EXPECT_EQ(CheckHandle(ToHandle(&lantern), Lamp::kTypeTag, kTagBits16), nullptr);
+    EXPECT_EQ(CheckHandle(ToHandle(&lantern), Lantern::kTypeTag, kTagBits16), &lantern);
 }
 
 TEST(CHandle, HandleIsTheAddressAndTheMagicFollowsTheTableOfVirtuals)

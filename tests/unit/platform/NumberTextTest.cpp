@@ -47,6 +47,14 @@ TEST(ToInt32, ThrowsItsOwnTexts)
         EXPECT_EQ(TextOf<OutOfRange>([=] { ToInt32(text); }), "stoi argument out of range") << text;
 }
 
+TEST(ToInt32, ReadsHexadecimalWhereItIsTold)
+{
+    EXPECT_EQ(ToInt32("ff", 16), 255);
+    EXPECT_EQ(ToInt32("0x7Fz", 16), 127);
+    EXPECT_EQ(TextOf<Invalid>([] { ToInt32("g0", 16); }), "invalid stoi argument");
+    EXPECT_EQ(TextOf<OutOfRange>([] { ToInt32("80000000", 16); }), "stoi argument out of range");
+}
+
 TEST(ToUInt64, ReadsTheNumberAtTheStart)
 {
     EXPECT_EQ(ToUInt64("18446744073709551615"), UINT64_MAX);
