@@ -21,7 +21,8 @@ static void Parse(const std::string& text)
 {
     try
     {
-        for (const nlohmann::json& media : quill::sdp_module::ParseSdpText(text).at("media"))
+        const nlohmann::json tree = quill::sdp_module::ParseSdpText(text);
+        for (const nlohmann::json& media : tree.at("media"))
             Require(media.at("rtp").is_array() && media.at("fmtp").is_array());
     }
     catch (const std::out_of_range&) // a fraction too small for a double
