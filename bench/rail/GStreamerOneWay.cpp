@@ -24,9 +24,9 @@ GstFlowReturn Receive(GstPad*, GstObject*, GstBuffer* buffer)
     return write(AnswerLine, &taken, sizeof taken) == static_cast<ssize_t>(sizeof taken) ? GST_FLOW_OK : GST_FLOW_ERROR;
 }
 
-void RunReceiver(const Partner& line, const std::string& socket)
+void RunReceiver(const Partner& line, const std::string& socket, unsigned cpu)
 {
-    PinTo(1);
+    PinTo(cpu);
     line.Hear();
     AnswerLine = line.Line();
     gst_init(nullptr, nullptr);
@@ -45,10 +45,11 @@ void RunReceiver(const Partner& line, const std::string& socket)
 class GStreamerRoad : public OneWayRoad
 {
 public:
-    explicit GStreamerRoad(uint32_t bufferBytes)
+    GStreamerRoad(uint32_t bufferBytes, unsigned receiverCpu)
         : Bytes(bufferBytes),
           Folder(std::filesystem::temp_directory_path() / ("bench-rail-" + std::to_string(getpid()))),
-          Receiver([this](const Partner& line) { RunReceiver(line, (Folder / "shm").string()); })
+          Receiver([this, receiverCpu](const Partner& line)
+                   { RunReceiver(line, (Folder / "shm").string(), receiverCpu); })
     {
         std::filesystem::create_directory(Folder);
         gst_init(nullptr, nullptr);
@@ -108,10 +109,10 @@ private:
 };
 } // namespace
 
-OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes)
+OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes, unsigned receiverCpu)
 {
     // Asked of another process: the receiver must be forked before the library has started a thread here.
     if (std::system("gst-inspect-1.0 --exists shmsink") != 0) return nullptr;
-    return new GStreamerRoad(bufferBytes);
+    return new GStreamerRoad(bufferBytes, receiverCpu);
 }
 } // namespace railbench

@@ -3,7 +3,7 @@
 
 namespace railbench
 {
-OneWayRoad* NewGStreamerRoad(uint32_t)
+OneWayRoad* NewGStreamerRoad(uint32_t, unsigned)
 {
     return nullptr;
 }

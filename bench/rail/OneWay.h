@@ -22,8 +22,9 @@ public:
     virtual int64_t Measure() = 0;
 };
 
-OneWayRoad* NewRailRoad(uint32_t slotBytes);
-OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes); // null when this build has no GStreamer, or none is installed
+OneWayRoad* NewRailRoad(uint32_t slotBytes, unsigned receiverCpu);
+OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes,
+                             unsigned receiverCpu); // null when this build has no GStreamer, or none is installed
 } // namespace railbench
 
 #endif

@@ -14,13 +14,12 @@ namespace
 class RailRoad : public OneWayRoad
 {
 public:
-    explicit RailRoad(uint32_t slotBytes)
+    RailRoad(uint32_t slotBytes, unsigned receiverCpu)
         : Bytes(slotBytes), Descriptor{FLOW_RAIL_TYPE_FILE_MAP,
-                                       {{"Name",
-                                         "bench-way-" + std::to_string(getpid()) + "-" + std::to_string(slotBytes)},
+                                       {{"Name", "bench-way-" + std::to_string(getpid())},
                                         {"SlotBytes", std::to_string(slotBytes)},
                                         {"SlotCount", "2"}}},
-          Receiver([this](const Partner& line) { Receive(line); }),
+          Receiver([this, receiverCpu](const Partner& line) { Receive(line, receiverCpu); }),
           Rail(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP))
     {
         if (Rail->Create(&Descriptor) != FLOW_RAIL_OK) Fail("a rail");
@@ -44,9 +43,9 @@ public:
     }
 
 private:
-    void Receive(const Partner& line) const
+    void Receive(const Partner& line, unsigned cpu) const
     {
-        PinTo(1);
+        PinTo(cpu);
         line.Hear();
         const std::unique_ptr<CFlowRail> rail(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
         uint64_t token = 0;
@@ -75,8 +74,8 @@ private:
 };
 } // namespace
 
-OneWayRoad* NewRailRoad(uint32_t slotBytes)
+OneWayRoad* NewRailRoad(uint32_t slotBytes, unsigned receiverCpu)
 {
-    return new RailRoad(slotBytes);
+    return new RailRoad(slotBytes, receiverCpu);
 }
 } // namespace railbench

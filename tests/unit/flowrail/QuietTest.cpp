@@ -38,13 +38,18 @@ bool RunCycle(RailPair& pair)
 }
 } // namespace
 
-// Aligned and sized forms come to these two.
+// The other forms that are used here come to these.
 // Never inlined: the compiler would see free() meet operator new.
 [[gnu::noinline]] void* operator new(size_t bytes)
 {
     Allocations.fetch_add(1, std::memory_order_relaxed);
     if (void* const memory = std::malloc(bytes)) return memory;
     throw std::bad_alloc();
+}
+[[gnu::noinline]] void* operator new(size_t bytes, const std::nothrow_t&) noexcept
+{
+    Allocations.fetch_add(1, std::memory_order_relaxed);
+    return std::malloc(bytes);
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
