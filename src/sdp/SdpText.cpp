@@ -2,29 +2,31 @@
 #include "sdp/SdpText.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/finder.hpp>
+#include <boost/algorithm/string/trim.hpp>
 
 namespace quill::sdp_module
 {
 
+static constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+
 std::vector<std::string_view> SplitText(std::string_view text, char separator)
 {
+    const auto findSeparator = boost::algorithm::token_finder([separator](char each) { return each == separator; });
     std::vector<std::string_view> pieces;
     pieces.reserve(static_cast<size_t>(std::count(text.begin(), text.end(), separator)) + 1);
-    for (size_t end = text.find(separator); end != std::string_view::npos; end = text.find(separator))
+    for (auto begin = text.begin();;)
     {
-        pieces.push_back(text.substr(0, end));
-        text.remove_prefix(end + 1);
+        const auto found = findSeparator(begin, text.end());
+        pieces.emplace_back(begin, found.begin());
+        if (found.empty()) return pieces;
+        begin = found.end();
     }
-    pieces.push_back(text);
-    return pieces;
 }
 
 std::string_view Trimmed(std::string_view text)
 {
-    constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
-    const size_t begin = std::min(text.find_first_not_of(kWhiteSpace), text.size());
-    text.remove_prefix(begin);
-    return text.substr(0, text.find_last_not_of(kWhiteSpace) + 1);
+    return boost::algorithm::trim_copy_if(text, [](char each) { return kWhiteSpace.find(each) != kWhiteSpace.npos; });
 }
 
 bool AllDigits(std::string_view text)
