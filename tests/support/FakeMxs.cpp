@@ -431,8 +431,9 @@ void FakeMxs::Stop()
 extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
 extern "C" const char* __tsan_default_suppressions()
 {
-    return "called_from_lib:libcpprest.so\n"
-           "race:pplx::details::\n"
+    return "race:libcpprest.so\n"
+           "race:web::http::details::_http_\n"
+           "race:pplx::details::_Task_impl\n"
            "race:std::__exception_ptr::exception_ptr::_M_release\n";
 }
 #endif
