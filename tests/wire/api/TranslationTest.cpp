@@ -169,6 +169,7 @@ class Translation : public ContextTest, public testing::WithParamInterface<Row>
 TEST_P(Translation, FollowsItsRow)
 {
     const Row& row = GetParam();
+    const size_t before = Service.Count(row.method, row.path); // making the context reads the service's status
     for (size_t i = 0; i < kResults.size(); ++i)
     {
         Service.AnswerError(row.method, row.path, kResults[i]);
@@ -180,7 +181,8 @@ TEST_P(Translation, FollowsItsRow)
         const auto text = row.logged.find(kResults[i]);
         EXPECT_EQ(errors, text == row.logged.end() ? Texts{} : Texts{text->second}) << "result " << kResults[i];
     }
-    EXPECT_EQ(Service.Count(row.method, row.path), kResults.size()) << "each call is one exchange, nothing is repeated";
+    EXPECT_EQ(Service.Count(row.method, row.path) - before, kResults.size())
+        << "each call is one exchange, nothing is repeated";
 }
 
 INSTANTIATE_TEST_SUITE_P(Functions, Translation, testing::ValuesIn(kRows),
