@@ -23,10 +23,10 @@
  * is given; it keeps no pointer of the application.
  *
  * Threads. Several threads may call on one context at once, and on different streams. On one stream, one media thread
- * locks slots and works with them beside one control thread; slot metadata belongs to the thread that holds the slot.
- * ZEFA_DestroyMXSContext and ZEFA_DestroyStream must not overlap any other call on their handle. The only thread that
- * the library starts by itself is the watchdog of a context; after a fork the child must not use a context of its
- * parent.
+ * locks slots and works with them beside one control thread; slot metadata and unlocking take one thread at a time on a
+ * stream; a slot is not tied to the thread that locked it. ZEFA_DestroyMXSContext and ZEFA_DestroyStream must not
+ * overlap any other call on their handle. The library starts the watchdog of each context, and asks for the HTTP
+ * library's pool (below); no other thread. After a fork the child must not use a context of its parent.
  *
  * HTTP. The exchanges run on the task pool of the HTTP library, cpprestsdk, which is one for the whole process. Before
  * the first exchange zefaline1 asks for a pool of one or two threads instead of 40, and accepts it when the application

@@ -48,7 +48,7 @@ typedef uint32_t ZEFA_ERRORCODE;
 #define ZEFA_ERR_NOT_FOUND UINT32_C(8)         /**< The thing named does not exist. */
 #define ZEFA_ERR_INCORRECT_STATE UINT32_C(9)   /**< Not now: the object is in a state that does not allow it. */
 #define ZEFA_ERR_BUFFER_TOO_SMALL UINT32_C(10) /**< The caller's buffer has less room than the text needs. */
-#define ZEFA_ERR_TIMEOUT UINT32_C(11)          /**< The time limit ran out; nothing was changed. */
+#define ZEFA_ERR_TIMEOUT UINT32_C(11)          /**< The time limit ran out; no slot is locked. */
 #define ZEFA_ERR_COMMUNICATION UINT32_C(12) /**< The service could not be reached, or answered against the protocol. */
 /** @} */
 

@@ -19,7 +19,7 @@ typedef struct ZEFA_LIBRARIES_STATUS
  *
  * Brings the HTTP client up, starts the watchdog thread of the context, which tells the service once a second that
  * the application is alive, authenticates, and compares the version of the flow rail library with the service's.
- * Blocks for three exchanges. Any thread; several contexts may live at once.
+ * Blocks for two exchanges. Any thread; several contexts may live at once.
  *
  * A failure cleans up nothing: until the authentication has succeeded the context stays allocated out of reach
  * (with its watchdog thread, once the transport is up), so do not retry in a tight loop. From then on the handle

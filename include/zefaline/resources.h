@@ -12,14 +12,16 @@ typedef uint32_t ZEFA_CONDUCTOR_AVAILABILITY;
 #define ZEFA_CONDUCTOR_AVAILABILITY_AVAILABLE UINT32_C(0)     /**< A conductor may run here. */
 #define ZEFA_CONDUCTOR_AVAILABILITY_NOT_AVAILABLE UINT32_C(1) /**< The service gives this core to nobody. */
 #define ZEFA_CONDUCTOR_AVAILABILITY_ALREADY_USED UINT32_C(2)  /**< A conductor is bound to it already. */
-#define ZEFA_CONDUCTOR_AVAILABILITY_UNKNOWN UINT32_C(3)       /**< The service said something else. */
+/** A value without a constant here. A word that this library does not know reads as 0 instead. */
+#define ZEFA_CONDUCTOR_AVAILABILITY_UNKNOWN UINT32_C(3)
 
 /** Duplex mode of a link. */
 typedef uint32_t ZEFA_DUPLEX_TYPE;
 #define ZEFA_DUPLEX_TYPE_HALF UINT32_C(0)    /**< One direction at a time. */
 #define ZEFA_DUPLEX_TYPE_FULL UINT32_C(1)    /**< Both directions at once. */
 #define ZEFA_DUPLEX_TYPE_UNKNOWN UINT32_C(2) /**< The interface does not tell. */
-#define ZEFA_DUPLEX_TYPE_INVALID UINT32_C(3) /**< The service said something else. */
+/** A value without a constant here. A word that this library does not know reads as 0 instead. */
+#define ZEFA_DUPLEX_TYPE_INVALID UINT32_C(3)
 
 /** A CPU core as the service sees it. */
 typedef struct ZEFA_CPU_CORE_STATUS

@@ -70,7 +70,7 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_LockSlot(ZEFA_HANDLE Stream, ZEFA_SLOT* pSlot);
  * Does not wait. Must not run beside a metadata call on the same stream. On failure the slot stays locked.
  *
  * @param Stream Stream handle.
- * @param Slot A slot that this thread has locked.
+ * @param Slot A slot that is locked.
  * @retval ZEFA_NO_ERROR Done.
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
  * @retval ZEFA_ERR_BAD_ARGUMENT The ring does not know the slot.
@@ -85,7 +85,7 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_UnlockSlot(ZEFA_HANDLE Stream, ZEFA_SLOT Slot);
  * Any thread; waits while another thread locks a slot of the stream.
  *
  * @param Stream Stream handle.
- * @param Slot A slot that this thread has locked.
+ * @param Slot A slot that is locked.
  * @param BufferType_E Name of the buffer; those of the stream's essence are there.
  * @param[out] ppBuffer_UB Receives the address, good until the slot is unlocked or the stream is stopped.
  * @param[out] pSize_UL Receives the size in bytes.
@@ -103,11 +103,11 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotBuffer(ZEFA_HANDLE Stream, ZEFA_SLOT Slot, Z
 /**
  * Reads the timestamps that lie in a buffer of a locked slot.
  *
- * On the thread that holds the slot. The records of a slot are fetched once and kept until it is unlocked; up to
- * 100 allocate nothing.
+ * One thread at a time; must not run beside ZEFA_UnlockSlot on the same stream. The records of a slot are fetched once
+ * and kept until it is unlocked; up to 100 allocate nothing.
  *
  * @param Stream Stream handle.
- * @param Slot A slot that this thread has locked.
+ * @param Slot A slot that is locked.
  * @param BufferType_E Name of the buffer.
  * @param[out] pTimestamps_X Array for the timestamps, in the order in which the service wrote them.
  * @param[in,out] pNbTimestamps_UL Room of the array, at least 1 (0 protects nothing); receives the entries
@@ -127,10 +127,11 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slo
 /**
  * Adds timestamps to a locked slot of a transmit stream.
  *
- * On the thread that holds the slot. Entries added before a failure stay in the slot.
+ * One thread at a time; must not run beside ZEFA_UnlockSlot on the same stream. Entries added before a failure stay in
+ * the slot.
  *
  * @param Stream Stream handle.
- * @param Slot A slot that this thread has locked.
+ * @param Slot A slot that is locked.
  * @param BufferType_E Name of the buffer.
  * @param[in] pTimestamps_X The timestamps; positions are below the size of the buffer. May be null when there are
  *        none.
@@ -150,11 +151,11 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slo
  * Reads where packets are missing in a buffer of a locked slot. A loss that starts in an earlier buffer is not
  * told here.
  *
- * On the thread that holds the slot. The records of a slot are fetched once and kept until it is unlocked; up to
- * 100 allocate nothing.
+ * One thread at a time; must not run beside ZEFA_UnlockSlot on the same stream. The records of a slot are fetched once
+ * and kept until it is unlocked; up to 100 allocate nothing.
  *
  * @param Stream Stream handle.
- * @param Slot A slot that this thread has locked.
+ * @param Slot A slot that is locked.
  * @param BufferType_E Name of the buffer.
  * @param[out] pLostData_X Array for the losses, in the order in which the service wrote them.
  * @param[in,out] pNbLostData_UL Room of the array, at least 1 (0 protects nothing); receives the entries written.

@@ -23,14 +23,16 @@ typedef int32_t ZEFA_ESSENCE_TYPE;
 typedef uint32_t ZEFA_MULTICAST_MODE;
 #define ZEFA_MULTICAST_MODE_INCLUSION UINT32_C(0) /**< Only the sources of the list. */
 #define ZEFA_MULTICAST_MODE_EXCLUSION UINT32_C(1) /**< All but the sources of the list; an empty list takes all. */
-#define ZEFA_MULTICAST_MODE_UNKNOWN UINT32_C(2)   /**< Only when reading: something else. */
+/** Only when reading: a value without a constant. An unknown word reads as exclusion. */
+#define ZEFA_MULTICAST_MODE_UNKNOWN UINT32_C(2)
 
 /** Bits of a sample, on the network and in the application's buffers (SMPTE ST 2110-20 "depth"). */
 typedef uint32_t ZEFA_SDP_VIDEO_DEPTH;
-#define ZEFA_SDP_VIDEO_DEPTH_8 UINT32_C(0)       /**< 8 bits. */
-#define ZEFA_SDP_VIDEO_DEPTH_10 UINT32_C(1)      /**< 10 bits. */
-#define ZEFA_SDP_VIDEO_DEPTH_12 UINT32_C(2)      /**< 12 bits. */
-#define ZEFA_SDP_VIDEO_DEPTH_UNKNOWN UINT32_C(3) /**< Only when reading: something else. */
+#define ZEFA_SDP_VIDEO_DEPTH_8 UINT32_C(0)  /**< 8 bits. */
+#define ZEFA_SDP_VIDEO_DEPTH_10 UINT32_C(1) /**< 10 bits. */
+#define ZEFA_SDP_VIDEO_DEPTH_12 UINT32_C(2) /**< 12 bits. */
+/** Only when reading: a value without a constant. Not an unknown word, see ZEFA_GetStreamEssenceConfig. */
+#define ZEFA_SDP_VIDEO_DEPTH_UNKNOWN UINT32_C(3)
 
 /** Sampling structure (SMPTE ST 2110-20 "sampling"). */
 typedef uint32_t ZEFA_SDP_VIDEO_SAMPLING;
@@ -45,7 +47,8 @@ typedef uint32_t ZEFA_SDP_VIDEO_SAMPLING;
 /** Packing of pixel groups into packets (SMPTE ST 2110-20 "PM"). */
 typedef uint32_t ZEFA_SDP_PACKING;
 #define ZEFA_SDP_PACKING_GENERAL UINT32_C(0) /**< "2110GPM"; what is always sent. */
-#define ZEFA_SDP_PACKING_UNKNOWN UINT32_C(1) /**< Only when reading: something else. */
+/** Only when reading: a value without a constant. Not an unknown word, see ZEFA_GetStreamEssenceConfig. */
+#define ZEFA_SDP_PACKING_UNKNOWN UINT32_C(1)
 
 /** Colour space of the picture (SMPTE ST 2110-20 "colorimetry"). */
 typedef uint32_t ZEFA_SDP_COLORIMETRY;
@@ -57,7 +60,8 @@ typedef uint32_t ZEFA_SDP_COLORIMETRY;
 #define ZEFA_SDP_COLORIMETRY_ST2065_3 UINT32_C(5)    /**< "ST2065-3" */
 #define ZEFA_SDP_COLORIMETRY_UNSPECIFIED UINT32_C(6) /**< "UNSPECIFIED" */
 #define ZEFA_SDP_COLORIMETRY_XYZ UINT32_C(7)         /**< "XYZ" */
-#define ZEFA_SDP_COLORIMETRY_UNKNOWN UINT32_C(8)     /**< Only when reading: something else. */
+/** Only when reading: a value without a constant. Not an unknown word, see ZEFA_GetStreamEssenceConfig. */
+#define ZEFA_SDP_COLORIMETRY_UNKNOWN UINT32_C(8)
 
 /** Transfer characteristic (SMPTE ST 2110-20 "TCS"). A description carries it; the service does not. */
 typedef uint32_t ZEFA_SDP_TCS;
@@ -74,16 +78,18 @@ typedef uint32_t ZEFA_SDP_TCS;
 
 /** How samples lie in the application's buffers. */
 typedef uint32_t ZEFA_BIT_PADDING;
-#define ZEFA_BIT_PADDING_NONE UINT32_C(0)    /**< Packed: sample behind sample. */
-#define ZEFA_BIT_PADDING_16 UINT32_C(1)      /**< Each sample in a word of 16 bits. */
-#define ZEFA_BIT_PADDING_32 UINT32_C(2)      /**< Each sample in a word of 32 bits. */
-#define ZEFA_BIT_PADDING_UNKNOWN UINT32_C(3) /**< Only when reading: something else. */
+#define ZEFA_BIT_PADDING_NONE UINT32_C(0) /**< Packed: sample behind sample. */
+#define ZEFA_BIT_PADDING_16 UINT32_C(1)   /**< Each sample in a word of 16 bits. */
+#define ZEFA_BIT_PADDING_32 UINT32_C(2)   /**< Each sample in a word of 32 bits. */
+/** Only when reading: a value without a constant. Not an unknown word, see ZEFA_GetStreamEssenceConfig. */
+#define ZEFA_BIT_PADDING_UNKNOWN UINT32_C(3)
 
 /** Order of the bytes in the application's buffers. */
 typedef uint32_t ZEFA_ENDIANNESS;
-#define ZEFA_ENDIANNESS_BIG UINT32_C(0)     /**< High byte first, as on the network. */
-#define ZEFA_ENDIANNESS_LITTLE UINT32_C(1)  /**< Low byte first. */
-#define ZEFA_ENDIANNESS_UNKNOWN UINT32_C(2) /**< Only when reading: something else. */
+#define ZEFA_ENDIANNESS_BIG UINT32_C(0)    /**< High byte first, as on the network. */
+#define ZEFA_ENDIANNESS_LITTLE UINT32_C(1) /**< Low byte first. */
+/** Only when reading: a value without a constant. Not an unknown word, see ZEFA_GetStreamEssenceConfig. */
+#define ZEFA_ENDIANNESS_UNKNOWN UINT32_C(2)
 
 /** Coding of audio samples (SMPTE ST 2110-30, AES67). */
 typedef uint32_t ZEFA_SDP_AUDIO_CODEC;
@@ -271,7 +277,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_CloseStream(ZEFA_HANDLE Stream);
  *
  * Blocks for four exchanges. Nothing is undone after a failure: ZEFA_StopStream is the way back. When the service
  * starts the stream and does not tell where its ring is, the call succeeds and the first lock gives
- * ZEFA_ERR_INCORRECT_STATE.
+ * ZEFA_ERR_INCORRECT_STATE. A start of a stream that is started already joins its ring anew: slots that are locked,
+ * and their addresses, are dead.
  *
  * @param Stream Stream handle.
  * @retval ZEFA_NO_ERROR Done.
@@ -327,13 +334,14 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetStreamCommonConfig(ZEFA_HANDLE Stream, ZEFA_STRE
  * @param[in] pConfig_X The configuration, not null. LockTimeoutMs_UL holds from the success of this call on.
  * @retval ZEFA_NO_ERROR Done.
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
- * @retval ZEFA_ERR_OPERATION_FAILED The conductor or its core could not be read, and the stream is untouched; or
- *        the service refused with one of its own small results.
+ * @retval ZEFA_ERR_OPERATION_FAILED The conductor or its core could not be read, for whatever reason, a service that
+ *        cannot be reached among them, and the stream is untouched; or the service refused the configuration with one
+ *        of its own small results.
  * @retval ZEFA_ERR_NOT_FOUND The conductor is not in the context of the stream.
  * @retval ZEFA_ERR_BAD_ARGUMENT The service does not take a value.
- * @retval ZEFA_ERR_INCORRECT_STATE The stream is open, or the command channel is not up.
- * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
- *        accepts the session.
+ * @retval ZEFA_ERR_INCORRECT_STATE The stream is open, or the service answered the configuration as not initialized.
+ * @retval ZEFA_ERR_COMMUNICATION The configuration itself could not be sent, was answered against the protocol, or the
+ *        session is no longer accepted.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_SetStreamCommonConfig(ZEFA_HANDLE Stream, const ZEFA_STREAM_COMMON_CONFIG* pConfig_X);
 
@@ -371,8 +379,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetStreamNetworkConfig(ZEFA_HANDLE Stream, ZEFA_STR
 ZEFA_API ZEFA_ERRORCODE ZEFA_SetStreamNetworkConfig(ZEFA_HANDLE Stream, const ZEFA_STREAM_NETWORK_CONFIG* pConfig_X);
 
 /**
- * Reads the essence configuration. Values of the service that have no constant here come as ..._UNKNOWN, a raster
- * of no standard as ZEFA_VIDEO_STANDARD_UNKNOWN.
+ * Reads the essence configuration. Values of the service that have no constant here, such as 16 bits or 44.1 kHz, come
+ * as ..._UNKNOWN, and a raster of no standard as ZEFA_VIDEO_STANDARD_UNKNOWN. A word that this library does not know
+ * counts as the first one of its kind: 8 bits, BT601, no padding, big endian, general packing.
  *
  * Any thread may call; one exchange with the service, which has no time limit but that of the HTTP library.
  *
@@ -408,8 +417,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SetStreamEssenceConfig(ZEFA_HANDLE Stream, const ZE
 /**
  * Reads how full the ring of a started stream is.
  *
- * SlotsFilled_UL of a transmit stream is the slots locked so far less the slots that are free. Any thread; holds
- * the ring during one exchange, so a slow service delays a ZEFA_LockSlot beside it.
+ * SlotsFilled_UL of a transmit stream is the slots of the ring less the slots that are free. Any thread; holds the
+ * ring during one exchange, so a slow service delays a ZEFA_LockSlot beside it.
  *
  * @param Stream Stream handle.
  * @param[out] pStatus_X Structure to fill, not null. Untouched on failure.

@@ -84,9 +84,9 @@ public:
     static constexpr size_t kMostPoolElements = 65536;
 
 protected:
-    struct Extent // of a buffer in its slot, in bytes
+    struct Extent // of a buffer in its slot, in bytes, as the service gives it: it may reach beyond the slot
     {
-        uint32_t Offset;
+        uint64_t Offset;
         uint32_t Size;
     };
 

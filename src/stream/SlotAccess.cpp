@@ -56,6 +56,11 @@ ZEFA_ERRORCODE TranslateGetAddress(uint32_t railResult)
     default: return ZEFA_ERR_OPERATION_FAILED;
     }
 }
+
+void LogMissingBuffer(uint32_t bufferType)
+{
+    Log(kPriorityError, "Error : Buffer type " + std::to_string(bufferType) + " was not found. \r\n");
+}
 } // namespace
 
 ZEFA_ERRORCODE CStreamModel::LockSlot(void** slot)
@@ -84,9 +89,9 @@ uint32_t CStreamModel::LockNextSlot(void** slot)
             return railResult; // the next lock aligns again; kRailNothingYet is a time-out to TranslateLock
         if (remainingBytes != LockSize)
         {
-            void* piece = nullptr;
-            railResult = FlowRail->LockConsumer(&Consumer, remainingBytes, timeoutMs, &piece);
-            if (railResult == kRailSuccess) railResult = FlowRail->UnlockConsumer(&Consumer, piece);
+            // Into the caller's variable: after a refused release it names the piece, which is still locked.
+            railResult = FlowRail->LockConsumer(&Consumer, remainingBytes, timeoutMs, slot);
+            if (railResult == kRailSuccess) railResult = FlowRail->UnlockConsumer(&Consumer, *slot);
         }
         FirstLockDone = true; // whatever became of the piece
         if (railResult != kRailSuccess) return railResult;
@@ -152,24 +157,28 @@ ZEFA_ERRORCODE CStreamModel::GetSlotBuffer(void* slot, uint32_t bufferType, uint
     Extent buffer;
     if (!FindBuffer(bufferType, &buffer)) // outside Mutex: the map changes in StartStream alone
         return ZEFA_ERR_NOT_FOUND;
+    // The service says where the buffers lie, and the slot has LockSize bytes: a buffer that reaches beyond them is cut
+    // there, and one that starts beyond them does not exist, so that no address outside the slot is handed out.
+    if (buffer.Offset > LockSize)
+    {
+        LogMissingBuffer(bufferType);
+        return ZEFA_ERR_NOT_FOUND;
+    }
     *address = base + buffer.Offset;
-    *size = buffer.Size;
+    *size = std::min(buffer.Size, LockSize - static_cast<uint32_t>(buffer.Offset));
     return ZEFA_NO_ERROR;
 }
 
-// The service says where the buffers lie, and the slot has LockSize bytes: a buffer that reaches beyond them is cut
-// there, and one that starts beyond them does not exist, so that no address outside the slot is handed out.
 bool CStreamModel::FindBuffer(uint32_t bufferType, Extent* extent) const
 {
     const auto found = Buffers.find(bufferType);
-    if (found == Buffers.end() || found->second.Offset > LockSize)
+    if (found == Buffers.end())
     {
-        Log(kPriorityError, "Error : Buffer type " + std::to_string(bufferType) + " was not found. \r\n");
+        LogMissingBuffer(bufferType);
         return false;
     }
-    extent->Offset = static_cast<uint32_t>(found->second.Offset);
-    const auto size = static_cast<uint32_t>(found->second.Size & 0xFFFFFFFF); // the interface has 32 bits for it
-    extent->Size = std::min(size, LockSize - extent->Offset);
+    extent->Offset = found->second.Offset;
+    extent->Size = static_cast<uint32_t>(found->second.Size & 0xFFFFFFFF); // the interface has 32 bits for it
     return true;
 }
 } // namespace Quillmont::Trellis::Zefa

@@ -123,13 +123,14 @@ ZEFA_ERRORCODE CStreamModel::ReadMetadata(const MetadataKind<TConverted>& kind, 
     }
 
     const uint32_t room = *count;
-    const uint64_t bufferEnd = uint64_t{buffer.Offset} + buffer.Size;
+    const auto offset = static_cast<uint32_t>(buffer.Offset & 0xFFFFFFFF); // positions of records have 32 bits
+    const uint64_t bufferEnd = uint64_t{offset} + buffer.Size;
     *count = 0;
     for (const TConverted& converted : *entry->Converted)
     {
-        if (converted.Position_UL < buffer.Offset || converted.Position_UL >= bufferEnd) continue;
+        if (converted.Position_UL < offset || converted.Position_UL >= bufferEnd) continue;
         array[*count] = converted;
-        array[*count].Position_UL -= buffer.Offset;
+        array[*count].Position_UL -= offset;
         if (++*count == room) break;
     }
     return ZEFA_NO_ERROR;
@@ -179,6 +180,7 @@ ZEFA_ERRORCODE CStreamModel::SetSlotTimestamps(void* slot, uint32_t bufferType, 
     if (!FindBuffer(bufferType, &buffer)) return ZEFA_ERR_NOT_FOUND;
     if (!IsTransmit()) return Fail(ZEFA_ERR_OPERATION_FAILED, "SetSlotTimestamps is not valid on RX streams. \r\n");
 
+    const auto offset = static_cast<uint32_t>(buffer.Offset & 0xFFFFFFFF);
     for (uint32_t i = 0; i < count; ++i) // entries added before a failure stay in the slot
     {
         const ZEFA_TIMESTAMP& timestamp = timestamps[i];
@@ -186,7 +188,7 @@ ZEFA_ERRORCODE CStreamModel::SetSlotTimestamps(void* slot, uint32_t bufferType, 
             return Fail(ZEFA_ERR_OPERATION_FAILED,
                         "The position of the timestamps (" + std::to_string(timestamp.Position_UL) +
                             ") is bigger than the size of the buffer (" + std::to_string(buffer.Size) + "). \r\n");
-        if (FlowRail->AddMetadata(slot, kRailTimestamp, timestamp.Position_UL + buffer.Offset, timestamp.Value_UL) !=
+        if (FlowRail->AddMetadata(slot, kRailTimestamp, timestamp.Position_UL + offset, timestamp.Value_UL) !=
             kRailSuccess)
             return Fail(ZEFA_ERR_OPERATION_FAILED,
                         "Error when adding the metadata timestamp. Index : " + std::to_string(i) +

@@ -200,6 +200,25 @@ TEST_F(Picture, ASecondStartAlignsAgainAndReceives)
     }
 }
 
+TEST_F(Picture, ALockThatTimesOutSaysSoAndTheNextOneGetsTheFrame)
+{
+    Settings.lockTimeoutMs = 50;
+    ReceiveStream stream(With, Settings);
+    stream.Start();
+    ZEFA_SLOT none = nullptr;
+    EXPECT_EQ(ZEFA_ERR_TIMEOUT, ZEFA_LockSlot(stream.Handle, &none));
+
+    SendLeadIn(Sender, Frame, Group, 1000);
+    SendFrame(2000);
+    for (int i = 0; i < 1000 && stream.CommonStatus().SlotsFilled_UL == 0; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    const std::vector<SlotBuffer> slot = TakeSlot(stream);
+
+    ASSERT_EQ(1u, slot.size());
+    EXPECT_TRUE(slot[0].Words() == Frame.samples);
+    EXPECT_EQ(1u, stream.CommonStatus().SlotCount_UL) << "a lock that ran out of time does not count";
+}
+
 TEST_F(Picture, ADroppedUdpPortGivesNothingAndAnAllowedOneThePicture)
 {
     const uint64_t interface = InterfaceNamed(With.Context, "lo");

@@ -102,6 +102,19 @@ TEST_P(Load, LineStartsWithTheLocalTime)
     EXPECT_TRUE(std::regex_search(run.err, line)) << run.err;
 }
 
+TEST_P(Load, RailLibraryGetsTheSettingsToo)
+{
+    Settings("DebugFilter = Error, Debug\nDebugOutput = StdOutputLog\n");
+
+    const Printed run = Program();
+
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(
+        run.err.find("[QUILLMONT FLOWRAIL][Error] The rail zefaline-load-test-no-such-rail could not be opened: "),
+        std::string::npos)
+        << run.err;
+}
+
 TEST_P(Load, OutputLongerThanTheFilterIsSkipped)
 {
     Settings("DebugFilter = Error\nDebugOutput = StdOutputLog\n");

@@ -135,6 +135,23 @@ TEST(TraceExitingWith, PrintsTheValueThatTheVariableHoldsAtTheEnd)
                      "Core --> Entering - ", "Core --> Exiting - Return: Not Initialised"}));
 }
 
+TEST(TraceExitingWith, PrintsNothingWhileNobodyListens)
+{
+    ASSERT_FALSE(Quillmont::Logger::HasListener()) << "the settings of this machine give the library a debug log";
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    {
+        const RESULT_CODE result = RESULT_OPERATION_FAILED;
+        const CORE_RESULT core = CORE_RESULT_NOT_INITIALIZED;
+        CFunctionTracer outer("Name", TraceEntering, TraceExitingWith(result));
+        CFunctionTracer inner("Core", TraceEntering, TraceExitingWithCore(core));
+        CONDUCTOR_STATE state;
+        ReadInto(Parsed("{}"), &state);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
 TEST(TraceExitingWith, AllocatesNothingWhileNobodyListens)
 {
     ASSERT_FALSE(Quillmont::Logger::HasListener()) << "the settings of this machine give the library a debug log";

@@ -179,6 +179,7 @@ TEST_F(LockSlot, PieceThatCannotBeReleasedCountsAsAligned)
 
     EXPECT_EQ(model->LockSlot(&slot), ZEFA_ERR_INCORRECT_STATE);
 
+    EXPECT_EQ(Rail().NameOf(slot), "slot 0") << "the piece, which is still locked";
     EXPECT_THAT(Calls(),
                 ElementsAre("GetConsumerAlignment(77)", "LockConsumer(77, 1000, 100)", "UnlockConsumer(77, slot 0)"));
     EXPECT_EQ(model->LockSlot(&slot), ZEFA_NO_ERROR);

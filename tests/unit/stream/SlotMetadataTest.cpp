@@ -82,6 +82,19 @@ TEST_F(GetSlotTimestamps, PositionsAreRelativeToTheBufferAndTheSecondBufferComes
     EXPECT_THAT(Warnings(), IsEmpty());
 }
 
+TEST_F(GetSlotTimestamps, BufferThatReachesBeyondTheSlotCountsAsTheServiceGivesIt)
+{
+    Rest.Stream.BufferInfo = {{0, BUFFER_INFO(0x500000000 + 5000, 0x700000000 + 100)}};
+    auto model = Started();
+    void* slot = Lock(*model);
+    Give(slot, {{1, 4999, 1}, {1, 5000, 2}, {1, 5099, 3}, {1, 5100, 4}});
+
+    EXPECT_EQ(Request(*model, slot), ZEFA_NO_ERROR);
+
+    EXPECT_THAT(Written(), ElementsAre(Pair(0, 2), Pair(99, 3)));
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
 TEST_F(GetSlotTimestamps, RoomOfTwoForFiveWarnsAndGivesTwo)
 {
     auto model = Started();
@@ -439,6 +452,20 @@ TEST_F(SetSlotTimestamps, AddsRecordsAtPositionsOfTheSlot)
     EXPECT_EQ(model->SetSlotTimestamps(slot, ZEFA_BUFFER_VIDEO_1, timestamps, 2), ZEFA_NO_ERROR);
 
     EXPECT_THAT(Calls(), ElementsAre("AddMetadata(slot 0, 1, 1024, 10)", "AddMetadata(slot 0, 1, 3023, 11)"));
+}
+
+TEST_F(SetSlotTimestamps, BufferThatReachesBeyondTheSlotCountsAsTheServiceGivesIt)
+{
+    Rest.Stream.BufferInfo = {{0, BUFFER_INFO(0x500000000 + 4000, 0x700000000 + 200)}};
+    auto model = Started(kTransmit);
+    void* slot = Lock(*model);
+    const ZEFA_TIMESTAMP timestamps[] = {{199, 10}, {200, 11}};
+
+    EXPECT_EQ(model->SetSlotTimestamps(slot, ZEFA_BUFFER_VIDEO_0, timestamps, 2), ZEFA_ERR_OPERATION_FAILED);
+
+    EXPECT_THAT(Calls(), ElementsAre("AddMetadata(slot 0, 1, 4199, 10)")) << "the rail tests the position itself";
+    EXPECT_THAT(Errors(), ElementsAre("The position of the timestamps (200) is bigger than the size of the buffer "
+                                      "(200). \r\n"));
 }
 
 TEST_F(SetSlotTimestamps, NoneIsASuccess)

@@ -23,6 +23,9 @@ class StartStream : public StreamModelTest
 class StopStream : public StreamModelTest
 {
 };
+class Trace : public StreamModelTest
+{
+};
 
 struct ResultRow
 {
@@ -524,5 +527,64 @@ TEST_F(StopStream, StreamDestroyedWithoutAStopLeavesItsRailAlone)
 
     EXPECT_THAT(Calls(), IsEmpty());
     EXPECT_EQ(Rail().LivingRails(), 1u);
+}
+
+TEST_F(Trace, EveryMethodTracesUnderItsFullName)
+{
+    static ZEFA_STREAM_COMMON_CONFIG common;
+    static ZEFA_STREAM_NETWORK_CONFIG network;
+    static ZEFA_ESSENCE_CONFIG essence;
+    struct Row
+    {
+        const char* Name;
+        void (*Call)(CStreamModel&);
+    };
+    const Row rows[] = {
+        {"CreateStream", [](CStreamModel& model) { model.CreateStream(); }},
+        {"OpenStream", [](CStreamModel& model) { model.OpenStream(); }},
+        {"StartStream", [](CStreamModel& model) { model.StartStream(); }},
+        {"StopStream", [](CStreamModel& model) { model.StopStream(); }},
+        {"CloseStream", [](CStreamModel& model) { model.CloseStream(); }},
+        {"GetCommonConfig", [](CStreamModel& model) { model.GetCommonConfig(&common); }},
+        {"SetCommonConfig", [](CStreamModel& model) { model.SetCommonConfig(&common); }},
+        {"GetNetworkConfig", [](CStreamModel& model) { model.GetNetworkConfig(&network); }},
+        {"SetNetworkConfig", [](CStreamModel& model) { model.SetNetworkConfig(&network); }},
+        {"GetEssenceConfig", [](CStreamModel& model) { model.GetEssenceConfig(&essence); }},
+        {"SetEssenceConfig", [](CStreamModel& model) { model.SetEssenceConfig(&essence); }},
+        {"GetCommonStatus",
+         [](CStreamModel& model)
+         {
+             ZEFA_STREAM_COMMON_STATUS status;
+             model.GetCommonStatus(&status);
+         }},
+        {"GetNetworkStatus",
+         [](CStreamModel& model)
+         {
+             ZEFA_STREAM_NETWORK_STATUS status;
+             model.GetNetworkStatus(&status);
+         }},
+        {"LockSlot",
+         [](CStreamModel& model)
+         {
+             void* slot = nullptr;
+             model.LockSlot(&slot);
+         }},
+        {"UnlockSlot", [](CStreamModel& model) { model.UnlockSlot(nullptr); }},
+        {"GetSlotBuffer", [](CStreamModel& model) { model.GetSlotBuffer(nullptr, 0, nullptr, nullptr); }},
+        {"GetSlotTimestamps", [](CStreamModel& model) { model.GetSlotTimestamps(nullptr, 0, nullptr, nullptr); }},
+        {"GetSlotLostData", [](CStreamModel& model) { model.GetSlotLostData(nullptr, 0, nullptr, nullptr); }},
+        {"SetSlotTimestamps", [](CStreamModel& model) { model.SetSlotTimestamps(nullptr, 0, nullptr, 0); }},
+        {"DestroyStream", [](CStreamModel& model) { model.DestroyStream(); }},
+    };
+    CStreamModel model(&Rest, kReceive, kVideo);
+    for (const Row& row : rows)
+    {
+        Captured.Clear();
+
+        row.Call(model);
+
+        const std::string name = std::string("Quillmont::Trellis::Zefa::CStreamModel::") + row.Name;
+        EXPECT_THAT(Captured.Lines(7), ElementsAre(name + " --> Entering ", name + " --> Exiting "));
+    }
 }
 } // namespace

@@ -5,10 +5,13 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <mutex>
+#include <netdb.h>
 #include <regex>
 #include <unistd.h>
 
@@ -130,6 +133,44 @@ std::string IdList(size_t count)
     }
     return R"({"ID": [)" + list + "]}";
 }
+
+#if ZEFALINE_TEST_HAS_RESOLVER
+namespace
+{
+struct Refusals
+{
+    std::mutex mutex;
+    std::vector<std::string> names;
+};
+
+Refusals& TheRefusals() // never released: the shared context's watchdog outlives all
+{
+    static Refusals* const refusals = new Refusals;
+    return *refusals;
+}
+} // namespace
+
+std::vector<std::string> RefusedNames()
+{
+    Refusals& refusals = TheRefusals();
+    const std::lock_guard lock(refusals.mutex);
+    return refusals.names;
+}
+
+extern "C" [[gnu::visibility("default")]] int getaddrinfo(const char* __restrict name, const char* __restrict service,
+                                                          const struct addrinfo* __restrict request,
+                                                          struct addrinfo** __restrict result)
+{
+    using Function = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
+    static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "getaddrinfo"));
+    const std::string asked = name ? name : "localhost";
+    if (asked == "localhost" || asked == "127.0.0.1" || asked == "::1") return real(name, service, request, result);
+    Refusals& refusals = TheRefusals();
+    const std::lock_guard lock(refusals.mutex);
+    refusals.names.push_back(asked);
+    return EAI_NONAME;
+}
+#endif
 
 // A creation that fails leaves what it made, for good; everything else that leaks is a mistake.
 extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();

@@ -136,7 +136,7 @@ TEST_F(CreateStream, RefusalOfTheServiceStoresNothing)
     Service.AnswerError("POST", kStreams, 2);
     ZEFA_HANDLE stream = nullptr;
 
-    EXPECT_NE(ZEFA_CreateStream(Context, 0, 0, &stream), ZEFA_NO_ERROR);
+    EXPECT_EQ(ZEFA_CreateStream(Context, 0, 0, &stream), ZEFA_ERR_INCORRECT_STATE);
 
     EXPECT_EQ(stream, nullptr);
 }
@@ -172,7 +172,7 @@ TEST_F(Forward, DestructionEndsTheHandleWhateverTheServiceSays)
 {
     Service.AnswerError("DELETE", kStream, 8);
 
-    EXPECT_NE(Destroy(), ZEFA_NO_ERROR);
+    EXPECT_EQ(Destroy(), ZEFA_ERR_INCORRECT_STATE);
 
     EXPECT_EQ(Service.Count("DELETE", kStream), 1U);
 }
@@ -232,6 +232,33 @@ TEST_F(Forward, NetworkConfigurationReachesTheModel)
     EXPECT_EQ(read->Connections_X[0].DestinationIp_UL, 0x7F000001U);
 }
 
+TEST_F(Forward, NetworkOfAnAudioStreamGoesOutWithItsDscpOnEachConnection)
+{
+    ZEFA_HANDLE audio = nullptr;
+    ASSERT_EQ(ZEFA_CreateStream(Context, ZEFA_STREAM_TYPE_TX, ZEFA_ESSENCE_TYPE_ST2110_30, &audio), ZEFA_NO_ERROR);
+    const auto config = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
+    config->PayloadType_UB = 97;
+    config->NbConnections_UL = 2;
+    config->Connections_X[0].DestinationPort_US = 20000;
+    config->Connections_X[1].DestinationPort_US = 20002;
+
+    EXPECT_EQ(ZEFA_SetStreamNetworkConfig(audio, config.get()), ZEFA_NO_ERROR);
+
+    const std::string sent = Service.LastRequest("PUT", Path("/Config/Network")).Body;
+    const std::string dscp = R"("Dscp":34,)";
+    const size_t first = sent.find(dscp);
+    ASSERT_NE(first, std::string::npos) << sent;
+    const size_t second = sent.find(dscp, first + 1);
+    ASSERT_NE(second, std::string::npos) << sent;
+    EXPECT_EQ(sent.find(R"("Dscp":)", second + 1), std::string::npos) << sent;
+    Service.Answer("GET", Path("/Config/Network"), 200, sent);
+    const auto read = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
+    EXPECT_EQ(ZEFA_GetStreamNetworkConfig(audio, read.get()), ZEFA_NO_ERROR);
+    ASSERT_EQ(read->NbConnections_UL, 2U);
+    EXPECT_EQ(read->Connections_X[1].DestinationPort_US, 20002);
+    EXPECT_EQ(ZEFA_DestroyStream(audio), ZEFA_NO_ERROR);
+}
+
 TEST_F(Forward, EssenceConfigurationReachesTheModel)
 {
     ZEFA_ESSENCE_CONFIG config{};
@@ -284,7 +311,17 @@ TEST_F(Forward, NetworkStatusReachesTheModel)
 
 TEST_F(Forward, RefusedStartIsReturned)
 {
+    Service.Answer("GET", Path("/Status/Essence"), 200,
+                   R"({"Type":"ST2110_20","LockSize":4096,"SlotDropped":0,)"
+                   R"("Data":{"BufferInfo":{"0":{"Offset":0,"Size":4096}}}})");
+    Service.Answer("GET", Path("/Config/Common"), 200,
+                   R"({"ApplicativeBufferQueueDepth": 4, "CpuCores": [], "ConductorID": "0000000000000007",)"
+                   R"( "NumaNode": 0})");
     Service.AnswerError("PUT", Path("/State"), 9);
+    ZEFA_ERRORCODE result = ZEFA_NO_ERROR;
 
-    EXPECT_NE(ZEFA_StartStream(Stream), ZEFA_NO_ERROR);
+    EXPECT_EQ(ErrorsOf([&] { result = ZEFA_StartStream(Stream); }), Texts{"The stream could not be started9"});
+
+    EXPECT_EQ(result, ZEFA_ERR_INCORRECT_STATE);
+    EXPECT_EQ(Service.LastRequest("PUT", Path("/State")).Body, R"({"Opened":true,"Started":true})");
 }
