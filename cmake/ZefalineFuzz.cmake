@@ -2,11 +2,14 @@
 # With ZEFALINE_SANITIZE=fuzz a libFuzzer program with a short run as its test; in every other build a program that
 # replays the corpus once.
 set(ZEFALINE_FUZZ_SECONDS 15 CACHE STRING "length of the short run of each fuzz target")
+# All fuzz targets: what the fuzz build needs.
+add_custom_target(fuzz_targets)
 set(zefaline_replay_main ${CMAKE_CURRENT_LIST_DIR}/ReplayMain.cpp)
 
 function(zefaline_fuzz name)
     cmake_parse_arguments(ARG "" "CORPUS;DICTIONARY" "SOURCES;LIBS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
+    add_dependencies(fuzz_targets ${name})
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src
                                ${PROJECT_SOURCE_DIR}/include)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} Threads::Threads)
