@@ -6,7 +6,8 @@ namespace Quillmont::Trellis::Zefa
 CHandle::~CHandle() = default;
 
 // What the handle points at is not known to be an object before the two tests: no run-time type check may come first.
-[[gnu::no_sanitize("vptr")]] CHandle* CheckHandle(ZEFA_HANDLE handle, uint32_t typeTag, uint32_t tagBits) noexcept
+__attribute__((no_sanitize("vptr"))) CHandle* CheckHandle(ZEFA_HANDLE handle, uint32_t typeTag,
+                                                          uint32_t tagBits) noexcept
 {
     auto* object = static_cast<CHandle*>(handle);
     if (!object || object->Magic != CHandle::kMagic) return nullptr;
