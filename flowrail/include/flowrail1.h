@@ -64,6 +64,8 @@ enum FlowRailType : uint32_t
  * - "Role": "producer" or "consumer", the role of the creator.
  *
  * Create accepts a fifth, "Group": name or number of the group that may open the rail. It is taken out again.
+ * Who may open a rail can also cut its file short, which ends every process that has it mapped: give the group only to
+ * programs that are trusted as the creator is.
  */
 struct FLOW_RAIL_DESCRIPTOR
 {

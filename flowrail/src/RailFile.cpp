@@ -88,6 +88,16 @@ std::optional<gid_t> FindGroup(const std::string& text)
     return entry.gr_gid;
 }
 
+// A large file takes long enough for a signal to come.
+bool Reserve(int descriptor, off_t bytes)
+{
+    int result = 0;
+    do
+        result = fallocate(descriptor, 0, 0, bytes);
+    while (result != 0 && errno == EINTR);
+    return result == 0;
+}
+
 // Gives the unnamed file its name, unless there is one already.
 bool LinkInto(int descriptor, const std::string& path)
 {
@@ -163,8 +173,7 @@ uint32_t RailFile::Create(const RailDescription& description, std::unique_ptr<Ra
     handle.Release();
 
     // Reserved now: a page that is missing later would be a signal and not an error.
-    if (fallocate(made->Descriptor, 0, 0, static_cast<off_t>(geometry.FileBytes)) != 0 || !made->Map() ||
-        !made->Prefault())
+    if (!Reserve(made->Descriptor, static_cast<off_t>(geometry.FileBytes)) || !made->Map() || !made->Prefault())
     {
         Log(kPriorityError, "No room for a rail of " + std::to_string(geometry.FileBytes) + " bytes in " + kRailFolder +
                                 ": " + SystemText());

@@ -19,14 +19,23 @@ void ClearRecords(const RailFile& file, uint64_t begin, uint32_t size)
             continue;
         }
         // The slot's first part belongs to somebody else, who may be reading. What a producer that died had added to
-        // the rest is made void where it stands.
+        // the rest is made void where it stands; what stands last gives its room back.
         const uint32_t count = std::min(table.Count.load(std::memory_order_relaxed), geometry.RecordsPerSlot);
+        uint32_t kept = 0; // up to the last one that is not void
         for (uint32_t index = 0; index < count; ++index)
         {
             RailRecord& record = table.Records()[index];
             const uint64_t position = slotBegin + record.Position.load(std::memory_order_relaxed);
-            if (position >= begin && position < end) record.Type.store(0, std::memory_order_relaxed);
+            if (position < begin || position >= end)
+            {
+                kept = index + 1;
+                continue;
+            }
+            if (record.Type.load(std::memory_order_relaxed) == FLOW_RAIL_METADATA_END)
+                table.EndUsed.store(0, std::memory_order_relaxed);
+            record.Type.store(0, std::memory_order_relaxed);
         }
+        table.Count.store(kept, std::memory_order_relaxed);
     }
 }
 

@@ -82,6 +82,12 @@ uint32_t RailProducer::Space()
 {
     if (!IsAttached()) return NeedsConsumer ? SpaceForAnother() : 0;
     RaiseFloor();
+    // Who asks before he locks would never lock for a consumer that has died.
+    if (!Fits(File.Geometry().SlotBytes) && Waiter.IsPeerCheckDue(CoarseNs()))
+    {
+        DropDeadConsumers();
+        RaiseFloor();
+    }
     if (NeedsConsumer && Consumers == 0) return 0;
     return Capacity - static_cast<uint32_t>(LockedEnd - Floor);
 }

@@ -2,6 +2,7 @@
 #include "../../unit/flowrail/RailFixture.h"
 #include "Process.h"
 
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -114,6 +115,36 @@ TEST(Processes, AConsumerKilledWhileItHoldsASlotIsDroppedAndTheRingGoesOn)
         ASSERT_EQ(reader->UnlockConsumer(&token, slot), FLOW_RAIL_OK);
     }
     ASSERT_EQ(reader->RemoveConsumer(&token), FLOW_RAIL_OK);
+}
+
+TEST(Processes, ASpaceThatAKilledConsumerHeldComesBackWithoutALock)
+{
+    FLOW_RAIL_DESCRIPTOR descriptor = Describe(UniqueName("space"), 4000, 4);
+    Process victim(
+        [&descriptor](const Line& line)
+        {
+            line.Hear();
+            const auto rail = NewRail();
+            uint64_t token = 0;
+            if (const int code = OpenAndJoin(*rail, descriptor, &token)) return code;
+            line.Say(1);
+            line.Hear();
+            return 12;
+        });
+    const auto producer = NewRail();
+    ASSERT_EQ(producer->Create(&descriptor), FLOW_RAIL_OK);
+    victim.Talk().Say(0);
+    ASSERT_EQ(victim.Talk().Hear(), 1u);
+    for (uint64_t number = 0; number < 4; ++number)
+        ASSERT_EQ(PutNumber(*producer, 4000, number, 0), FLOW_RAIL_OK);
+    EXPECT_EQ(producer->GetProducerSpace(0), 0u); // it lives
+
+    victim.Kill();
+
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::milliseconds(kLongMs);
+    while (producer->GetProducerSpace(0) == 0 && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_EQ(producer->GetProducerSpace(0), 16000u);
 }
 
 TEST(Processes, AProducerKilledWhileItWritesLeavesWhatItCommittedAndNothingElse)

@@ -181,6 +181,28 @@ TEST(Metadata, TheRecordsOfAHalfReadSlotStayWhenTheRingComesRoundToItsOtherHalf)
     EXPECT_EQ(Records(*pair.Consumer, read, 1), (Expected{{40, 7}}));
 }
 
+TEST(Metadata, OfAProducerThatWentAwayLeavesItsRoomToTheNextOne)
+{
+    RailPair pair(100, 4, "consumer"); // 256 records, one of them kept
+    pair.Join();
+    void *slot = nullptr, *lost = nullptr;
+    ASSERT_EQ(pair.Producer->LockProducer(50, 0, &slot), FLOW_RAIL_OK);
+    ASSERT_EQ(pair.Producer->AddMetadata(slot, 1, 10, 1), FLOW_RAIL_OK);
+    ASSERT_EQ(pair.Producer->UnlockProducer(slot), FLOW_RAIL_OK);
+    ASSERT_EQ(pair.Producer->LockProducer(50, 0, &lost), FLOW_RAIL_OK);
+    for (uint32_t value = 0; value < 254; ++value)
+        ASSERT_EQ(pair.Producer->AddMetadata(lost, 1, 10, value), FLOW_RAIL_OK);
+    ASSERT_EQ(pair.Producer->AddMetadata(lost, 2, 49, 0), FLOW_RAIL_OK);
+    pair.Producer->Close();
+
+    ASSERT_EQ(pair.Producer->Open(&pair.Descriptor), FLOW_RAIL_OK);
+    ASSERT_EQ(pair.Producer->LockProducer(50, 0, &slot), FLOW_RAIL_OK);
+    for (uint32_t value = 0; value < 254; ++value)
+        ASSERT_EQ(pair.Producer->AddMetadata(slot, 1, 20, value), FLOW_RAIL_OK) << value;
+    EXPECT_EQ(pair.Producer->AddMetadata(slot, 1, 20, 0), FLOW_RAIL_NO_MEMORY);
+    EXPECT_EQ(pair.Producer->AddMetadata(slot, 2, 49, 0), FLOW_RAIL_OK); // the one that is kept, once more
+}
+
 TEST(Metadata, OfAProducerThatWentAwayIsNeverSeenInTheHalfOfASlotThatTheNextOneWrites)
 {
     RailPair pair(100, 4, "consumer");
