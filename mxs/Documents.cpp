@@ -22,7 +22,7 @@ constexpr Field<ContextIdentity> kContextIdentity[] = {
 };
 constexpr Field<ContextLastAccess> kContextLastAccess[] = {Number<&ContextLastAccess::lastAccess>("LastAccess")};
 constexpr Field<ContextTtl> kContextTtl[] = {Number<&ContextTtl::ttl>("TTL")};
-// The service's own lists are as long as they are; only what clients send is cut.
+// The service's own lists are as long as they are; what clients send beyond the limit is refused.
 constexpr Field<IdList> kIdList[] = {Ids<&IdList::ids, SIZE_MAX>("ID")};
 constexpr Field<ServerError> kServerError[] = {
     Text<&ServerError::message>("ErrMsg"),

@@ -15,7 +15,7 @@ namespace mxs
 
 struct HttpLimits
 {
-    unsigned threads = 4;
+    unsigned threads = 16; // the start of a stream holds one for as long as its ring takes
     size_t connections = 1024;
     uint32_t headerBytes = 16 * 1024;
     uint64_t bodyBytes = 1024 * 1024; // more than the longest document that the limits of lists permit

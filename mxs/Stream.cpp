@@ -59,6 +59,10 @@ void Stream::SetCommonConfig(const media::CommonConfig& config)
     if (config.queueDepth == 0)
         throw Refusal(kIncorrectConfiguration,
                       "The key \"ApplicativeBufferQueueDepth\" is 0; a ring has a slot at least.");
+    if (config.queueDepth > media::kMostQueueDepth)
+        throw Refusal(kIncorrectConfiguration, "The key \"ApplicativeBufferQueueDepth\" is " +
+                                                   std::to_string(config.queueDepth) + "; a ring has " +
+                                                   std::to_string(media::kMostQueueDepth) + " slots at most.");
     for (const uint64_t core : config.cpuCores)
         if (!Services.cores.SystemNumber(core))
             throw Refusal(kIncorrectConfiguration, "The key \"CpuCores\" names no core: " + IdText(core) + ".");
@@ -98,6 +102,9 @@ void Stream::SetState(const StreamState& target)
         throw Refusal(kIncorrectConfiguration, "A stream that is started is opened: \"Opened\" cannot be false.");
     const State wanted = target.started ? State::Started : target.opened ? State::Opened : State::Closed;
 
+    // Who waited here would keep a thread of the service from others for as long as a ring takes to be made.
+    const std::unique_lock change(Changing, std::try_to_lock);
+    if (!change) throw Refusal(kBusy, "The state of the stream is being changed by another request.");
     const std::lock_guard lock(Mutex);
     if (wanted == Now) return;
     if (wanted == State::Opened) return Now == State::Closed ? Open() : Stop();
@@ -184,7 +191,7 @@ void Stream::Start()
     Require(media::CheckNetwork(Direction, Network));
     Require(media::CheckEssence(Direction, Essence));
 
-    const uint64_t ringBytes = uint64_t{Layout.lockSize} * Common.queueDepth;
+    const uint64_t ringBytes = media::RingBytes(Layout.lockSize, Common.queueDepth);
     if (!Services.memory.Take(ringBytes))
         throw Refusal(kUnavailable, "A ring of " + std::to_string(ringBytes) +
                                         " bytes would pass the service's limit of " +
@@ -200,9 +207,17 @@ void Stream::Start()
         {
             outcome = {kUnavailable, "There is no memory for the stream."};
         }
+        catch (const std::exception& error)
+        {
+            outcome = {kUnavailable, std::string("The stream could not be started: ") + error.what() + "."};
+        }
     if (outcome.Failed())
     {
-        if (loop) OpenedOn->EndRunning(ContextId);
+        if (loop)
+        {
+            Media.reset();
+            OpenedOn->EndRunning(ContextId);
+        }
         Services.memory.GiveBack(ringBytes);
         Services.log.Error(Name() + " could not be started: " + outcome.message);
         throw Refusal(outcome.code, outcome.message);

@@ -53,7 +53,7 @@ public:
     void SetEssenceConfig(const media::EssenceConfig& config);
 
     StreamState GetState() const;
-    void SetState(const StreamState& target); // 4 not configured, 9 wrong order, 10 no socket or memory
+    void SetState(const StreamState& target); // 4 not configured, 9 wrong order, 10 no socket or memory, 11 busy
 
     StreamCommonStatus GetCommonStatus() const;
     EssenceStatus GetEssenceStatus() const;
@@ -78,6 +78,7 @@ private:
     const media::Direction Direction;
     const StreamServices& Services;
 
+    std::mutex Changing;      // of the state; taken before Mutex and never waited for
     mutable std::mutex Mutex; // guards what follows and is held while a stream starts, which takes as long as its ring
     State Now = State::Closed;
     media::CommonConfig Common;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <condition_variable>
 #include <csignal>
 #include <future>
@@ -29,6 +30,7 @@ namespace
 
 constexpr uint64_t kNever = UINT64_MAX;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
+constexpr uint64_t kNsPerMs = 1'000'000;
 constexpr size_t kEventsAtOnce = 64;
 
 uint64_t MonotonicNs()
@@ -100,6 +102,8 @@ struct ConductorLoop::State
     uint64_t windowStartNs = 0;
     uint64_t windowBusyNs = 0;
     uint64_t windowBytes = 0;
+
+    bool hasFineWait = true; // the kernel knows epoll_pwait2; loop's thread only
 
     State()
     {
@@ -225,7 +229,18 @@ struct ConductorLoop::State
         timeout.tv_sec = static_cast<time_t>(waitNs / kNsPerSecond);
         timeout.tv_nsec = static_cast<long>(waitNs % kNsPerSecond);
         const timespec* limit = untilNs == kNever ? nullptr : &timeout;
-        const int count = epoll_pwait2(epollDescriptor, events.data(), static_cast<int>(events.size()), limit, nullptr);
+        int count = -1;
+        if (hasFineWait)
+        {
+            count = epoll_pwait2(epollDescriptor, events.data(), static_cast<int>(events.size()), limit, nullptr);
+            hasFineWait = count >= 0 || errno != ENOSYS;
+        }
+        if (!hasFineWait)
+        {
+            const uint64_t waitMs = std::min<uint64_t>((waitNs + kNsPerMs - 1) / kNsPerMs, INT_MAX);
+            count = epoll_wait(epollDescriptor, events.data(), static_cast<int>(events.size()),
+                               limit ? static_cast<int>(waitMs) : -1);
+        }
         for (int i = 0; i < count; ++i)
         {
             if (auto* entry = static_cast<Entry*>(events[static_cast<size_t>(i)].data.ptr))

@@ -98,9 +98,11 @@ struct NetworkConfig
     std::vector<ConnectionConfig> connections;
 };
 
+constexpr uint32_t kMostQueueDepth = 65536; // slots of a rail
+
 struct CommonConfig
 {
-    uint32_t queueDepth = 0;
+    uint32_t queueDepth = 0; // 1 to kMostQueueDepth
     std::vector<uint64_t> cpuCores;
     uint64_t conductorId = 0;
     uint32_t numaNode = 0;
@@ -189,6 +191,13 @@ Outcome CheckNetwork(Direction direction, const NetworkConfig& network);
 
 // Valid for every configuration that CheckEssence accepts.
 SlotLayout LayoutOf(const EssenceConfig& essence);
+
+// What a rail of so many slots takes of the memory, at most: slots, tables of records, and rounding to huge pages.
+constexpr uint64_t RingBytes(uint32_t lockSize, uint32_t queueDepth)
+{
+    constexpr uint64_t kTableBytes = 4096, kRoundingBytes = 4 << 20;
+    return (uint64_t{lockSize} + lockSize / 128 + kTableBytes) * (queueDepth + 1ull) + kRoundingBytes;
+}
 
 // A stream that is ready to start; the records are copied. `drops` outlives the stream.
 std::unique_ptr<MediaStream> MakeMediaStream(Direction direction, const CommonConfig& common,

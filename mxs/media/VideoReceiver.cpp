@@ -56,6 +56,7 @@ VideoReceiver::VideoReceiver(const CommonConfig& common, const NetworkConfig& ne
 VideoReceiver::~VideoReceiver()
 {
     VideoReceiver::Stop();
+    Release();
 }
 
 Outcome VideoReceiver::Check() const
@@ -63,8 +64,10 @@ Outcome VideoReceiver::Check() const
     if (Outcome wrong = CheckEssence(Direction::Receive, Video); wrong.Failed()) return wrong;
     if (Outcome wrong = CheckNetwork(Direction::Receive, Network); wrong.Failed()) return wrong;
     if (Common.queueDepth == 0) return {kBadValue, "The application's queue depth is 0."};
-    const uint64_t ringBytes = uint64_t{Layout.lockSize} * Common.queueDepth;
-    if (ringBytes >= kRailLimitBytes || ringBytes > Settings.memoryLimitBytes)
+    if (Common.queueDepth > kMostQueueDepth)
+        return {kBadValue, "The key \"ApplicativeBufferQueueDepth\" is above " + std::to_string(kMostQueueDepth) + "."};
+    const uint64_t ringBytes = RingBytes(Layout.lockSize, Common.queueDepth);
+    if (uint64_t{Layout.lockSize} * Common.queueDepth >= kRailLimitBytes || ringBytes > Settings.memoryLimitBytes)
         return {kNoSocketOrMemory, "A ring of " + std::to_string(ringBytes) + " bytes is more than is permitted."};
     return {};
 }
@@ -74,19 +77,27 @@ Outcome VideoReceiver::Start(ConductorLoop& conductor)
     if (Conductor) return {kWrongState, "The stream is started already."};
     if (Outcome wrong = Check(); wrong.Failed()) return wrong;
 
-    Outcome outcome = OpenSockets();
-    if (!outcome.Failed()) outcome = MakeRail();
-    if (outcome.Failed())
+    try
+    {
+        Outcome outcome = OpenSockets();
+        if (!outcome.Failed()) outcome = MakeRail();
+        if (outcome.Failed())
+        {
+            Release();
+            return outcome;
+        }
+        ResetCounters();
+        const VideoAssembler::Settings settings{
+            .payloadType = Network.payloadType, .ssrc = Network.ssrc, .mostLossRecords = RecordRoom};
+        Assembler.emplace(Video, settings, static_cast<SlotSink&>(*this));
+        conductor.Add(*this);
+    }
+    catch (...) // nobody runs it, so nothing of it may stay
     {
         Release();
-        return outcome;
+        throw;
     }
-    ResetCounters();
-    const VideoAssembler::Settings settings{
-        .payloadType = Network.payloadType, .ssrc = Network.ssrc, .mostLossRecords = RecordRoom};
-    Assembler.emplace(Video, settings, static_cast<SlotSink&>(*this));
     Conductor = &conductor;
-    conductor.Add(*this);
     return {};
 }
 
@@ -97,6 +108,7 @@ void VideoReceiver::Stop()
     Conductor = nullptr;
     Publish();
     Release();
+    TellRefused();
 }
 
 void VideoReceiver::Release()
@@ -281,6 +293,9 @@ void VideoReceiver::Publish()
     Shown.processed.store(count.processed, std::memory_order_relaxed);
     Shown.drops.store(count.drops, std::memory_order_relaxed);
     Shown.lost.store(count.lost, std::memory_order_relaxed);
+    Shown.malformed.store(count.malformed, std::memory_order_relaxed);
+    Shown.otherPayloadType.store(count.otherPayloadType, std::memory_order_relaxed);
+    Shown.otherSource.store(count.otherSource, std::memory_order_relaxed);
     Shown.delayed.store(count.delayed, std::memory_order_relaxed);
     Shown.biggestDelayNs.store(count.biggestDelayNs, std::memory_order_relaxed);
     Shown.biggestDelayAtNs.store(count.biggestDelayAtNs, std::memory_order_relaxed);
@@ -294,12 +309,13 @@ void VideoReceiver::ResetCounters()
     BytesMoved = 0;
     PacketsMoved = 0;
     WorkNs = 0;
-    for (auto* number :
-         {&Shown.transferred, &Shown.processed, &Shown.drops, &Shown.lost, &Shown.delayed, &Shown.biggestDelayNs,
-          &Shown.biggestDelayAtNs, &Shown.slots, &Shown.workTotalNs, &Shown.workLeastNs, &Shown.workMostNs})
+    for (auto* number : {&Shown.transferred, &Shown.processed, &Shown.drops, &Shown.lost, &Shown.delayed,
+                         &Shown.biggestDelayNs, &Shown.biggestDelayAtNs, &Shown.malformed, &Shown.otherPayloadType,
+                         &Shown.otherSource, &Shown.slots, &Shown.workTotalNs, &Shown.workLeastNs, &Shown.workMostNs})
         number->store(0);
     Shown.ssrc.store(0);
     Shown.lastSlotDropped.store(false);
+    RefusedTold = 0;
 }
 
 NetworkCounters VideoReceiver::Counters() const
@@ -314,7 +330,22 @@ NetworkCounters VideoReceiver::Counters() const
         counters.biggestDelayNs = Shown.biggestDelayNs.load(std::memory_order_relaxed);
     counters.receivedSsrc = Shown.ssrc.load(std::memory_order_relaxed);
     counters.payloadType = Network.payloadType;
+    // A configuration that fits no packet at all is found by this line, and not only after the stop.
+    if (IsRunning() && counters.processedPackets == 0 && RefusedTold == 0) TellRefused();
     return counters;
+}
+
+void VideoReceiver::TellRefused() const
+{
+    const uint64_t malformed = Shown.malformed.load(std::memory_order_relaxed);
+    const uint64_t otherPayloadType = Shown.otherPayloadType.load(std::memory_order_relaxed);
+    const uint64_t otherSource = Shown.otherSource.load(std::memory_order_relaxed);
+    const uint64_t refused = malformed + otherPayloadType + otherSource;
+    if (refused == RefusedTold) return;
+    RefusedTold = refused;
+    Say(std::to_string(refused) + " packets were of no use: " + std::to_string(malformed) + " malformed, " +
+        std::to_string(otherPayloadType) + " of another payload type, " + std::to_string(otherSource) +
+        " of another source.");
 }
 
 ProcessingTimes VideoReceiver::Times() const

@@ -53,6 +53,7 @@ private:
     void TakeBatch(const DatagramBatch& batch, uint64_t nowNs);
     void Publish();
     void ResetCounters();
+    void TellRefused() const; // unless it has told the same number already
     void Say(const std::string& line) const;
 
     const CommonConfig Common;
@@ -69,6 +70,7 @@ private:
     std::vector<std::unique_ptr<ReceiveSocket>> Sockets; // in the order of the connections
     int WakeSet = -1;                                    // epoll of several sockets
     uint32_t RecordRoom = 0;                             // of a slot
+    mutable uint64_t RefusedTold = 0;                    // packets, since the start
 
     // Conductor's thread.
     std::optional<VideoAssembler> Assembler;
@@ -83,6 +85,7 @@ private:
     struct Published
     {
         std::atomic<uint64_t> transferred{0}, processed{0}, drops{0}, lost{0}, delayed{0};
+        std::atomic<uint64_t> malformed{0}, otherPayloadType{0}, otherSource{0};
         std::atomic<uint64_t> biggestDelayNs{0}, biggestDelayAtNs{0};
         std::atomic<uint32_t> ssrc{0};
         std::atomic<bool> lastSlotDropped{false};

@@ -105,7 +105,7 @@ TEST_F(Conductors, AStartedOneIsAThreadAndRefusesAConfiguration)
     EXPECT_EQ(threads + 1, ThreadsOfThisProcess());
     EXPECT_EQ(json({{"Started", true}}), session.GetJson(Path(conductor, "State")));
     EXPECT_EQ(19u, SetCore(session, conductor, core).ErrCode());
-    EXPECT_EQ(5u, session.GetJson("MXS/")["ProcessingStatus"]["ThreadCount"]);
+    EXPECT_EQ(17u, session.GetJson("MXS/")["ProcessingStatus"]["ThreadCount"]);
 
     EXPECT_EQ(200u, SetStarted(session, conductor, false).status);
     EXPECT_EQ(threads, ThreadsOfThisProcess());

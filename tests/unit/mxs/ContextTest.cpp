@@ -144,7 +144,7 @@ TEST_F(Contexts, TheServiceTellsItsStatus)
         EXPECT_TRUE(processing[key].is_number()) << key;
     EXPECT_EQ(6u, processing["JobCount"]); // the authentication and five lists
     EXPECT_LT(0u, processing["ProcessingTime"].get<uint64_t>());
-    EXPECT_EQ(4u, processing["ThreadCount"]);
+    EXPECT_EQ(16u, processing["ThreadCount"]);
 }
 
 TEST_F(Contexts, TheWatchdogTellsTheTimeToLive)

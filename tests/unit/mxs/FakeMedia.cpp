@@ -2,6 +2,7 @@
 #include "FakeMedia.h"
 
 #include <new>
+#include <stdexcept>
 
 namespace test
 {
@@ -22,7 +23,9 @@ public:
 
     mxs::media::Outcome Start(mxs::media::ConductorLoop&) override
     {
+        if (Fake().onStart) Fake().onStart();
         if (Fake().throwNoMemory) throw std::bad_alloc();
+        if (!Fake().throwError.empty()) throw std::runtime_error(Fake().throwError);
         if (Fake().startOutcome.Failed()) return Fake().startOutcome;
         Running = true;
         ++Fake().running;

@@ -6,6 +6,9 @@ namespace test
 namespace
 {
 
+// Of 1920 x 1080 with 2 bytes a pixel and 4 slots: five times 4147200 + 32400 + 4096 bytes, and 4 MiB.
+constexpr uint64_t kRingBytes = 25112784;
+
 class Streams : public ServiceTest
 {
 protected:
@@ -195,6 +198,7 @@ TEST_F(Streams, BadValuesAreRefusedAndChangeNothing)
         EXPECT_NE(std::string::npos, reply.ErrMsg().find(word)) << reply.body;
     };
     refused("Config/Common", Common(0), 4, "ApplicativeBufferQueueDepth");
+    refused("Config/Common", Common(65537), 4, "ApplicativeBufferQueueDepth");
     json common = Common();
     common["CpuCores"] = {"14000000000fffff"};
     refused("Config/Common", common, 4, "CpuCores");
@@ -338,7 +342,7 @@ TEST_F(Streams, StatusDocumentsShowTheMediaAndCountersOutliveAStop)
 TEST_F(Streams, AFailedStartLeavesTheStreamOpenedAndItsMemoryFree)
 {
     mxs::ServiceSettings settings;
-    settings.media.memoryLimitBytes = 4ull * 1920 * 1080 * 2; // one ring
+    settings.media.memoryLimitBytes = kRingBytes;
     Run(settings);
     CreateAll();
     Configure();
@@ -355,15 +359,50 @@ TEST_F(Streams, AFailedStartLeavesTheStreamOpenedAndItsMemoryFree)
     Fake().throwNoMemory = true;
     EXPECT_EQ(10u, State(true, true).ErrCode());
     Fake().throwNoMemory = false;
+    Fake().throwError = "the loop is full";
+    const Reply thrown = State(true, true);
+    EXPECT_EQ(10u, thrown.ErrCode());
+    EXPECT_EQ("The stream could not be started: the loop is full.", thrown.ErrMsg());
+    Fake().throwError.clear();
     EXPECT_EQ(200u, State(true, true).status);
     EXPECT_EQ(200u, User().Send("DELETE", "MXS/Stream/Mines/" + Stream).status); // a failed start kept no use of it:
     EXPECT_EQ(200u, User().Send("DELETE", "MXS/Conductor/Mines/" + Conductor).status);
 }
 
+TEST_F(Streams, TheRecordsOfManySmallSlotsCountForTheMemoryLimit)
+{
+    mxs::ServiceSettings settings;
+    settings.media.memoryLimitBytes = 64 << 20;
+    Run(settings);
+    CreateAll();
+    Configure();
+    json essence = Essence(2);
+    essence["Data"]["FrameHeight"] = 1;
+    EXPECT_EQ(200u, Put("Config/Essence", essence).status);
+    EXPECT_EQ(200u, Put("Config/Common", Common(65536)).status); // 256 KiB of samples
+    State(false, true);
+    EXPECT_EQ(10u, State(true, true).ErrCode());
+}
+
+TEST_F(Streams, AStateThatIsBeingChangedIsBusyForOthers)
+{
+    CreateAll();
+    Configure();
+    State(false, true);
+    Session second(Port());
+    second.Token = User().Token;
+    Reply during;
+    Fake().onStart = [&] { during = second.SetState(Stream, false, true); };
+    EXPECT_EQ(200u, State(true, true).status);
+    EXPECT_EQ(11u, during.ErrCode());
+    EXPECT_EQ(409u, during.status);
+    EXPECT_EQ(json({{"Started", true}, {"Opened", true}}), Get("State"));
+}
+
 TEST_F(Streams, RingsTogetherKeepToTheMemoryLimit)
 {
     mxs::ServiceSettings settings;
-    settings.media.memoryLimitBytes = 6ull * 1920 * 1080 * 2; // a ring and a half
+    settings.media.memoryLimitBytes = kRingBytes + kRingBytes / 2;
     Run(settings);
     CreateAll();
     Configure();

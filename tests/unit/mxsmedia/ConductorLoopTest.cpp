@@ -210,6 +210,27 @@ TEST(ConductorLoop, SleepsWhenNothingIsDue)
     EXPECT_LT(loop.LoadPercent(), 50.0);
 }
 
+TEST(ConductorLoop, ShowsLoadAndThroughputOfTheSecondThatHasEnded)
+{
+    ConductorLoop loop;
+    CountingTask task;
+    task.IntervalNs = 1'000'000;
+    task.BytesEachRun = 1000;
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    EXPECT_EQ(loop.ThroughputBitsPerSecond(), 0u);
+    loop.Add(task);
+
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (loop.ThroughputBitsPerSecond() == 0 && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+
+    EXPECT_GT(loop.ThroughputBitsPerSecond(), 0u);
+    EXPECT_LE(loop.ThroughputBitsPerSecond(), 8000u * 1001); // a run a millisecond is the most that the task asks for
+    EXPECT_GT(loop.LoadPercent(), 0.0);
+    EXPECT_LE(loop.LoadPercent(), 100.0);
+    loop.Remove(task);
+}
+
 TEST(ConductorLoop, ManyThreadsAddAndRemoveWhileTheLoopStartsAndStops)
 {
     ConductorLoop loop;

@@ -686,5 +686,16 @@ TEST_F(AssemblerTest, EveryFormatOfTheNetworkArrivesAsItWasSent)
 
         ASSERT_EQ(Slots().size(), 1u) << group.sampling << " " << group.depth;
         EXPECT_EQ(Slots()[0].bytes, picture) << group.sampling << " " << group.depth;
+
+        video.interlaced = true;
+        video.framerate = 50;
+        Make(video);
+        const Bytes first = Pattern(3 * lineBytes, 2 * group.sampling + group.depth);
+        const Bytes second = Pattern(3 * lineBytes, 3 * group.sampling + group.depth + 1);
+        Push(CutField(first, lineBytes, {.firstSequence = 0, .timestamp = 1}));
+        Push(CutField(second, lineBytes, {.firstSequence = 3, .timestamp = 1801, .secondField = true}));
+
+        ASSERT_EQ(Slots().size(), 1u) << group.sampling << " " << group.depth;
+        EXPECT_EQ(Slots()[0].bytes, Joined(first, second)) << group.sampling << " " << group.depth;
     }
 }

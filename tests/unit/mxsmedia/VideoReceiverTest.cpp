@@ -14,6 +14,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -461,15 +462,128 @@ TEST_F(VideoReceiverTest, ABadConfigurationIsRefusedWithItsCode)
 
 TEST_F(VideoReceiverTest, ARingBeyondTheLimitIsRefusedWith10)
 {
-    Settings.memoryLimitBytes = 319;
-    EXPECT_EQ(Start().code, 10u); // four slots of 80 bytes
-    Settings.memoryLimitBytes = 320;
+    Settings.memoryLimitBytes = 4215183; // four slots of 80 bytes: five times 80 + 4096, and 4 MiB
+    EXPECT_EQ(Start().code, 10u);
+    Settings.memoryLimitBytes = 4215184;
     EXPECT_EQ(Start().code, 0u);
     Stream->Stop();
     Settings.memoryLimitBytes = UINT64_MAX;
     Video = SmallVideo(4096, 2160);
     Common.queueDepth = 400;
     EXPECT_EQ(Start().code, 10u); // 4 GiB
+}
+
+TEST_F(VideoReceiverTest, TheRecordsOfManySmallSlotsCountForTheLimit)
+{
+    Settings.memoryLimitBytes = 64 << 20;
+    Video = SmallVideo(2, 1);
+    Common.queueDepth = 65536; // 320 KiB of samples
+
+    EXPECT_EQ(Start().code, 10u);
+}
+
+TEST_F(VideoReceiverTest, ARailTakesNoMoreMemoryThanIsCountedForIt)
+{
+    for (const auto& [width, height, depth] : {std::tuple{2u, 1u, 1u}, {2u, 1u, 3000u}, {1920u, 1080u, 4u}})
+    {
+        Video = SmallVideo(width, height);
+        Common.queueDepth = depth;
+        ASSERT_EQ(Start().code, 0u);
+        const std::string name = Stream->RailDescription().find("Name")->second;
+        EXPECT_LE(std::filesystem::file_size("/dev/shm/flowrail1." + name.substr(1)),
+                  RingBytes(LayoutOf(Video).lockSize, depth));
+        Stream->Stop();
+    }
+}
+
+TEST_F(VideoReceiverTest, MoreSlotsThanARailHasAreRefusedWith4)
+{
+    Common.queueDepth = 65537;
+    const Outcome outcome = Start();
+
+    EXPECT_EQ(outcome.code, 4u);
+    EXPECT_NE(outcome.message.find("\"ApplicativeBufferQueueDepth\""), std::string::npos) << outcome.message;
+}
+
+TEST_F(VideoReceiverTest, PacketsOfNoUseAreSaidOnceAndAgainAtTheStopWhenThereAreMore)
+{
+    StartAndAttach();
+    Said.clear(); // of the socket's buffer
+    const Sender sender;
+    sender.Send(kLoopback, Port, Frame(1, 100, {.payloadType = 97}));
+    AwaitEmptySocket();
+
+    EXPECT_EQ(Stream->Counters().processedPackets, 0u);
+    EXPECT_EQ(Stream->Counters().transferredPackets, 4u);
+    const std::vector<std::string> first{
+        "4 packets were of no use: 0 malformed, 4 of another payload type, 0 of another source."};
+    EXPECT_EQ(Said, first);
+
+    Said.clear();
+    sender.Send(kLoopback, Port, {Bytes(11, 0x80)});
+    sender.Send(kLoopback, Port, Frame(1, 100));
+    sender.Send(kLoopback, Port, Frame(2, 104, {.ssrc = 5}));
+    AwaitEmptySocket();
+    EXPECT_EQ(Stream->Counters().processedPackets, 4u);
+    EXPECT_TRUE(Said.empty());
+    Stream->Stop();
+    EXPECT_EQ(Said, std::vector<std::string>{
+                        "9 packets were of no use: 1 malformed, 4 of another payload type, 4 of another source."});
+}
+
+TEST_F(VideoReceiverTest, AStreamWhosePacketsAreAllOfUseSaysNothingAtTheStop)
+{
+    StartAndAttach();
+    Said.clear();
+    const Sender sender;
+    sender.Send(kLoopback, Port, Frame(1, 100));
+    EXPECT_EQ(Take().bytes, Picture(1));
+    Stream->Stop();
+
+    EXPECT_TRUE(Said.empty());
+}
+
+TEST_F(VideoReceiverTest, DatagramsOfAnyKindBetweenThoseOfAFrameLeaveItAsItWasSent)
+{
+    StartAndAttach();
+    const Sender sender;
+    const auto packets = Frame(1, 100);
+    Bytes overlong = MakePacket({.sequence = 104, .timestamp = 3600}, {{false, 1, 0, Bytes(kLineBytes, 7)}});
+    overlong[14] = 0xFF; // a length of more than 65,000 in a packet of 40 bytes
+    Bytes otherVersion = packets[0];
+    otherVersion[0] = 0x40;
+    std::vector<Bytes> mixed;
+    for (size_t line = 0; line < packets.size(); ++line)
+    {
+        const auto sequence = static_cast<uint32_t>(100 + line);
+        mixed.push_back(Bytes(line * 5, 0xFF)); // the first is empty
+        mixed.push_back(otherVersion);
+        mixed.push_back(MakePacket({.sequence = sequence, .timestamp = 3600, .payloadType = 97},
+                                   {{false, static_cast<uint16_t>(line), 0, Bytes(kLineBytes, 1)}}));
+        mixed.push_back(packets[line]);
+        mixed.push_back(MakePacket({.sequence = sequence, .timestamp = 3600, .ssrc = 5},
+                                   {{false, static_cast<uint16_t>(line), 0, Bytes(kLineBytes, 2)}}));
+        if (line + 1 == packets.size()) break;
+        // These have the numbers of packets that were there: whatever they hold, they are no use a second time.
+        mixed.push_back(MakePacket({.sequence = sequence, .timestamp = 3600}, {{false, 4, 0, Bytes(kLineBytes, 3)}}));
+        mixed.push_back(MakePacket({.sequence = sequence, .timestamp = 3600}, {{true, 0, 0, Bytes(kLineBytes, 4)}}));
+        mixed.push_back(MakePacket({.sequence = sequence, .timestamp = 3600}, {{false, 0, 2, Bytes(kLineBytes, 5)}}));
+    }
+    // And these have numbers of their own: refused for what they hold, before the last line arrives.
+    const std::vector<Bytes> refused{
+        overlong, MakePacket({.sequence = 105, .timestamp = 3600}, {{false, 4, 0, Bytes(kLineBytes, 3)}}),
+        MakePacket({.sequence = 106, .timestamp = 3600}, {{true, 0, 0, Bytes(kLineBytes, 4)}}),
+        MakePacket({.sequence = 107, .timestamp = 3600}, {{false, 0, 2, Bytes(kLineBytes, 5)}}),
+        MakePacket({.sequence = 108, .timestamp = 3600}, {{false, 0, 0, Bytes(7, 6)}})};
+    mixed.insert(mixed.end() - 2, refused.begin(), refused.end());
+    sender.Send(kLoopback, Port, mixed);
+
+    const KeptSlot slot = Take();
+
+    EXPECT_EQ(slot.bytes, Picture(1));
+    EXPECT_EQ(slot.records, (std::vector<Record>{{1, 0, 3600}, {2, 79, 0}}));
+    AwaitEmptySocket();
+    EXPECT_EQ(Stream->Counters().processedPackets, 4u);
 }
 
 TEST_F(VideoReceiverTest, AnAddressThatTheMachineDoesNotHaveIsRefusedWith10)

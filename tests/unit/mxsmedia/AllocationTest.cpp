@@ -1,0 +1,199 @@
+// The way of a packet into a slot takes no memory from the heap: this program counts what each thread asks for.
+#include "mxs/media/VideoAssembler.h"
+
+#include "Packets.h"
+
+#include <array>
+#include <cstdlib>
+#include <new>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+thread_local uint64_t allocations = 0;
+
+void* Allocate(size_t bytes) noexcept
+{
+    ++allocations;
+    return std::malloc(bytes == 0 ? 1 : bytes);
+}
+
+void* AllocateAligned(size_t bytes, std::align_val_t alignment) noexcept
+{
+    ++allocations;
+    const auto unit = static_cast<size_t>(alignment);
+    return std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit);
+}
+
+void* OrThrow(void* memory)
+{
+    if (!memory) throw std::bad_alloc();
+    return memory;
+}
+
+} // namespace
+
+// All forms together, or memory of one kind would be freed as another.
+void* operator new(size_t bytes)
+{
+    return OrThrow(Allocate(bytes));
+}
+void* operator new[](size_t bytes)
+{
+    return OrThrow(Allocate(bytes));
+}
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept
+{
+    return Allocate(bytes);
+}
+void* operator new[](size_t bytes, const std::nothrow_t&) noexcept
+{
+    return Allocate(bytes);
+}
+void* operator new(size_t bytes, std::align_val_t alignment)
+{
+    return OrThrow(AllocateAligned(bytes, alignment));
+}
+void* operator new[](size_t bytes, std::align_val_t alignment)
+{
+    return OrThrow(AllocateAligned(bytes, alignment));
+}
+void* operator new(size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept
+{
+    return AllocateAligned(bytes, alignment);
+}
+void* operator new[](size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept
+{
+    return AllocateAligned(bytes, alignment);
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory, size_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, size_t, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory, size_t, std::align_val_t) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept
+{
+    std::free(memory);
+}
+
+namespace
+{
+
+using namespace mxs::media;
+using namespace mxs::media::test;
+
+// Two slots by turns, made before anything is counted.
+class FixedSink : public SlotSink
+{
+public:
+    explicit FixedSink(size_t slotBytes) : Slots{Bytes(slotBytes), Bytes(slotBytes)} {}
+
+    uint8_t* OpenSlot(void*& slot) override
+    {
+        Bytes& next = Slots[Opened++ % Slots.size()];
+        slot = &next;
+        return next.data();
+    }
+    void AddRecord(void*, uint32_t type, uint32_t, uint32_t) override { Losses += type == kRecordLost; }
+    void CommitSlot(void*) override { ++Committed; }
+
+    uint64_t Committed = 0;
+    uint64_t Losses = 0;
+
+private:
+    std::array<Bytes, 2> Slots;
+    uint64_t Opened = 0;
+};
+
+TEST(Allocation, TheCountSeesWhatIsTaken)
+{
+    const uint64_t before = allocations;
+    ::operator delete(::operator new(16));
+    ::operator delete[](::operator new[](16, std::nothrow));
+
+    EXPECT_EQ(allocations, before + 2);
+}
+
+TEST(Allocation, PacketsOfAHundredFramesWithLossesTakeNone)
+{
+    constexpr uint32_t kFrames = 100, kLines = 32;
+    constexpr uint64_t kFrameNs = 40'000'000;
+    for (const bool converted : {false, true})
+    {
+        VideoConfig video = SmallVideo(64, kLines);
+        if (converted) video.application = {.sampling = 1, .depth = 1, .padding = 1, .endianness = 1};
+        FixedSink sink(LayoutOf(video).lockSize);
+        VideoAssembler assembler(video, {.payloadType = 96}, sink);
+        std::vector<std::vector<Bytes>> frames;
+        for (uint32_t frame = 0; frame < kFrames; ++frame)
+            frames.push_back(CutField(Pattern(kLines * 160, frame), 160,
+                                      {.firstSequence = kLines * frame, .timestamp = 3600 * frame}));
+        const Bytes malformed(11, 0x80);
+        uint64_t nowNs = kFrameNs;
+
+        const uint64_t before = allocations;
+        for (uint32_t frame = 0; frame < kFrames; ++frame)
+        {
+            for (uint32_t line = 0; line < kLines; ++line)
+            {
+                // Lost here and there, now and then at the end; the first and the last frame are whole.
+                const bool lost =
+                    frame > 0 && frame + 1 < kFrames && (line % 7 == frame % 7 || (frame % 5 == 0 && line > 28));
+                if (!lost) assembler.Push(frames[frame][line], nowNs);
+                if (line == 3) assembler.Push(malformed, nowNs);
+                assembler.Tick(nowNs);
+            }
+            nowNs += kFrameNs;
+            assembler.Tick(nowNs);
+        }
+        const uint64_t taken = allocations - before;
+
+        EXPECT_EQ(taken, 0u) << (converted ? "converted" : "as it travels");
+        EXPECT_EQ(sink.Committed, kFrames);
+        EXPECT_GT(sink.Losses, kFrames);
+        EXPECT_GT(assembler.Counters().lost, 0u);
+    }
+}
+
+} // namespace
