@@ -205,6 +205,14 @@ TEST(Life, AStoppedServiceLeavesNoSharedMemory)
 
 TEST(Life, RailsOfAKilledServiceAreRemovedByTheNextOne)
 {
+    MxsProcess living; // and keeps its own
+    Session livingSession(living.ServiceUrl());
+    StreamSettings livingSettings;
+    livingSettings.port = FreeUdpPort();
+    ReceiveStream livingStream(livingSession, livingSettings);
+    livingStream.Start();
+    const std::vector<std::string> livingRails = RailsOf(living.ProcessId());
+    ASSERT_EQ(1u, livingRails.size());
     std::vector<std::string> rails;
     {
         MxsProcess service;
@@ -223,6 +231,7 @@ TEST(Life, RailsOfAKilledServiceAreRemovedByTheNextOne)
     }
     MxsProcess next;
     EXPECT_FALSE(std::filesystem::exists(rails[0]));
+    EXPECT_EQ(livingRails, RailsOf(living.ProcessId()));
 }
 
 } // namespace

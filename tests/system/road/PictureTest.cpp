@@ -14,6 +14,7 @@ struct FormatCase
     uint32_t depthCode;
     uint32_t bits;
     uint32_t width, height, fields;
+    bool oneTimestamp = false; // for both fields
 };
 
 const FormatCase kFormats[] = {
@@ -29,6 +30,7 @@ const FormatCase kFormats[] = {
     {"YCbCr422_10_Interlaced576", ZEFA_VIDEO_STANDARD_720X576_I_50, 0, 1, 10, 720, 576, 2},
     {"YCbCr422_10_Interlaced487", ZEFA_VIDEO_STANDARD_720X487_I_59_94, 0, 1, 10, 720, 487, 2},
     {"RGB_12_Interlaced1080", ZEFA_VIDEO_STANDARD_1920X1080_I_50, 4, 2, 12, 1920, 1080, 2},
+    {"YCbCr422_10_Segmented", ZEFA_VIDEO_STANDARD_1920X1080_I_50, 0, 1, 10, 1920, 1080, 2, true},
     {"YCbCr422_10_2160", ZEFA_VIDEO_STANDARD_3840X2160_P_25, 0, 1, 10, 3840, 2160, 1},
 };
 
@@ -53,13 +55,15 @@ TEST_P(PictureFormat, EverySampleAndTimestampArrivesAsItWasSent)
 
     // Fields of 487 lines: the first has one more.
     const uint32_t lines[] = {(format.height + format.fields - 1) / format.fields, format.height / format.fields};
+    const uint32_t fieldTicks = format.oneTimestamp ? 0 : 1800;
     std::vector<Raster> rasters;
     for (uint32_t field = 0; field < format.fields; ++field)
         rasters.push_back(MakeRaster(format.width, lines[field], group, 7 + field));
     SendLeadIn(sender, rasters.back(), group, 5000);
     for (uint32_t field = 0; field < format.fields; ++field)
     {
-        const std::vector<Packet> packets = sender.Packets(rasters[field], group, 90000 + field * 1800, field == 1);
+        const std::vector<Packet> packets =
+            sender.Packets(rasters[field], group, 90000 + field * fieldTicks, field == 1);
         for (size_t i = 0; i < packets.size(); ++i)
         {
             sender.Send(packets[i]);
@@ -75,7 +79,7 @@ TEST_P(PictureFormat, EverySampleAndTimestampArrivesAsItWasSent)
         EXPECT_TRUE(slot[field].Words() == rasters[field].samples) << "samples of field " << field;
         ASSERT_EQ(1u, slot[field].timestamps.size());
         EXPECT_EQ(0u, slot[field].timestamps[0].Position_UL);
-        EXPECT_EQ(90000 + field * 1800, slot[field].timestamps[0].Value_UL);
+        EXPECT_EQ(90000 + field * fieldTicks, slot[field].timestamps[0].Value_UL);
     }
     EXPECT_EQ(0u, stream.NetworkStatus().LostPacketsCount_ULL);
     EXPECT_EQ(0x5EED0001u, stream.NetworkStatus().ReceivedSSRC_UL);
