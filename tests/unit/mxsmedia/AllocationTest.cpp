@@ -35,84 +35,85 @@ void* OrThrow(void* memory)
 
 } // namespace
 
-// All forms together, or memory of one kind would be freed as another.
-void* operator new(size_t bytes)
+// All forms together, or memory of one kind would be freed as another. Never inlined: the compiler would see free()
+// meet operator new.
+[[gnu::noinline]] void* operator new(size_t bytes)
 {
     return OrThrow(Allocate(bytes));
 }
-void* operator new[](size_t bytes)
+[[gnu::noinline]] void* operator new[](size_t bytes)
 {
     return OrThrow(Allocate(bytes));
 }
-void* operator new(size_t bytes, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void* operator new(size_t bytes, const std::nothrow_t&) noexcept
 {
     return Allocate(bytes);
 }
-void* operator new[](size_t bytes, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void* operator new[](size_t bytes, const std::nothrow_t&) noexcept
 {
     return Allocate(bytes);
 }
-void* operator new(size_t bytes, std::align_val_t alignment)
+[[gnu::noinline]] void* operator new(size_t bytes, std::align_val_t alignment)
 {
     return OrThrow(AllocateAligned(bytes, alignment));
 }
-void* operator new[](size_t bytes, std::align_val_t alignment)
+[[gnu::noinline]] void* operator new[](size_t bytes, std::align_val_t alignment)
 {
     return OrThrow(AllocateAligned(bytes, alignment));
 }
-void* operator new(size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void* operator new(size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept
 {
     return AllocateAligned(bytes, alignment);
 }
-void* operator new[](size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void* operator new[](size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept
 {
     return AllocateAligned(bytes, alignment);
 }
-void operator delete(void* memory) noexcept
+[[gnu::noinline]] void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory) noexcept
+[[gnu::noinline]] void operator delete[](void* memory) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, size_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, size_t) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory, size_t) noexcept
+[[gnu::noinline]] void operator delete[](void* memory, size_t) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void operator delete(void* memory, const std::nothrow_t&) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void operator delete[](void* memory, const std::nothrow_t&) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, std::align_val_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory, std::align_val_t) noexcept
+[[gnu::noinline]] void operator delete[](void* memory, std::align_val_t) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, size_t, std::align_val_t) noexcept
+[[gnu::noinline]] void operator delete(void* memory, size_t, std::align_val_t) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory, size_t, std::align_val_t) noexcept
+[[gnu::noinline]] void operator delete[](void* memory, size_t, std::align_val_t) noexcept
 {
     std::free(memory);
 }
-void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept
 {
     std::free(memory);
 }
-void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept
+[[gnu::noinline]] void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept
 {
     std::free(memory);
 }
