@@ -5,11 +5,12 @@
 
 using namespace test;
 
-// A context whose service is gone cannot be destroyed: the library keeps it, and so do these tests.
-extern "C" const char* __lsan_default_suppressions();
+// A context whose service is gone cannot be destroyed: the library keeps it, and so do these tests. Its watchdog goes
+// on, so that a tick may be under way in the HTTP library when the process ends.
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions()
 {
-    return "leak:ZEFA_CreateMXSContext\n";
+    return "leak:ZEFA_CreateMXSContext\nleak:libcpprest\n";
 }
 
 namespace
@@ -139,8 +140,7 @@ TEST(Life, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionWorksAfterIt)
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
     EXPECT_EQ(ZEFA_ERR_INCORRECT_STATE, ZEFA_LockSlot(stream->Handle, &slot));
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_CloseStream(stream->Handle));
-    EXPECT_EQ(ZEFA_ERR_INCORRECT_STATE, ZEFA_DestroyStream(stream->Handle));
-    stream->Abandon();
+    EXPECT_EQ(ZEFA_ERR_INCORRECT_STATE, stream->Abandon());
     stream.reset();
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_DestroyMXSContext(context));
 

@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 #include <zefaline.h>
 
@@ -112,11 +113,11 @@ public:
         ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_StopStream(Handle));
     }
 
-    // The service is gone: nothing to unmake but the object.
-    void Abandon()
+    // The service is gone: the object is all that there is to unmake.
+    ZEFA_ERRORCODE Abandon()
     {
         Started = false;
-        Handle = nullptr;
+        return ZEFA_DestroyStream(std::exchange(Handle, nullptr));
     }
 
     ZEFA_STREAM_COMMON_STATUS CommonStatus()
