@@ -9,6 +9,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -34,6 +35,7 @@ public:
         Pid = ::fork();
         if (Pid == 0)
         {
+            ::prctl(PR_SET_PDEATHSIG, SIGTERM); // a test that is killed takes its service with it
             ::dup2(log, STDOUT_FILENO);
             ::dup2(log, STDERR_FILENO);
             ::execv(MXSD_PATH, argv.data());
