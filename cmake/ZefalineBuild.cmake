@@ -47,11 +47,8 @@ elseif(ZEFALINE_SANITIZE STREQUAL "fuzz")
     add_link_options(-fsanitize=address,undefined)
 endif()
 
-# Adds the folders that are there; one that is not there is no error while the tree grows.
 function(zefaline_add_folders)
     foreach(folder IN LISTS ARGN)
-        if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt)
-            add_subdirectory(${folder})
-        endif()
+        add_subdirectory(${folder})
     endforeach()
 endfunction()
