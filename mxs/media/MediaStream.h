@@ -144,9 +144,12 @@ struct ProcessingTimes // nanoseconds spent on one slot
 // Names of the rails begin so; what a killed service left behind is found by it.
 constexpr const char* kRailNamePrefix = "/mxsd-";
 
+class MediaClock; // MediaClock.h
+
 // What the service hands every stream: its own settings.
 struct MediaSettings
 {
+    const MediaClock* clock = nullptr; // of transmit streams; outlives them. Null: the system's clock
     uint8_t defaultMulticastTtl = 16;
     std::string railGroup;                  // group that may open the rails besides the owner, empty: nobody
     uint64_t memoryLimitBytes = 8ULL << 30; // a ring larger than this is refused with 10

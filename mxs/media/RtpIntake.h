@@ -1,0 +1,83 @@
+// The gate of a receive stream: takes the packets of one source once, whichever path brings them, and counts for each
+// path and for all together what is missing.
+#pragma once
+
+#include "RtpPacket.h"
+#include "SequenceTracker.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace mxs::media
+{
+
+struct PathCounters
+{
+    uint64_t received = 0; // packets of the source on this path
+    uint64_t lost = 0;     // gaps in their sequence that no packet of this path has filled
+};
+
+struct IntakeCounters
+{
+    uint64_t lost = 0; // gaps that no path has filled
+    uint64_t malformed = 0;
+    uint64_t otherPayloadType = 0;
+    uint64_t otherSource = 0;
+    uint64_t duplicates = 0;
+    uint32_t ssrc = 0; // of the source that is followed, 0 before the first packet
+    std::vector<PathCounters> paths;
+};
+
+class RtpIntake
+{
+public:
+    enum class Numbering
+    {
+        Short,   // the 16 bits of the RTP header
+        Extended // the payload begins with 16 upper bits
+    };
+    struct Settings
+    {
+        uint8_t payloadType = 0;
+        uint32_t ssrc = 0; // 0: the first that is heard
+        size_t paths = 1;
+        Numbering numbering = Numbering::Short;
+    };
+    struct Taken
+    {
+        RtpPacket packet;                 // refers to the datagram
+        SequenceTracker::Verdict verdict; // never Duplicate
+        bool afterSilence = false;        // the source, or another one, is heard again: nothing before belongs to it
+    };
+
+    explicit RtpIntake(const Settings& settings);
+
+    // Nothing when the packet is of no use or came before; the counters say why.
+    std::optional<Taken> Take(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs);
+
+    // A late packet has found its place: the gap that it left is none any more.
+    void Fill(const Taken& taken);
+
+    void Forget(); // the next packet begins a new count, on every path
+
+    uint64_t HeardNs() const { return LastHeardNs; } // time of the latest packet of the source
+
+    const IntakeCounters& Counters() const { return Count; }
+
+private:
+    bool AcceptSource(uint32_t ssrc, uint64_t nowNs, bool& afterSilence);
+
+    const Settings Config;
+    SequenceTracker Merged;
+    std::vector<SequenceTracker> Paths; // empty with a single path, which is the whole
+    uint64_t CountedFrom = 0;           // index of the packet with which the count of losses began
+    std::vector<uint64_t> PathCountedFrom;
+    uint64_t LastHeardNs = 0;
+    bool Heard = false;
+    IntakeCounters Count;
+};
+
+} // namespace mxs::media
