@@ -163,6 +163,10 @@ constexpr Field<NetworkCounters> kNetworkCounters[] = {
     Number<&NetworkCounters::receivedSsrc>("ReceivedSSRC"),
     Number<&NetworkCounters::payloadType>("PayloadType"),
 };
+constexpr Field<PathStatus> kPathStatus[] = {
+    Number<&PathStatus::transferred>("TransferredPacketCount"),
+    Number<&PathStatus::lost>("LostPacketsCount"),
+};
 
 Json WriteEssence(const VideoConfig& config)
 {
@@ -274,7 +278,11 @@ Json ToDocument(const StreamState& record)
 }
 Json ToDocument(const NetworkCounters& record)
 {
-    return WriteFields(kNetworkCounters, record);
+    Json document = WriteFields(kNetworkCounters, record);
+    document["Paths"] = Json::array();
+    for (const PathStatus& path : record.paths)
+        document["Paths"].push_back(WriteFields(kPathStatus, path));
+    return document;
 }
 
 Json ToDocument(const EssenceConfig& record)

@@ -18,6 +18,17 @@ void Require(const media::Outcome& outcome)
     if (outcome.Failed()) throw Refusal(outcome.code, outcome.message);
 }
 
+// Of a stream with several paths, what each of them carried.
+std::string TextOf(const std::vector<media::PathStatus>& paths)
+{
+    std::string text;
+    if (paths.size() < 2) return text;
+    for (size_t path = 0; path < paths.size(); ++path)
+        text += (path == 0 ? "; path 1: " : ", path " + std::to_string(path + 1) + ": ") +
+                std::to_string(paths[path].transferred) + " packets and " + std::to_string(paths[path].lost) + " lost";
+    return text;
+}
+
 } // namespace
 
 Stream::Stream(uint64_t id, uint64_t contextId, const StreamCreate& create, const StreamServices& services)
@@ -237,7 +248,8 @@ void Stream::Stop()
     const media::NetworkCounters counters = Media->Counters();
     Services.log.Info(Name() + " is stopped: " + std::to_string(counters.transferredPackets) + " packets, " +
                       std::to_string(counters.lostPackets) + " lost, " + std::to_string(counters.drops) +
-                      " slots dropped, " + std::to_string(counters.underruns) + " underruns.");
+                      " slots dropped, " + std::to_string(counters.underruns) + " underruns" + TextOf(counters.paths) +
+                      ".");
 }
 
 void Stream::Close()

@@ -95,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         nowNs += rest[2] * kTimeUnitNs;
         const std::vector<uint8_t> datagram(rest.begin() + 3, rest.begin() + 3 + static_cast<std::ptrdiff_t>(length));
         assembler.Tick(nowNs);
-        assembler.Push(datagram, nowNs);
+        assembler.Push(datagram, 0, nowNs);
         rest = rest.subspan(3 + length);
     }
     assembler.Tick(nowNs + 10'000'000'000);

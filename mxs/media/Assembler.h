@@ -1,10 +1,12 @@
 // Makes slots of packets, one kind for each essence. Knows neither sockets nor rails; time comes in as a number.
 #pragma once
 
+#include "MediaStream.h"
 #include "RtpIntake.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 namespace mxs::media
@@ -55,6 +57,15 @@ struct AssemblerCounters
     bool lastSlotDropped = false;
 };
 
+struct AssemblerSettings
+{
+    uint8_t payloadType = 0;
+    uint32_t ssrc = 0;             // 0: the first that is heard
+    uint32_t mostLossRecords = 64; // room of a slot for records of lost data, at least 2
+    size_t paths = 1;              // connections that bring the same packets
+    uint32_t queueDepth = 4;       // slots of the ring
+};
+
 class Assembler
 {
 public:
@@ -71,5 +82,9 @@ public:
 
     virtual const AssemblerCounters& Counters() const = 0;
 };
+
+// The assembler of an essence that CheckEssence accepts; `sink` outlives it.
+std::unique_ptr<Assembler> MakeAssembler(const EssenceConfig& essence, const AssemblerSettings& settings,
+                                         SlotSink& sink);
 
 } // namespace mxs::media

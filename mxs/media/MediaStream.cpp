@@ -1,7 +1,7 @@
 // Makes the stream that a configuration asks for.
 #include "MediaStream.h"
 
-#include "VideoReceiver.h"
+#include "RtpReceiver.h"
 
 namespace mxs::media
 {
@@ -36,7 +36,7 @@ std::unique_ptr<MediaStream> MakeMediaStream(Direction direction, const CommonCo
 {
     if (Outcome wrong = CheckEssence(direction, essence); wrong.Failed())
         return std::make_unique<RefusedStream>(std::move(wrong));
-    return std::make_unique<VideoReceiver>(common, network, std::get<VideoConfig>(essence), settings, drops);
+    return std::make_unique<RtpReceiver>(common, network, essence, settings, drops);
 }
 
 } // namespace mxs::media

@@ -121,6 +121,13 @@ struct SlotLayout
     std::map<uint32_t, BufferPlace> buffers; // video 0 (and 1, the second field), audio 0, ancillary 0 to 15
 };
 
+// Of one connection.
+struct PathStatus
+{
+    uint64_t transferred = 0; // packets received from, or handed to, the network on it
+    uint64_t lost = 0;        // of those that the other paths have too, the ones that never came, or could not be sent
+};
+
 struct NetworkCounters
 {
     uint64_t transferredPackets = 0; // received from, or handed to, the network
@@ -132,6 +139,7 @@ struct NetworkCounters
     uint64_t biggestDelayNs = 0; // within the last second
     uint32_t receivedSsrc = 0;
     uint8_t payloadType = 0;
+    std::vector<PathStatus> paths; // in the order of the connections
 };
 
 struct ProcessingTimes // nanoseconds spent on one slot

@@ -2,8 +2,11 @@
 // a slot as they become due.
 #pragma once
 
+#include "MediaStream.h"
+
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 
 namespace mxs::media
@@ -38,6 +41,13 @@ struct Burst
     size_t totalBytes = 0;
 };
 
+struct PacketizerSettings
+{
+    uint8_t payloadType = 0;
+    uint32_t ssrc = 0;
+    uint32_t firstSequence = 0; // of the first packet; essences without an upper half take the lower 16 bits
+};
+
 class Packetizer
 {
 public:
@@ -65,6 +75,9 @@ public:
     // What the application delivered and could not be sent, since the start: ancillary playlists and packets.
     virtual uint64_t Refused() const { return 0; }
 };
+
+// The packetizer of an essence that CheckEssence accepts.
+std::unique_ptr<Packetizer> MakePacketizer(const EssenceConfig& essence, const PacketizerSettings& settings);
 
 // RTP timestamp of a moment on the media clock: whole ticks of `rateHz` since 1970 TAI, low 32 bits.
 uint32_t RtpTimeOf(uint64_t taiNs, uint32_t rateHz);

@@ -1,6 +1,8 @@
 // From packets to slots.
 #include "VideoAssembler.h"
 
+#include "VideoFormat.h"
+
 #include <algorithm>
 
 namespace mxs::media
@@ -12,12 +14,6 @@ namespace
 constexpr uint64_t kNever = UINT64_MAX;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 
-// How long a frame that has ended waits for packets that were overtaken. Redundant paths may differ by as much.
-constexpr uint64_t kReorderNs = 10'000'000;
-
-// A source that is silent for so long may be followed by another one.
-constexpr uint64_t kSilenceNs = kNsPerSecond;
-
 constexpr uint32_t kMediaClockHz = 90000;
 
 uint32_t NominalFieldStep(const VideoConfig& video)
@@ -27,79 +23,67 @@ uint32_t NominalFieldStep(const VideoConfig& video)
     return perRate == 0 ? 0 : static_cast<uint32_t>((ticks + perRate / 2) / perRate);
 }
 
-std::array<uint32_t, 2> LinesOfFields(const VideoConfig& video)
-{
-    if (!video.interlaced) return {video.height, 0};
-    return {(video.height + 1) / 2, video.height / 2};
-}
-
 } // namespace
 
-VideoAssembler::VideoAssembler(const VideoConfig& video, const Settings& settings, SlotSink& sink)
-    : Config(settings), Sink(sink), Interlaced(video.interlaced),
+VideoAssembler::VideoAssembler(const VideoConfig& video, const AssemblerSettings& settings, SlotSink& sink)
+    : Sink(sink), Interlaced(video.interlaced),
       Network(*FindPixelGroup(video.network.sampling, DepthBits(video.network.depth))),
       Converter(Network, video.application), Layout(LayoutOf(video)), GroupsPerLine(video.width / Network.pixels),
       Lines(LinesOfFields(video)), FirstGroup{0, GroupsPerLine * Lines[0]}, FieldStep(NominalFieldStep(video)),
+      Intake({.payloadType = settings.payloadType,
+              .ssrc = settings.ssrc,
+              .paths = settings.paths,
+              .numbering = RtpIntake::Numbering::Extended}),
       Losses(settings.mostLossRecords)
 {
     for (Slot& slot : Slots)
         slot.covered = CoverageMap(GroupsPerLine * (Lines[0] + Lines[1]));
+    Count.intake = Intake.Counters(); // from here on a copy takes no memory
 }
 
-void VideoAssembler::Push(std::span<const uint8_t> datagram, uint64_t nowNs)
+const AssemblerCounters& VideoAssembler::Counters() const
 {
-    const std::optional<RtpPacket> packet = ReadRtpPacket(datagram);
-    if (!packet)
-    {
-        ++Count.malformed;
-        return;
-    }
-    if (packet->payloadType != Config.payloadType)
-    {
-        ++Count.otherPayloadType;
-        return;
-    }
-    if (!AcceptSource(packet->ssrc, nowNs))
-    {
-        ++Count.otherSource;
-        return;
-    }
-    // The number counts even if the rest of the packet is no good: it is not missing, it is malformed.
-    const SequenceTracker::Verdict verdict = Sequence.Accept(packet->sequence, ReadExtendedSequence(packet->payload));
+    Count.intake = Intake.Counters();
+    return Count;
+}
+
+void VideoAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs)
+{
+    if (const std::optional<RtpIntake::Taken> taken = Intake.Take(datagram, path, nowNs)) PushTaken(*taken, nowNs);
+}
+
+void VideoAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs)
+{
+    const RtpPacket& packet = taken.packet;
+    const SequenceTracker::Verdict& verdict = taken.verdict;
     const bool late = verdict.arrival == SequenceTracker::Arrival::Late;
-    if (verdict.arrival == SequenceTracker::Arrival::Duplicate)
-    {
-        ++Count.duplicates;
-        return;
-    }
-    if (verdict.arrival == SequenceTracker::Arrival::Restart) CountedFrom = verdict.index;
-    Count.lost += verdict.missing;
-    if (!ReadVideoPayload(packet->payload, Scratch) || !Fits(Scratch))
+    if (taken.afterSilence) CloseAfterSilence(nowNs);
+    if (!ReadVideoPayload(packet.payload, Scratch) || !Fits(Scratch))
     {
         ++Count.malformed;
         return;
     }
 
     const size_t field = Scratch.segments[0].secondField;
-    Slot* slot = FindOpen(packet->timestamp, field);
+    Slot* slot = FindOpen(packet.timestamp, field);
     // Late by its number, or one more packet of a frame that was complete without it.
-    if (!slot && Synced && (NoteDelay(*packet, field, nowNs) || late))
+    if (!slot && Synced && (NoteDelay(packet, field, nowNs) || late))
     {
         ++Count.delayed;
         return;
     }
-    if (!slot && !late) slot = Begin(*packet, Scratch, verdict, nowNs);
-    const bool endsFrame = packet->marker && (!Interlaced || field == 1);
+    if (!slot && !late) slot = Begin(packet, Scratch, verdict, nowNs);
+    const bool endsFrame = packet.marker && (!Interlaced || field == 1);
     if (endsFrame) FrameEndIndex = verdict.index;
     if (!slot)
     {
         ++Count.beforeFirstFrame;
         return;
     }
-    if (late && verdict.index > CountedFrom && Count.lost > 0) --Count.lost;
+    Intake.Fill(taken);
 
     slot->seen[field] = true;
-    slot->timestamp[field] = packet->timestamp;
+    slot->timestamp[field] = packet.timestamp;
     Write(*slot, Scratch);
     if (slot->covered.IsWhole())
         Commit(*slot, nowNs);
@@ -109,7 +93,11 @@ void VideoAssembler::Push(std::span<const uint8_t> datagram, uint64_t nowNs)
 
 uint64_t VideoAssembler::Tick(uint64_t nowNs)
 {
-    if (OpenCount > 0 && nowNs >= HeardNs + kSilenceNs) CloseAfterSilence(nowNs);
+    if (OpenCount > 0 && nowNs >= Intake.HeardNs() + kSilenceNs)
+    {
+        Intake.Forget();
+        CloseAfterSilence(nowNs);
+    }
     for (size_t i = 0; i < OpenCount;)
     {
         Slot& slot = *Open[i];
@@ -119,29 +107,16 @@ uint64_t VideoAssembler::Tick(uint64_t nowNs)
             ++i;
     }
     if (OpenCount == 0) return kNever;
-    uint64_t next = HeardNs + kSilenceNs;
+    uint64_t next = Intake.HeardNs() + kSilenceNs;
     for (size_t i = 0; i < OpenCount; ++i)
         if (Open[i]->ended) next = std::min(next, Open[i]->endNs + kReorderNs);
     return next;
-}
-
-bool VideoAssembler::AcceptSource(uint32_t ssrc, uint64_t nowNs)
-{
-    if (Config.ssrc != 0 && ssrc != Config.ssrc) return false;
-    const bool silent = Heard && nowNs >= HeardNs + kSilenceNs;
-    if (Heard && ssrc != Count.ssrc && !silent) return false;
-    if (silent) CloseAfterSilence(nowNs);
-    Heard = true;
-    HeardNs = nowNs;
-    Count.ssrc = ssrc;
-    return true;
 }
 
 void VideoAssembler::CloseAfterSilence(uint64_t nowNs)
 {
     while (OpenCount > 0)
         Commit(*Open[0], nowNs);
-    Sequence.Forget();
     Synced = false;
     SyncTimestampKnown = false;
     FrameEndIndex = 0;

@@ -1,13 +1,12 @@
-// Makes slots of packets: which packet belongs to which frame, where its samples lie, what is missing. Knows neither
-// sockets nor rails; time comes in as a number.
+// Video: which packet belongs to which frame, where its samples lie, what is missing.
 #pragma once
 
+#include "Assembler.h"
 #include "CoverageMap.h"
 #include "LossList.h"
 #include "MediaStream.h"
 #include "RtpPacket.h"
 #include "SampleConversion.h"
-#include "SequenceTracker.h"
 
 #include <array>
 #include <cstdint>
@@ -16,68 +15,16 @@
 namespace mxs::media
 {
 
-// Kinds of metadata records of a slot.
-constexpr uint32_t kRecordTimestamp = 1;
-constexpr uint32_t kRecordEnd = 2;
-constexpr uint32_t kRecordLost = 3;
-
-// Where slots come from and go to.
-class SlotSink
+class VideoAssembler : public Assembler
 {
 public:
-    virtual ~SlotSink() = default;
-
-    // Memory of LayoutOf(...).lockSize bytes for the next slot, and the sink's name for it; null when there is no room.
-    virtual uint8_t* OpenSlot(void*& slot) = 0;
-    virtual void AddRecord(void* slot, uint32_t type, uint32_t position, uint32_t value) = 0;
-    virtual void CommitSlot(void* slot) = 0; // slots may be committed in another order than they were opened
-};
-
-struct AssemblerCounters
-{
-    uint64_t processed = 0; // packets written to a slot
-    uint64_t lost = 0;      // gaps in the sequence that no packet has filled
-    uint64_t delayed = 0;   // packets of slots that were committed already
-    uint64_t drops = 0;     // slots for which there was no room
-    uint64_t committed = 0;
-    uint64_t incomplete = 0; // of the committed ones
-
-    // Packets that were refused, by reason.
-    uint64_t malformed = 0;
-    uint64_t otherPayloadType = 0;
-    uint64_t otherSource = 0;
-    uint64_t duplicates = 0;
-    uint64_t beforeFirstFrame = 0;
-
-    uint64_t biggestDelayNs = 0; // of the second before biggestDelayAtNs
-    uint64_t biggestDelayAtNs = 0;
-    uint32_t ssrc = 0; // of the source that is followed, 0 before the first packet
-    bool lastSlotDropped = false;
-};
-
-class VideoAssembler
-{
-public:
-    struct Settings
-    {
-        uint8_t payloadType = 0;
-        uint32_t ssrc = 0;             // 0: the first that is heard
-        uint32_t mostLossRecords = 64; // room of a slot for records of lost data, at least 2
-    };
-
     // `video` is one that CheckEssence accepts. `sink` outlives the object.
-    VideoAssembler(const VideoConfig& video, const Settings& settings, SlotSink& sink);
+    VideoAssembler(const VideoConfig& video, const AssemblerSettings& settings, SlotSink& sink);
 
-    // One datagram. `nowNs` never goes back.
-    void Push(std::span<const uint8_t> datagram, uint64_t nowNs);
-
-    // Commits what has waited long enough; returns the time of the next deadline, UINT64_MAX when nothing is open.
-    uint64_t Tick(uint64_t nowNs);
-
-    // Packets were withheld from Push: a gap that follows is no loss.
-    void ForgetSequence() { Sequence.Forget(); }
-
-    const AssemblerCounters& Counters() const { return Count; }
+    void Push(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs) override;
+    uint64_t Tick(uint64_t nowNs) override;
+    void ForgetSequence() override { Intake.Forget(); }
+    const AssemblerCounters& Counters() const override;
 
 private:
     static constexpr size_t kOpenSlots = 2; // the second takes the next frame while the first waits for late packets
@@ -100,7 +47,7 @@ private:
         uint64_t committedNs = 0;
     };
 
-    bool AcceptSource(uint32_t ssrc, uint64_t nowNs);
+    void PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs);
     void CloseAfterSilence(uint64_t nowNs);
     bool Fits(const VideoPayload& payload) const;
     Slot* FindOpen(uint32_t timestamp, size_t field);
@@ -117,7 +64,6 @@ private:
     // True when the packet belongs to a slot that was committed lately.
     bool NoteDelay(const RtpPacket& packet, size_t field, uint64_t nowNs);
 
-    const Settings Config;
     SlotSink& Sink;
     const bool Interlaced;
     const PixelGroup& Network;
@@ -128,11 +74,8 @@ private:
     const std::array<uint64_t, 2> FirstGroup; // of each field in the slot
     uint32_t FieldStep;                       // ticks from the first field to the second
 
-    SequenceTracker Sequence;
-    uint64_t CountedFrom = 0; // index of the packet with which the count of losses began
+    RtpIntake Intake;
     uint64_t LargestPayload = 1;
-    uint64_t HeardNs = 0;
-    bool Heard = false;
 
     bool Synced = false; // a frame's start has been seen, so the frames that follow are kept
     bool SyncTimestampKnown = false;
@@ -146,7 +89,7 @@ private:
     size_t RecentNext = 0;
     LossList Losses;
     VideoPayload Scratch;
-    AssemblerCounters Count;
+    mutable AssemblerCounters Count; // the intake's are copied when they are asked for
 };
 
 } // namespace mxs::media

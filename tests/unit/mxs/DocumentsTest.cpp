@@ -357,10 +357,12 @@ TEST(Documents, StatusDocumentsHaveAllTheirKeys)
                               "ApplicativeBufferDelayed":true})"),
               ToDocument(common));
 
-    media::NetworkCounters counters{1, 2, 3, 4, 5, 6, 7, 8, 9};
+    media::NetworkCounters counters{1, 2, 3, 4, 5, 6, 7, 8, 9, {{10, 11}, {12, 13}}};
     EXPECT_EQ(Json::parse(R"({"TotalTransferredPacketCount":1,"TotalProcessedPacketCount":2,"DropCount":3,
                               "UnderrunCount":4,"LostPacketsCount":5,"PacketsInDelaySituationCount":6,
-                              "BiggestDelaySituationDuringLastSec":7,"ReceivedSSRC":8,"PayloadType":9})"),
+                              "BiggestDelaySituationDuringLastSec":7,"ReceivedSSRC":8,"PayloadType":9,
+                              "Paths":[{"TransferredPacketCount":10,"LostPacketsCount":11},
+                                       {"TransferredPacketCount":12,"LostPacketsCount":13}]})"),
               ToDocument(counters));
 
     EXPECT_EQ(Json::parse(R"({"ErrMsg":"text","ErrCode":5017})"), ToDocument(ServerError{"text", 5017}));

@@ -181,8 +181,8 @@ TEST(Allocation, PacketsOfAHundredFramesWithLossesTakeNone)
                 // Lost here and there, now and then at the end; the first and the last frame are whole.
                 const bool lost =
                     frame > 0 && frame + 1 < kFrames && (line % 7 == frame % 7 || (frame % 5 == 0 && line > 28));
-                if (!lost) assembler.Push(frames[frame][line], nowNs);
-                if (line == 3) assembler.Push(malformed, nowNs);
+                if (!lost) assembler.Push(frames[frame][line], 0, nowNs);
+                if (line == 3) assembler.Push(malformed, 0, nowNs);
                 assembler.Tick(nowNs);
             }
             nowNs += kFrameNs;
@@ -193,7 +193,7 @@ TEST(Allocation, PacketsOfAHundredFramesWithLossesTakeNone)
         EXPECT_EQ(taken, 0u) << (converted ? "converted" : "as it travels");
         EXPECT_EQ(sink.Committed, kFrames);
         EXPECT_GT(sink.Losses, kFrames);
-        EXPECT_GT(assembler.Counters().lost, 0u);
+        EXPECT_GT(assembler.Counters().intake.lost, 0u);
     }
 }
 

@@ -242,5 +242,21 @@ TEST(CheckNetwork, BadValuesAreCode4)
         EXPECT_EQ(outcome.code, 4u) << test.name;
         EXPECT_FALSE(outcome.message.empty()) << test.name;
     }
-    EXPECT_EQ(CheckNetwork(Direction::Send, OneConnection()).code, 2u);
+}
+
+TEST(CheckNetwork, ASenderHasADestinationAndMayNameItsSource)
+{
+    NetworkConfig network = OneConnection();
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 0u);
+    network.connections[0].sourceIp = 0x7F000002;
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 0u);
+    network.connections[0].sourceIp = 0xEF640101;
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 4u);
+    EXPECT_EQ(CheckNetwork(Direction::Receive, network).code, 0u); // no filter there
+    network = OneConnection(0);
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 4u);
+    EXPECT_EQ(CheckNetwork(Direction::Receive, network).code, 0u); // any address of the interface
+    network = OneConnection(0xEF640101);
+    network.connections[0].sources = {0xEF640102}; // of no meaning to a sender
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 0u);
 }

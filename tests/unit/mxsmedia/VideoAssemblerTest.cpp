@@ -21,14 +21,14 @@ constexpr size_t kGroupBytes = 5;
 class AssemblerTest : public testing::Test
 {
 protected:
-    void Make(const VideoConfig& video, VideoAssembler::Settings settings = {.payloadType = 96})
+    void Make(const VideoConfig& video, AssemblerSettings settings = {.payloadType = 96})
     {
         Sink.emplace(LayoutOf(video).lockSize);
-        Assembler.emplace(video, settings, *Sink);
+        Maker.emplace(video, settings, *Sink);
     }
     void SetUp() override { Make(SmallVideo()); }
 
-    void Push(const Bytes& packet) { Assembler->Push(packet, NowNs); }
+    void Push(const Bytes& packet) { Maker->Push(packet, 0, NowNs); }
     void Push(const std::vector<Bytes>& packets)
     {
         for (const Bytes& packet : packets)
@@ -37,10 +37,10 @@ protected:
     void Wait(uint64_t ns)
     {
         NowNs += ns;
-        Assembler->Tick(NowNs);
+        Maker->Tick(NowNs);
     }
     const std::vector<KeptSlot>& Slots() const { return Sink->Committed; }
-    const AssemblerCounters& Count() const { return Assembler->Counters(); }
+    const AssemblerCounters& Count() const { return Maker->Counters(); }
 
     // The four packets of a frame.
     static std::vector<Bytes> Frame(const Bytes& picture, uint32_t sequence, uint32_t timestamp, PacketHead head = {})
@@ -68,7 +68,7 @@ protected:
 
     uint64_t NowNs = 5000 * kMs;
     std::optional<MemorySink> Sink;
-    std::optional<VideoAssembler> Assembler;
+    std::optional<VideoAssembler> Maker;
 };
 
 } // namespace
@@ -81,8 +81,8 @@ TEST_F(AssemblerTest, AWholeFrameIsCommittedWithItsLastPacket)
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
     EXPECT_EQ(Slots()[0].records, (std::vector<Record>{{1, 0, 90000}, {2, 79, 0}}));
     EXPECT_EQ(Count().processed, 4u);
-    EXPECT_EQ(Count().lost, 0u);
-    EXPECT_EQ(Count().ssrc, 0x11223344u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+    EXPECT_EQ(Count().intake.ssrc, 0x11223344u);
 }
 
 TEST_F(AssemblerTest, FramesFollowOneAnother)
@@ -126,7 +126,7 @@ TEST_F(AssemblerTest, PacketsInAnyOrderMakeTheSameFrame)
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[1].bytes, Picture(2));
     EXPECT_EQ(Slots()[1].OfType(3).size(), 0u);
-    EXPECT_EQ(Count().lost, 0u); // the gap was filled
+    EXPECT_EQ(Count().intake.lost, 0u); // the gap was filled
     EXPECT_EQ(Count().delayed, 0u);
 }
 
@@ -139,7 +139,7 @@ TEST_F(AssemblerTest, ReorderingOverTheEdgeOfTwoFramesIsNoLoss)
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
     EXPECT_EQ(Slots()[1].bytes, Picture(2));
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, DuplicatesAreIgnored)
@@ -153,7 +153,7 @@ TEST_F(AssemblerTest, DuplicatesAreIgnored)
 
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
-    EXPECT_EQ(Count().duplicates, 4u);
+    EXPECT_EQ(Count().intake.duplicates, 4u);
     EXPECT_EQ(Count().processed, 8u);
     EXPECT_EQ(Count().delayed, 0u);
 }
@@ -178,7 +178,7 @@ TEST_F(AssemblerTest, TwoPathsWithLossesOfTheirOwnMakeWholeFrames)
 
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, AMissingPacketIsBlackAndMarked)
@@ -195,7 +195,7 @@ TEST_F(AssemblerTest, AMissingPacketIsBlackAndMarked)
     Blacken(expected, 20, 40);
     EXPECT_EQ(Slots()[0].bytes, expected);
     EXPECT_EQ(Slots()[0].records, (std::vector<Record>{{1, 0, 1000}, {3, 20, 20}, {2, 79, 0}}));
-    EXPECT_EQ(Count().lost, 1u);
+    EXPECT_EQ(Count().intake.lost, 1u);
     EXPECT_EQ(Count().incomplete, 1u);
 }
 
@@ -219,7 +219,7 @@ TEST_F(AssemblerTest, NeighbouringLossesAreOneRecordAndOthersAreNot)
     Blacken(expected, 15, 45);
     Blacken(expected, 50, 60);
     EXPECT_EQ(Slots()[0].bytes, expected);
-    EXPECT_EQ(Count().lost, 3u);
+    EXPECT_EQ(Count().intake.lost, 3u);
 }
 
 TEST_F(AssemblerTest, MoreLossesThanRecordsAreMergedAndNoneIsDropped)
@@ -288,7 +288,7 @@ TEST_F(AssemblerTest, AFrameWithoutItsLastPacketEndsWhenTheNextBegins)
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].bytes, Picture(2));
     EXPECT_EQ(Slots()[1].OfType(3), (std::vector<Record>{{3, 60, 20}}));
-    EXPECT_EQ(Count().lost, 1u);
+    EXPECT_EQ(Count().intake.lost, 1u);
 }
 
 TEST_F(AssemblerTest, AThirdFrameCommitsTheOldestAtOnce)
@@ -313,7 +313,7 @@ TEST_F(AssemblerTest, APacketOfACommittedFrameIsCountedAsDelayed)
 
     EXPECT_EQ(Slots().size(), 1u);
     EXPECT_EQ(Count().delayed, 1u);
-    EXPECT_EQ(Count().lost, 1u);
+    EXPECT_EQ(Count().intake.lost, 1u);
     EXPECT_EQ(Count().biggestDelayNs, 7 * kMs);
     EXPECT_EQ(Count().processed, 3u);
 }
@@ -339,7 +339,7 @@ TEST_F(AssemblerTest, TheFrameThatIsRunningAtTheStartIsSkipped)
     ASSERT_EQ(Slots().size(), 1u);
     EXPECT_EQ(Slots()[0].bytes, Picture(2));
     EXPECT_EQ(Count().beforeFirstFrame, 2u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, TheFirstSlotMayBeginBehindALostFirstPacket)
@@ -367,7 +367,7 @@ TEST_F(AssemblerTest, AWrapWithTheUpperHalfAtZeroLosesNothing)
     }
 
     EXPECT_EQ(Slots().size(), 4u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
     EXPECT_EQ(Count().delayed, 0u);
 }
 
@@ -378,7 +378,7 @@ TEST_F(AssemblerTest, AWrapWithTheUpperHalfMovedLosesNothing)
         Push(Frame(Picture(frame), sequence, 3600 * frame));
 
     EXPECT_EQ(Slots().size(), 4u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, ATimestampThatWrapsIsANewFrameLikeAnyOther)
@@ -387,7 +387,7 @@ TEST_F(AssemblerTest, ATimestampThatWrapsIsANewFrameLikeAnyOther)
     Push(Frame(Picture(2), 104, 0x00000D10));
 
     EXPECT_EQ(Slots().size(), 2u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, AWholeLostFrameMakesNoSlotAndItsPacketsAreCounted)
@@ -396,7 +396,7 @@ TEST_F(AssemblerTest, AWholeLostFrameMakesNoSlotAndItsPacketsAreCounted)
     Push(Frame(Picture(3), 108, 8200));
 
     EXPECT_EQ(Slots().size(), 2u);
-    EXPECT_EQ(Count().lost, 4u);
+    EXPECT_EQ(Count().intake.lost, 4u);
 }
 
 TEST_F(AssemblerTest, OtherPayloadTypesAndOtherSourcesAreIgnored)
@@ -409,9 +409,9 @@ TEST_F(AssemblerTest, OtherPayloadTypesAndOtherSourcesAreIgnored)
 
     ASSERT_EQ(Slots().size(), 1u);
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
-    EXPECT_EQ(Count().otherPayloadType, 4u);
-    EXPECT_EQ(Count().otherSource, 4u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.otherPayloadType, 4u);
+    EXPECT_EQ(Count().intake.otherSource, 4u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, AConfiguredSourceIsTheOnlyOneHeardEvenAfterSilence)
@@ -425,7 +425,7 @@ TEST_F(AssemblerTest, AConfiguredSourceIsTheOnlyOneHeardEvenAfterSilence)
 
     ASSERT_EQ(Slots().size(), 1u);
     EXPECT_EQ(Slots()[0].bytes, Picture(2));
-    EXPECT_EQ(Count().ssrc, 5u);
+    EXPECT_EQ(Count().intake.ssrc, 5u);
 }
 
 TEST_F(AssemblerTest, AnotherSourceIsFollowedAfterASecondOfSilence)
@@ -439,26 +439,26 @@ TEST_F(AssemblerTest, AnotherSourceIsFollowedAfterASecondOfSilence)
 
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[1].bytes, Picture(3));
-    EXPECT_EQ(Count().ssrc, 5u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.ssrc, 5u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, SilenceCommitsWhatIsOpenAndTheGapIsNoLoss)
 {
     const auto packets = Frame(Picture(1), 100, 1000);
     Push({packets[0], packets[1]});
-    EXPECT_EQ(Assembler->Tick(NowNs), NowNs + 1000 * kMs);
+    EXPECT_EQ(Maker->Tick(NowNs), NowNs + 1000 * kMs);
     Wait(999 * kMs);
     EXPECT_EQ(Slots().size(), 0u);
     Wait(1 * kMs);
     ASSERT_EQ(Slots().size(), 1u);
     EXPECT_EQ(Slots()[0].OfType(3), (std::vector<Record>{{3, 40, 40}}));
-    EXPECT_EQ(Assembler->Tick(NowNs), UINT64_MAX);
+    EXPECT_EQ(Maker->Tick(NowNs), UINT64_MAX);
 
     NowNs += 2000 * kMs;
     Push(Frame(Picture(2), 9000, 500000));
     EXPECT_EQ(Slots().size(), 2u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, AFrameWithoutRoomInTheRingIsDroppedWhole)
@@ -474,7 +474,7 @@ TEST_F(AssemblerTest, AFrameWithoutRoomInTheRingIsDroppedWhole)
     EXPECT_EQ(Slots()[1].bytes, Picture(3));
     EXPECT_EQ(Count().drops, 1u);
     EXPECT_EQ(Count().processed, 8u);
-    EXPECT_EQ(Count().lost, 0u); // the network lost nothing
+    EXPECT_EQ(Count().intake.lost, 0u); // the network lost nothing
     EXPECT_FALSE(Count().lastSlotDropped);
 }
 
@@ -495,11 +495,11 @@ TEST_F(AssemblerTest, RoomThatComesInTheMiddleOfADroppedFrameIsForTheNextOne)
 TEST_F(AssemblerTest, PacketsThatWereWithheldAreNoLoss)
 {
     Push(Frame(Picture(1), 100, 1000));
-    Assembler->ForgetSequence();
+    Maker->ForgetSequence();
     Push(Frame(Picture(2), 5000, 99000));
 
     EXPECT_EQ(Slots().size(), 2u);
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, FieldsWithTimestampsOfTheirOwnShareASlot)
@@ -577,7 +577,7 @@ TEST_F(AssemblerTest, TheSecondFieldOfALaterFrameDoesNotCompleteAnEarlierOne)
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].OfType(3), (std::vector<Record>{{3, 40, 40}}));
     EXPECT_EQ(Slots()[1].OfType(3), (std::vector<Record>{{3, 0, 40}}));
-    EXPECT_EQ(Count().lost, 4u);
+    EXPECT_EQ(Count().intake.lost, 4u);
 }
 
 TEST_F(AssemblerTest, ALossAcrossTheFieldsIsOneRecordInEach)
@@ -645,7 +645,7 @@ TEST_F(AssemblerTest, HeadersOutsideTheRasterAreDroppedWholeAndWriteNothing)
     ASSERT_EQ(Slots().size(), 1u);
     EXPECT_EQ(Slots()[0].OfType(3), (std::vector<Record>{{3, 20, 60}}));
     EXPECT_FALSE(Sink->GuardsBroken);
-    EXPECT_EQ(Count().lost, 0u); // they arrived, they were only of no use
+    EXPECT_EQ(Count().intake.lost, 0u); // they arrived, they were only of no use
     EXPECT_EQ(Count().processed, 1u);
 }
 
@@ -668,7 +668,7 @@ TEST_F(AssemblerTest, ARestartedSenderIsFollowedWithoutASecondOfSilence)
 
     ASSERT_GE(Slots().size(), 5u);
     EXPECT_EQ(Slots().back().bytes, Picture(12));
-    EXPECT_EQ(Count().lost, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
 }
 
 TEST_F(AssemblerTest, EveryFormatOfTheNetworkArrivesAsItWasSent)

@@ -122,7 +122,7 @@ private:
     const int Handle;
 };
 
-class VideoReceiverTest : public testing::Test
+class RtpReceiverTest : public testing::Test
 {
 protected:
     void SetUp() override
@@ -238,7 +238,7 @@ protected:
 
 } // namespace
 
-TEST_F(VideoReceiverTest, FramesOverUnicastArriveInTheRingByteForByte)
+TEST_F(RtpReceiverTest, FramesOverUnicastArriveInTheRingByteForByte)
 {
     StartAndAttach();
     const Sender sender;
@@ -265,7 +265,7 @@ TEST_F(VideoReceiverTest, FramesOverUnicastArriveInTheRingByteForByte)
     EXPECT_FALSE(Stream->BufferDelayed());
 }
 
-TEST_F(VideoReceiverTest, ALargeFrameInTheApplicationsFormatArrivesConverted)
+TEST_F(RtpReceiverTest, ALargeFrameInTheApplicationsFormatArrivesConverted)
 {
     Video = SmallVideo(1920, 1080);
     Video.application = {.sampling = 1, .depth = 0, .padding = 1, .endianness = 1}; // 8 bits in 16, little endian
@@ -297,7 +297,7 @@ TEST_F(VideoReceiverTest, ALargeFrameInTheApplicationsFormatArrivesConverted)
     EXPECT_EQ(slot.records, (std::vector<Record>{{1, 0, 5}, {2, 8294399, 0}}));
 }
 
-TEST_F(VideoReceiverTest, ALostPacketIsToldInTheSlot)
+TEST_F(RtpReceiverTest, ALostPacketIsToldInTheSlot)
 {
     StartAndAttach();
     const Sender sender;
@@ -311,7 +311,7 @@ TEST_F(VideoReceiverTest, ALostPacketIsToldInTheSlot)
     EXPECT_EQ(Stream->Counters().lostPackets, 1u);
 }
 
-TEST_F(VideoReceiverTest, SlotsWithoutRoomAreDroppedAndCounted)
+TEST_F(RtpReceiverTest, SlotsWithoutRoomAreDroppedAndCounted)
 {
     Common.queueDepth = 2;
     StartAndAttach();
@@ -333,7 +333,7 @@ TEST_F(VideoReceiverTest, SlotsWithoutRoomAreDroppedAndCounted)
     EXPECT_FALSE(Stream->BufferDelayed());
 }
 
-TEST_F(VideoReceiverTest, TwoConnectionsAreMergedIntoOnePicture)
+TEST_F(RtpReceiverTest, TwoConnectionsAreMergedIntoOnePicture)
 {
     const uint16_t second = FreePort();
     Network.connections.push_back(Connection(kLoopback, second));
@@ -349,7 +349,7 @@ TEST_F(VideoReceiverTest, TwoConnectionsAreMergedIntoOnePicture)
     EXPECT_EQ(slot.records, (std::vector<Record>{{1, 0, 3600}, {2, 79, 0}}));
 }
 
-TEST_F(VideoReceiverTest, MulticastOnTheLoopbackIsReceived)
+TEST_F(RtpReceiverTest, MulticastOnTheLoopbackIsReceived)
 {
     const uint32_t group = 0xEFFF0000u | static_cast<uint32_t>(getpid() & 0xFFFF);
     Network.connections = {Connection(group, Port)};
@@ -362,7 +362,7 @@ TEST_F(VideoReceiverTest, MulticastOnTheLoopbackIsReceived)
     EXPECT_EQ(Take().bytes, Picture(1));
 }
 
-TEST_F(VideoReceiverTest, OnlyTheIncludedSourcesOfAGroupAreHeard)
+TEST_F(RtpReceiverTest, OnlyTheIncludedSourcesOfAGroupAreHeard)
 {
     const uint32_t group = 0xEFFE0000u | static_cast<uint32_t>(getpid() & 0xFFFF);
     for (const size_t sources : {size_t{1}, size_t{100}}) // the second number is more than the kernel holds
@@ -384,7 +384,7 @@ TEST_F(VideoReceiverTest, OnlyTheIncludedSourcesOfAGroupAreHeard)
     }
 }
 
-TEST_F(VideoReceiverTest, ExcludedSourcesOfAGroupAreNotHeard)
+TEST_F(RtpReceiverTest, ExcludedSourcesOfAGroupAreNotHeard)
 {
     const uint32_t group = 0xEFFD0000u | static_cast<uint32_t>(getpid() & 0xFFFF);
     for (const size_t sources : {size_t{1}, size_t{100}})
@@ -405,7 +405,7 @@ TEST_F(VideoReceiverTest, ExcludedSourcesOfAGroupAreNotHeard)
     }
 }
 
-TEST_F(VideoReceiverTest, DatagramsOfADroppedPortAreIgnoredAndAreNoLoss)
+TEST_F(RtpReceiverTest, DatagramsOfADroppedPortAreIgnoredAndAreNoLoss)
 {
     Drops.Port = Port;
     StartAndAttach();
@@ -424,7 +424,7 @@ TEST_F(VideoReceiverTest, DatagramsOfADroppedPortAreIgnoredAndAreNoLoss)
     EXPECT_EQ(AwaitTransferred(8).transferredPackets, 8u);
 }
 
-TEST_F(VideoReceiverTest, AStoppedStreamLeavesNoRingAndStartsAgain)
+TEST_F(RtpReceiverTest, AStoppedStreamLeavesNoRingAndStartsAgain)
 {
     StartAndAttach();
     const Sender sender;
@@ -446,7 +446,7 @@ TEST_F(VideoReceiverTest, AStoppedStreamLeavesNoRingAndStartsAgain)
     EXPECT_EQ(Stream->Start(Loop).code, 9u);
 }
 
-TEST_F(VideoReceiverTest, ABadConfigurationIsRefusedWithItsCode)
+TEST_F(RtpReceiverTest, ABadConfigurationIsRefusedWithItsCode)
 {
     Common.queueDepth = 0;
     EXPECT_EQ(Start().code, 4u);
@@ -460,7 +460,7 @@ TEST_F(VideoReceiverTest, ABadConfigurationIsRefusedWithItsCode)
     EXPECT_EQ(Start().code, 0u);
 }
 
-TEST_F(VideoReceiverTest, ARingBeyondTheLimitIsRefusedWith10)
+TEST_F(RtpReceiverTest, ARingBeyondTheLimitIsRefusedWith10)
 {
     Settings.memoryLimitBytes = 4215183; // four slots of 80 bytes: five times 80 + 4096, and 4 MiB
     EXPECT_EQ(Start().code, 10u);
@@ -473,7 +473,7 @@ TEST_F(VideoReceiverTest, ARingBeyondTheLimitIsRefusedWith10)
     EXPECT_EQ(Start().code, 10u); // 4 GiB
 }
 
-TEST_F(VideoReceiverTest, TheRecordsOfManySmallSlotsCountForTheLimit)
+TEST_F(RtpReceiverTest, TheRecordsOfManySmallSlotsCountForTheLimit)
 {
     Settings.memoryLimitBytes = 64 << 20;
     Video = SmallVideo(2, 1);
@@ -482,7 +482,7 @@ TEST_F(VideoReceiverTest, TheRecordsOfManySmallSlotsCountForTheLimit)
     EXPECT_EQ(Start().code, 10u);
 }
 
-TEST_F(VideoReceiverTest, ARailTakesNoMoreMemoryThanIsCountedForIt)
+TEST_F(RtpReceiverTest, ARailTakesNoMoreMemoryThanIsCountedForIt)
 {
     for (const auto& [width, height, depth] : {std::tuple{2u, 1u, 1u}, {2u, 1u, 3000u}, {1920u, 1080u, 4u}})
     {
@@ -496,7 +496,7 @@ TEST_F(VideoReceiverTest, ARailTakesNoMoreMemoryThanIsCountedForIt)
     }
 }
 
-TEST_F(VideoReceiverTest, MoreSlotsThanARailHasAreRefusedWith4)
+TEST_F(RtpReceiverTest, MoreSlotsThanARailHasAreRefusedWith4)
 {
     Common.queueDepth = 65537;
     const Outcome outcome = Start();
@@ -505,7 +505,7 @@ TEST_F(VideoReceiverTest, MoreSlotsThanARailHasAreRefusedWith4)
     EXPECT_NE(outcome.message.find("\"ApplicativeBufferQueueDepth\""), std::string::npos) << outcome.message;
 }
 
-TEST_F(VideoReceiverTest, PacketsOfNoUseAreSaidOnceAndAgainAtTheStopWhenThereAreMore)
+TEST_F(RtpReceiverTest, PacketsOfNoUseAreSaidOnceAndAgainAtTheStopWhenThereAreMore)
 {
     StartAndAttach();
     Said.clear(); // of the socket's buffer
@@ -531,7 +531,7 @@ TEST_F(VideoReceiverTest, PacketsOfNoUseAreSaidOnceAndAgainAtTheStopWhenThereAre
                         "9 packets were of no use: 1 malformed, 4 of another payload type, 4 of another source."});
 }
 
-TEST_F(VideoReceiverTest, AStreamWhosePacketsAreAllOfUseSaysNothingAtTheStop)
+TEST_F(RtpReceiverTest, AStreamWhosePacketsAreAllOfUseSaysNothingAtTheStop)
 {
     StartAndAttach();
     Said.clear();
@@ -543,7 +543,7 @@ TEST_F(VideoReceiverTest, AStreamWhosePacketsAreAllOfUseSaysNothingAtTheStop)
     EXPECT_TRUE(Said.empty());
 }
 
-TEST_F(VideoReceiverTest, DatagramsOfAnyKindBetweenThoseOfAFrameLeaveItAsItWasSent)
+TEST_F(RtpReceiverTest, DatagramsOfAnyKindBetweenThoseOfAFrameLeaveItAsItWasSent)
 {
     StartAndAttach();
     const Sender sender;
@@ -586,7 +586,7 @@ TEST_F(VideoReceiverTest, DatagramsOfAnyKindBetweenThoseOfAFrameLeaveItAsItWasSe
     EXPECT_EQ(Stream->Counters().processedPackets, 4u);
 }
 
-TEST_F(VideoReceiverTest, AnAddressThatTheMachineDoesNotHaveIsRefusedWith10)
+TEST_F(RtpReceiverTest, AnAddressThatTheMachineDoesNotHaveIsRefusedWith10)
 {
     Network.connections[0].destinationIp = 0xC0000201; // for documentation only
     const Outcome outcome = Start();
@@ -596,7 +596,7 @@ TEST_F(VideoReceiverTest, AnAddressThatTheMachineDoesNotHaveIsRefusedWith10)
     EXPECT_TRUE(Stream->RailDescription().empty());
 }
 
-TEST_F(VideoReceiverTest, AMulticastGroupOnAnInterfaceWithoutAnAddressIsRefusedWith10)
+TEST_F(RtpReceiverTest, AMulticastGroupOnAnInterfaceWithoutAnAddressIsRefusedWith10)
 {
     Network.connections[0].destinationIp = 0xEFFC0001;
     Network.connections[0].interfaceAddress = 0;
@@ -604,7 +604,7 @@ TEST_F(VideoReceiverTest, AMulticastGroupOnAnInterfaceWithoutAnAddressIsRefusedW
     EXPECT_EQ(Start().code, 10u);
 }
 
-TEST_F(VideoReceiverTest, AUnicastPortHasOneOwner)
+TEST_F(RtpReceiverTest, AUnicastPortHasOneOwner)
 {
     StartAndAttach();
     auto other = MakeMediaStream(Direction::Receive, Common, Network, Video, Settings, Drops);
@@ -612,7 +612,7 @@ TEST_F(VideoReceiverTest, AUnicastPortHasOneOwner)
     EXPECT_EQ(other->Start(Loop).code, 10u);
 }
 
-TEST_F(VideoReceiverTest, ASocketBufferThatTheSystemDoesNotGiveIsSaid)
+TEST_F(RtpReceiverTest, ASocketBufferThatTheSystemDoesNotGiveIsSaid)
 {
     Network.socketBufferSize = UINT32_MAX; // more than any socket gets
     ASSERT_EQ(Start().code, 0u);

@@ -1,10 +1,10 @@
-// Receiving of video: the life of the stream on the control side, its run on the conductor's thread.
-#include "VideoReceiver.h"
+// Receiving: the life of the stream on the control side, its run on the conductor's thread.
+#include "RtpReceiver.h"
+
+#include "EssenceFormat.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <random>
 #include <utility>
 
 #include <sys/epoll.h>
@@ -17,11 +17,9 @@ namespace mxs::media
 namespace
 {
 
-constexpr uint32_t kBadValue = 4;
 constexpr uint32_t kNoSocketOrMemory = 10;
 constexpr uint32_t kWrongState = 9;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
-constexpr uint64_t kRailLimitBytes = 1ULL << 32;
 constexpr uint64_t kLeastBuffer = 1 << 20;
 
 // Batches taken from one socket before the next one's turn, and turns before other streams of the conductor run.
@@ -35,44 +33,29 @@ uint64_t MonotonicNs()
     return static_cast<uint64_t>(now.tv_sec) * kNsPerSecond + static_cast<uint64_t>(now.tv_nsec);
 }
 
-std::string RailName()
-{
-    std::random_device random;
-    const uint64_t number = uint64_t{random()} << 32 | random();
-    std::array<char, 17> digits{};
-    std::snprintf(digits.data(), digits.size(), "%016llx", static_cast<unsigned long long>(number));
-    return kRailNamePrefix + std::to_string(getpid()) + "-" + digits.data();
-}
-
 } // namespace
 
-VideoReceiver::VideoReceiver(const CommonConfig& common, const NetworkConfig& network, const VideoConfig& video,
-                             const MediaSettings& settings, const PortDropRules& drops)
-    : Common(common), Network(network), Video(video), Settings(settings), Drops(drops), Layout(LayoutOf(video)),
-      Room(ReceiveSocket::kBatchRoom)
+RtpReceiver::RtpReceiver(const CommonConfig& common, const NetworkConfig& network, const EssenceConfig& essence,
+                         const MediaSettings& settings, const PortDropRules& drops)
+    : Common(common), Network(network), Essence(essence), Settings(settings), Drops(drops), Layout(LayoutOf(essence)),
+      Room(ReceiveSocket::kBatchRoom), ShownPaths(network.connections.size())
 {
 }
 
-VideoReceiver::~VideoReceiver()
+RtpReceiver::~RtpReceiver()
 {
-    VideoReceiver::Stop();
+    RtpReceiver::Stop();
     Release();
 }
 
-Outcome VideoReceiver::Check() const
+Outcome RtpReceiver::Check() const
 {
-    if (Outcome wrong = CheckEssence(Direction::Receive, Video); wrong.Failed()) return wrong;
+    if (Outcome wrong = CheckEssence(Direction::Receive, Essence); wrong.Failed()) return wrong;
     if (Outcome wrong = CheckNetwork(Direction::Receive, Network); wrong.Failed()) return wrong;
-    if (Common.queueDepth == 0) return {kBadValue, "The application's queue depth is 0."};
-    if (Common.queueDepth > kMostQueueDepth)
-        return {kBadValue, "The key \"ApplicativeBufferQueueDepth\" is above " + std::to_string(kMostQueueDepth) + "."};
-    const uint64_t ringBytes = RingBytes(Layout.lockSize, Common.queueDepth);
-    if (uint64_t{Layout.lockSize} * Common.queueDepth >= kRailLimitBytes || ringBytes > Settings.memoryLimitBytes)
-        return {kNoSocketOrMemory, "A ring of " + std::to_string(ringBytes) + " bytes is more than is permitted."};
-    return {};
+    return StreamRail::Check(Layout, Common, Settings);
 }
 
-Outcome VideoReceiver::Start(ConductorLoop& conductor)
+Outcome RtpReceiver::Start(ConductorLoop& conductor)
 {
     if (Conductor) return {kWrongState, "The stream is started already."};
     if (Outcome wrong = Check(); wrong.Failed()) return wrong;
@@ -80,16 +63,23 @@ Outcome VideoReceiver::Start(ConductorLoop& conductor)
     try
     {
         Outcome outcome = OpenSockets();
-        if (!outcome.Failed()) outcome = MakeRail();
+        if (!outcome.Failed()) outcome = Rail.Make("producer", Layout, Common, Settings);
         if (outcome.Failed())
         {
             Release();
             return outcome;
         }
         ResetCounters();
-        const VideoAssembler::Settings settings{
-            .payloadType = Network.payloadType, .ssrc = Network.ssrc, .mostLossRecords = RecordRoom};
-        Assembler.emplace(Video, settings, static_cast<SlotSink&>(*this));
+        // Timestamps and the end record come before lost data.
+        const auto others = static_cast<uint32_t>(Layout.buffers.size()) + 1;
+        const uint32_t records = Rail.RecordsPerSlot();
+        Slots = MakeAssembler(Essence,
+                              {.payloadType = Network.payloadType,
+                               .ssrc = Network.ssrc,
+                               .mostLossRecords = records > others ? records - others : 0,
+                               .paths = Network.connections.size(),
+                               .queueDepth = Common.queueDepth},
+                              *this);
         conductor.Add(*this);
     }
     catch (...) // nobody runs it, so nothing of it may stay
@@ -101,7 +91,7 @@ Outcome VideoReceiver::Start(ConductorLoop& conductor)
     return {};
 }
 
-void VideoReceiver::Stop()
+void RtpReceiver::Stop()
 {
     if (!Conductor) return;
     Conductor->Remove(*this);
@@ -109,53 +99,23 @@ void VideoReceiver::Stop()
     Publish();
     Release();
     TellRefused();
+    TellAncillary();
 }
 
-void VideoReceiver::Release()
+void RtpReceiver::Release()
 {
-    Assembler.reset();
+    Slots.reset();
     if (WakeSet >= 0) close(WakeSet);
     WakeSet = -1;
     Sockets.clear();
-    if (Rail) Rail->Close();
-    Rail.reset();
-    Description.clear();
+    Rail.Close();
 }
 
-Outcome VideoReceiver::MakeRail()
+Outcome RtpReceiver::OpenSockets()
 {
-    FLOW_RAIL_DESCRIPTOR descriptor{};
-    descriptor.Type = FLOW_RAIL_TYPE_FILE_MAP;
-    descriptor.Description = {{"Name", RailName()},
-                              {"SlotBytes", std::to_string(Layout.lockSize)},
-                              {"SlotCount", std::to_string(Common.queueDepth)},
-                              {"Role", "producer"}};
-    if (!Settings.railGroup.empty()) descriptor.Description.emplace("Group", Settings.railGroup);
-    Rail.reset(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
-    const uint32_t result = Rail ? Rail->Create(&descriptor) : FLOW_RAIL_NO_MEMORY;
-    if (result != FLOW_RAIL_OK)
-        return {kNoSocketOrMemory, "The stream's ring of shared memory could not be made: flow rail result " +
-                                       std::to_string(result) + "."};
-    FLOW_RAIL_STATUS status{};
-    Rail->GetStatus(&status);
-    // Timestamps and the end record come before lost data.
-    const auto others = static_cast<uint32_t>(Layout.buffers.size()) + 1;
-    RecordRoom = status.RecordsPerSlot > others ? status.RecordsPerSlot - others : 0;
-    Description = descriptor.Description;
-    return {};
-}
-
-uint64_t VideoReceiver::DefaultBufferBytes() const
-{
-    // Two frames as they travel, and never so little that a few small packets fill it.
-    const PixelGroup& group = *FindPixelGroup(Video.network.sampling, DepthBits(Video.network.depth));
-    const uint64_t frameBytes = uint64_t{Video.height} * (Video.width / group.pixels) * group.bytes;
-    return std::max(2 * frameBytes, kLeastBuffer);
-}
-
-Outcome VideoReceiver::OpenSockets()
-{
-    const uint64_t wanted = Network.socketBufferSize ? Network.socketBufferSize : DefaultBufferBytes();
+    // Two slots as they travel, and never so little that a few small packets fill it.
+    const uint64_t bySlots = std::max(2 * SlotBytesOnNetwork(Essence), kLeastBuffer);
+    const uint64_t wanted = Network.socketBufferSize ? Network.socketBufferSize : bySlots;
     for (const ConnectionConfig& connection : Network.connections)
     {
         std::string error;
@@ -173,7 +133,7 @@ Outcome VideoReceiver::OpenSockets()
     return {};
 }
 
-bool VideoReceiver::MakeWakeSet()
+bool RtpReceiver::MakeWakeSet()
 {
     WakeSet = epoll_create1(EPOLL_CLOEXEC);
     if (WakeSet < 0) return false;
@@ -186,12 +146,12 @@ bool VideoReceiver::MakeWakeSet()
     return true;
 }
 
-int VideoReceiver::WakeDescriptor() const
+int RtpReceiver::WakeDescriptor() const
 {
     return WakeSet >= 0 ? WakeSet : Sockets.front()->Descriptor();
 }
 
-uint64_t VideoReceiver::Run(uint64_t nowNs)
+uint64_t RtpReceiver::Run(uint64_t nowNs)
 {
     bool more = true;
     WorkFromNs = nowNs;
@@ -209,10 +169,10 @@ uint64_t VideoReceiver::Run(uint64_t nowNs)
                 if (Drops.IsDropped(connection.networkInterfaceId, connection.destinationPort))
                 {
                     // What is read here and thrown away is no loss of the network's.
-                    if (IsEveryPortDropped()) Assembler->ForgetSequence();
+                    if (IsEveryPortDropped()) Slots->ForgetSequence();
                     continue;
                 }
-                TakeBatch(batch, nowNs);
+                TakeBatch(batch, i, nowNs);
                 nowNs = MonotonicNs();
                 WorkNs += nowNs - WorkFromNs;
                 WorkFromNs = nowNs;
@@ -220,41 +180,41 @@ uint64_t VideoReceiver::Run(uint64_t nowNs)
             more = more || batches == kBatchesEachTurn;
         }
     }
-    const uint64_t next = Assembler->Tick(nowNs);
+    const uint64_t next = Slots->Tick(nowNs);
     Publish();
     return more ? nowNs : next;
 }
 
-void VideoReceiver::TakeBatch(const DatagramBatch& batch, uint64_t nowNs)
+void RtpReceiver::TakeBatch(const DatagramBatch& batch, size_t path, uint64_t nowNs)
 {
     for (size_t at = 0; at < batch.bytes.size(); at += batch.datagramBytes)
     {
         const size_t bytes = std::min(batch.datagramBytes, batch.bytes.size() - at);
         ++Transferred;
         ++PacketsMoved;
-        Assembler->Push(batch.bytes.subspan(at, bytes), nowNs);
+        Slots->Push(batch.bytes.subspan(at, bytes), path, nowNs);
     }
     BytesMoved += batch.bytes.size();
 }
 
-bool VideoReceiver::IsEveryPortDropped() const
+bool RtpReceiver::IsEveryPortDropped() const
 {
     return std::all_of(Network.connections.begin(), Network.connections.end(),
                        [this](const ConnectionConfig& connection)
                        { return Drops.IsDropped(connection.networkInterfaceId, connection.destinationPort); });
 }
 
-uint64_t VideoReceiver::TakeBytesMoved()
+uint64_t RtpReceiver::TakeBytesMoved()
 {
     return std::exchange(BytesMoved, 0);
 }
 
-uint64_t VideoReceiver::TakePacketsMoved()
+uint64_t RtpReceiver::TakePacketsMoved()
 {
     return std::exchange(PacketsMoved, 0);
 }
 
-uint8_t* VideoReceiver::OpenSlot(void*& slot)
+uint8_t* RtpReceiver::OpenSlot(void*& slot)
 {
     if (Rail->LockProducer(Layout.lockSize, 0, &slot) != FLOW_RAIL_OK) return nullptr;
     uint8_t* address = nullptr;
@@ -262,14 +222,14 @@ uint8_t* VideoReceiver::OpenSlot(void*& slot)
     return address;
 }
 
-void VideoReceiver::AddRecord(void* slot, uint32_t type, uint32_t position, uint32_t value)
+void RtpReceiver::AddRecord(void* slot, uint32_t type, uint32_t position, uint32_t value)
 {
     // The numbers of records are kept within the rail's room, so a refusal means a damaged rail, and nothing can be
     // told through it.
     Rail->AddMetadata(slot, type, position, value);
 }
 
-void VideoReceiver::CommitSlot(void* slot)
+void RtpReceiver::CommitSlot(void* slot)
 {
     Rail->UnlockProducer(slot);
 
@@ -277,48 +237,56 @@ void VideoReceiver::CommitSlot(void* slot)
     const uint64_t workNs = WorkNs + (nowNs - WorkFromNs);
     WorkNs = 0;
     WorkFromNs = nowNs;
-    const uint64_t before = Shown.slots.load(std::memory_order_relaxed);
-    const uint64_t least = Shown.workLeastNs.load(std::memory_order_relaxed);
-    const uint64_t most = Shown.workMostNs.load(std::memory_order_relaxed);
-    Shown.workLeastNs.store(before == 0 ? workNs : std::min(least, workNs), std::memory_order_relaxed);
-    Shown.workMostNs.store(std::max(most, workNs), std::memory_order_relaxed);
-    Shown.workTotalNs.fetch_add(workNs, std::memory_order_relaxed);
-    Shown.slots.store(before + 1, std::memory_order_relaxed);
+    Work.Count(workNs);
 }
 
-void VideoReceiver::Publish()
+void RtpReceiver::Publish()
 {
-    const AssemblerCounters& count = Assembler->Counters();
+    const AssemblerCounters& count = Slots->Counters();
     Shown.transferred.store(Transferred, std::memory_order_relaxed);
     Shown.processed.store(count.processed, std::memory_order_relaxed);
     Shown.drops.store(count.drops, std::memory_order_relaxed);
-    Shown.lost.store(count.lost, std::memory_order_relaxed);
-    Shown.malformed.store(count.malformed, std::memory_order_relaxed);
-    Shown.otherPayloadType.store(count.otherPayloadType, std::memory_order_relaxed);
-    Shown.otherSource.store(count.otherSource, std::memory_order_relaxed);
+    Shown.lost.store(count.intake.lost, std::memory_order_relaxed);
+    Shown.malformed.store(count.malformed + count.intake.malformed, std::memory_order_relaxed);
+    Shown.otherPayloadType.store(count.intake.otherPayloadType, std::memory_order_relaxed);
+    Shown.otherSource.store(count.intake.otherSource, std::memory_order_relaxed);
+    Shown.parityErrors.store(count.parityErrors, std::memory_order_relaxed);
+    Shown.checksumErrors.store(count.checksumErrors, std::memory_order_relaxed);
+    Shown.ancillaryNotPlaced.store(count.ancillaryNotPlaced, std::memory_order_relaxed);
     Shown.delayed.store(count.delayed, std::memory_order_relaxed);
     Shown.biggestDelayNs.store(count.biggestDelayNs, std::memory_order_relaxed);
     Shown.biggestDelayAtNs.store(count.biggestDelayAtNs, std::memory_order_relaxed);
-    Shown.ssrc.store(count.ssrc, std::memory_order_relaxed);
+    Shown.ssrc.store(count.intake.ssrc, std::memory_order_relaxed);
     Shown.lastSlotDropped.store(count.lastSlotDropped, std::memory_order_relaxed);
+    for (size_t path = 0; path < ShownPaths.size(); ++path)
+    {
+        ShownPaths[path].received.store(count.intake.paths[path].received, std::memory_order_relaxed);
+        ShownPaths[path].lost.store(count.intake.paths[path].lost, std::memory_order_relaxed);
+    }
 }
 
-void VideoReceiver::ResetCounters()
+void RtpReceiver::ResetCounters()
 {
     Transferred = 0;
     BytesMoved = 0;
     PacketsMoved = 0;
     WorkNs = 0;
+    Work.Reset();
     for (auto* number : {&Shown.transferred, &Shown.processed, &Shown.drops, &Shown.lost, &Shown.delayed,
                          &Shown.biggestDelayNs, &Shown.biggestDelayAtNs, &Shown.malformed, &Shown.otherPayloadType,
-                         &Shown.otherSource, &Shown.slots, &Shown.workTotalNs, &Shown.workLeastNs, &Shown.workMostNs})
+                         &Shown.otherSource, &Shown.parityErrors, &Shown.checksumErrors, &Shown.ancillaryNotPlaced})
         number->store(0);
+    for (PublishedPath& path : ShownPaths)
+    {
+        path.received.store(0);
+        path.lost.store(0);
+    }
     Shown.ssrc.store(0);
     Shown.lastSlotDropped.store(false);
     RefusedTold = 0;
 }
 
-NetworkCounters VideoReceiver::Counters() const
+NetworkCounters RtpReceiver::Counters() const
 {
     NetworkCounters counters;
     counters.transferredPackets = Shown.transferred.load(std::memory_order_relaxed);
@@ -330,12 +298,15 @@ NetworkCounters VideoReceiver::Counters() const
         counters.biggestDelayNs = Shown.biggestDelayNs.load(std::memory_order_relaxed);
     counters.receivedSsrc = Shown.ssrc.load(std::memory_order_relaxed);
     counters.payloadType = Network.payloadType;
+    for (const PublishedPath& path : ShownPaths)
+        counters.paths.push_back(
+            {path.received.load(std::memory_order_relaxed), path.lost.load(std::memory_order_relaxed)});
     // A configuration that fits no packet at all is found by this line, and not only after the stop.
     if (IsRunning() && counters.processedPackets == 0 && RefusedTold == 0) TellRefused();
     return counters;
 }
 
-void VideoReceiver::TellRefused() const
+void RtpReceiver::TellRefused() const
 {
     const uint64_t malformed = Shown.malformed.load(std::memory_order_relaxed);
     const uint64_t otherPayloadType = Shown.otherPayloadType.load(std::memory_order_relaxed);
@@ -348,28 +319,27 @@ void VideoReceiver::TellRefused() const
         " of another source.");
 }
 
-ProcessingTimes VideoReceiver::Times() const
+void RtpReceiver::TellAncillary() const
 {
-    ProcessingTimes times;
-    const uint64_t slots = Shown.slots.load(std::memory_order_relaxed);
-    if (slots == 0) return times;
-    times.minimum = Shown.workLeastNs.load(std::memory_order_relaxed);
-    times.maximum = Shown.workMostNs.load(std::memory_order_relaxed);
-    times.mean = Shown.workTotalNs.load(std::memory_order_relaxed) / slots;
-    return times;
+    const uint64_t parity = Shown.parityErrors.load(std::memory_order_relaxed);
+    const uint64_t checksum = Shown.checksumErrors.load(std::memory_order_relaxed);
+    const uint64_t notPlaced = Shown.ancillaryNotPlaced.load(std::memory_order_relaxed);
+    if (parity + checksum + notPlaced == 0) return;
+    Say("Of the ancillary packets " + std::to_string(parity) + " had a wrong parity, " + std::to_string(checksum) +
+        " a wrong checksum, and " + std::to_string(notPlaced) + " no place in a slot.");
 }
 
-uint32_t VideoReceiver::SlotsDropped() const
+uint32_t RtpReceiver::SlotsDropped() const
 {
     return static_cast<uint32_t>(Shown.drops.load(std::memory_order_relaxed));
 }
 
-bool VideoReceiver::BufferDelayed() const
+bool RtpReceiver::BufferDelayed() const
 {
     return Shown.lastSlotDropped.load(std::memory_order_relaxed);
 }
 
-void VideoReceiver::Say(const std::string& line) const
+void RtpReceiver::Say(const std::string& line) const
 {
     if (Settings.log)
         Settings.log(line);

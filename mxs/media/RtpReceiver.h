@@ -1,35 +1,34 @@
-// A receive stream of video: sockets in, rail out, an assembler in between.
+// A receive stream: sockets in, rail out, the assembler of its essence in between.
 #pragma once
 
+#include "Assembler.h"
 #include "ConductorLoop.h"
 #include "MediaStream.h"
 #include "ReceiveSocket.h"
-#include "VideoAssembler.h"
-
-#include <flowrail1.h>
+#include "StreamRail.h"
+#include "WorkMeter.h"
 
 #include <atomic>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace mxs::media
 {
 
-class VideoReceiver : public MediaStream, private ConductorTask, private SlotSink
+class RtpReceiver : public MediaStream, private ConductorTask, private SlotSink
 {
 public:
-    VideoReceiver(const CommonConfig& common, const NetworkConfig& network, const VideoConfig& video,
-                  const MediaSettings& settings, const PortDropRules& drops);
-    ~VideoReceiver() override; // stops
+    RtpReceiver(const CommonConfig& common, const NetworkConfig& network, const EssenceConfig& essence,
+                const MediaSettings& settings, const PortDropRules& drops);
+    ~RtpReceiver() override; // stops
 
     Outcome Start(ConductorLoop& conductor) override;
     void Stop() override;
     bool IsRunning() const override { return Conductor != nullptr; }
-    std::multimap<std::string, std::string> RailDescription() const override { return Description; }
+    std::multimap<std::string, std::string> RailDescription() const override { return Rail.Description(); }
     NetworkCounters Counters() const override;
-    ProcessingTimes Times() const override;
+    ProcessingTimes Times() const override { return Work.Read(); }
     uint32_t SlotsDropped() const override;
     bool BufferDelayed() const override;
 
@@ -44,36 +43,33 @@ private:
     void CommitSlot(void* slot) override;
 
     Outcome Check() const;
-    Outcome MakeRail();
     Outcome OpenSockets();
     bool MakeWakeSet();
     void Release(); // sockets and rail
-    uint64_t DefaultBufferBytes() const;
     bool IsEveryPortDropped() const;
-    void TakeBatch(const DatagramBatch& batch, uint64_t nowNs);
+    void TakeBatch(const DatagramBatch& batch, size_t path, uint64_t nowNs);
     void Publish();
     void ResetCounters();
     void TellRefused() const; // unless it has told the same number already
+    void TellAncillary() const;
     void Say(const std::string& line) const;
 
     const CommonConfig Common;
     const NetworkConfig Network;
-    const VideoConfig Video;
+    const EssenceConfig Essence;
     const MediaSettings Settings;
     const PortDropRules& Drops;
     const SlotLayout Layout;
 
     // Control side.
     ConductorLoop* Conductor = nullptr; // the one that runs this stream, null while stopped
-    std::multimap<std::string, std::string> Description;
-    std::unique_ptr<CFlowRail> Rail; // from Start to Stop; used by the conductor's thread while it runs
+    StreamRail Rail;                    // open from Start to Stop; used by the conductor's thread while it runs
     std::vector<std::unique_ptr<ReceiveSocket>> Sockets; // in the order of the connections
     int WakeSet = -1;                                    // epoll of several sockets
-    uint32_t RecordRoom = 0;                             // of a slot
     mutable uint64_t RefusedTold = 0;                    // packets, since the start
 
     // Conductor's thread.
-    std::optional<VideoAssembler> Assembler;
+    std::unique_ptr<Assembler> Slots;
     std::vector<uint8_t> Room;
     uint64_t Transferred = 0;
     uint64_t BytesMoved = 0;
@@ -86,12 +82,18 @@ private:
     {
         std::atomic<uint64_t> transferred{0}, processed{0}, drops{0}, lost{0}, delayed{0};
         std::atomic<uint64_t> malformed{0}, otherPayloadType{0}, otherSource{0};
+        std::atomic<uint64_t> parityErrors{0}, checksumErrors{0}, ancillaryNotPlaced{0};
         std::atomic<uint64_t> biggestDelayNs{0}, biggestDelayAtNs{0};
         std::atomic<uint32_t> ssrc{0};
         std::atomic<bool> lastSlotDropped{false};
-        std::atomic<uint64_t> slots{0}, workTotalNs{0}, workLeastNs{0}, workMostNs{0};
+    };
+    struct PublishedPath
+    {
+        std::atomic<uint64_t> received{0}, lost{0};
     };
     Published Shown;
+    std::vector<PublishedPath> ShownPaths; // one for each connection
+    WorkMeter Work;
 };
 
 } // namespace mxs::media

@@ -1,0 +1,51 @@
+// Who makes slots of packets and packets of slots, for each essence.
+#include "Assembler.h"
+#include "Packetizer.h"
+#include "VideoAssembler.h"
+
+namespace mxs::media
+{
+
+namespace
+{
+
+std::unique_ptr<Assembler> AssemblerOf(const VideoConfig& video, const AssemblerSettings& settings, SlotSink& sink)
+{
+    return std::make_unique<VideoAssembler>(video, settings, sink);
+}
+std::unique_ptr<Assembler> AssemblerOf(const AudioConfig&, const AssemblerSettings&, SlotSink&)
+{
+    return nullptr;
+}
+std::unique_ptr<Assembler> AssemblerOf(const AncillaryConfig&, const AssemblerSettings&, SlotSink&)
+{
+    return nullptr;
+}
+
+std::unique_ptr<Packetizer> PacketizerOf(const VideoConfig&, const PacketizerSettings&)
+{
+    return nullptr;
+}
+std::unique_ptr<Packetizer> PacketizerOf(const AudioConfig&, const PacketizerSettings&)
+{
+    return nullptr;
+}
+std::unique_ptr<Packetizer> PacketizerOf(const AncillaryConfig&, const PacketizerSettings&)
+{
+    return nullptr;
+}
+
+} // namespace
+
+std::unique_ptr<Assembler> MakeAssembler(const EssenceConfig& essence, const AssemblerSettings& settings,
+                                         SlotSink& sink)
+{
+    return std::visit([&](const auto& config) { return AssemblerOf(config, settings, sink); }, essence);
+}
+
+std::unique_ptr<Packetizer> MakePacketizer(const EssenceConfig& essence, const PacketizerSettings& settings)
+{
+    return std::visit([&](const auto& config) { return PacketizerOf(config, settings); }, essence);
+}
+
+} // namespace mxs::media
