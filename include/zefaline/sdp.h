@@ -79,14 +79,43 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void* pReserved,
                                      ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, ZEFA_SDP_INFO* pInfo_X);
 
 /**
- * Writes stream configuration as a session description. Not carried out in this version.
+ * Writes stream configuration as a session description (SDP, RFC 4566, with SMPTE ST 2110-10, -20, -30 or -40), the
+ * way back from ZEFA_ReadSDP.
  *
- * @param[in] pNetworkConfig_X Network configuration.
- * @param[in] pEssenceConfig_X Essence configuration.
- * @param[in] pInfo_X Further items.
- * @param[out] pSdp_C Buffer for the text.
- * @param[in,out] pSize_UL Size of the buffer in bytes; receives the length of the text.
- * @retval ZEFA_ERR_NOT_IMPLEMENTED Always, in this version. No argument is looked at.
+ * Needs no context and no service. Any number of threads may call at once.
+ *
+ * Written are: an "m=" line for each of NbConnections_UL, up to ZEFA_MAX_CONNECTIONS, with DestinationPort_US,
+ * DestinationIp_UL and PayloadType_UB; with two paths or more "a=mid" from 0 on and a group "DUP"; SourceIp_UL of the
+ * first path as the address of the "o=" line; the essence with its network format; names and clocks of the info. The
+ * identifier of the session is the system time in seconds, its version differs with each call. Always written are
+ * "TP=2110TPW" for video and "raw/90000" for video and for ancillary data. Not written: a time to live, sources,
+ * packing other than 2110GPM, the format of the application's buffers, the raster of ancillary data. A number of
+ * paths of 0, or an EssenceType_E outside the constants, gives the lines of the session alone. Interlaced video is
+ * written with its field rate, as the standards count.
+ *
+ * Texts are written as they stand, up to their NUL or 50 characters: neither line ends nor bytes that are not UTF-8 are
+ * refused. A Tcs_E outside the constants counts as SDR, and an ancillary standard outside the constants gives a frame
+ * rate of 0. Of exceptions only std::bad_alloc leaves this function.
+ *
+ * A description that was read cannot always be written: one without "mediaclk" reads as
+ * ZEFA_SDP_MEDIA_CLOCK_NOT_SET, one without "ts-refclk" leaves RefClock_E as it was.
+ *
+ * @param[in] pNetworkConfig_X Network configuration; not null, which is not checked.
+ * @param[in] pEssenceConfig_X Essence configuration; not null, which is not checked.
+ * @param[in] pInfo_X Further items; not null, which is not checked.
+ * @param[out] pSdp_C Buffer for the text, which is ended by a NUL; lines end in CR LF. A description of one path has
+ *        about 500 bytes, each further path adds about 350.
+ * @param[in,out] pSize_UL In: size of the buffer in bytes. Out, with success alone: length of the text without its NUL.
+ *        Offer one byte more than the text has: a buffer of just its length is taken, with success, and the NUL stands
+ *        in the place of the last character.
+ * @retval ZEFA_NO_ERROR The description was written.
+ * @retval ZEFA_ERR_INVALID_POINTER The buffer or the size is null.
+ * @retval ZEFA_ERR_NOT_FOUND MediaClock_E, TsMode_E or RefClock_E is outside the constants; nothing is logged.
+ * @retval ZEFA_ERR_OPERATION_FAILED MediaClock_E is ZEFA_SDP_MEDIA_CLOCK_NOT_SET, or a value of the essence is outside
+ *        the constants or "unknown" among them; the log has a line with the number 2. Also when there is no memory for
+ *        the work.
+ * @retval ZEFA_ERR_BUFFER_TOO_SMALL The text is longer than the buffer. Size and buffer stay as they were: the length
+ *        that is needed is not told, and nothing is logged.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_WriteSDP(const ZEFA_STREAM_NETWORK_CONFIG* pNetworkConfig_X,
                                       const ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, const ZEFA_SDP_INFO* pInfo_X,

@@ -1,9 +1,8 @@
-// Exported functions that this version does not carry out: the PTP daemon, the packets of ancillary data slots, and
-// the writing of descriptions. Nothing but ZEFA_ERR_NOT_IMPLEMENTED comes from them and no argument is looked at.
+// Exported functions that this version does not carry out: the PTP daemon and the packets of ancillary data slots.
+// Nothing but ZEFA_ERR_NOT_IMPLEMENTED comes from them and no argument is looked at.
 #include "logger/CFunctionTracer.h"
 #include "zefaline/anc.h"
 #include "zefaline/ptp.h"
-#include "zefaline/sdp.h"
 
 ZEFA_ERRORCODE ZEFA_CreatePTPDSFromProfile(ZEFA_PTP_PROFILE, ZEFA_PTP_DEFAULT_DS*, ZEFA_PTP_PORT_DS*)
 {
@@ -49,12 +48,6 @@ ZEFA_ERRORCODE ZEFA_SlotAncInsertPacket(ZEFA_HANDLE, ZEFA_SLOT, uint32_t, ZEFA_B
 }
 
 ZEFA_ERRORCODE ZEFA_SlotAncRemovePacket(ZEFA_HANDLE, ZEFA_SLOT, uint32_t, ZEFA_BUFFER_TYPE, int32_t, uint8_t)
-{
-    return ZEFA_ERR_NOT_IMPLEMENTED;
-}
-
-ZEFA_ERRORCODE
-ZEFA_WriteSDP(const ZEFA_STREAM_NETWORK_CONFIG*, const ZEFA_ESSENCE_CONFIG*, const ZEFA_SDP_INFO*, char*, uint32_t*)
 {
     return ZEFA_ERR_NOT_IMPLEMENTED;
 }

@@ -1,4 +1,4 @@
-// The reader of ST 2110 descriptions, as the exported functions see it.
+// The reader and writer of ST 2110 descriptions, as the exported functions see it.
 #pragma once
 
 #include "sdp/SdpRecords.h"
@@ -20,6 +20,7 @@ inline constexpr SdpCode kSdpValueMissing = 1;     // a mandatory ST 2110 value
 inline constexpr SdpCode kSdpValueUnsupported = 2; // a value that no table has
 inline constexpr SdpCode kSdpLineWrong = 3;        // a line or an attribute of the media is missing or wrong
 inline constexpr SdpCode kSdpNoMedia = 4;          // the tree has no list of media
+inline constexpr SdpCode kSdpNoTarget = 5;         // no string to write to
 
 /// Serves one operation of one thread: created, fed, read out, destroyed.
 class ISdpModule
@@ -32,6 +33,11 @@ public:
 
     /// Destroys the records that the module holds and takes over those of the list, whose places are empty afterwards.
     virtual void SetMedias(SdpMediaList& medias) = 0;
+
+    /// Writes the session's record, if one was set, and the records of the list as a description. The string is assigned
+    /// on success alone: kSdpNoTarget for a null pointer, kSdpValueUnsupported for an enumeration without a spelling or
+    /// a media of no known type. Texts are written as they stand, line ends and bytes that are not UTF-8 included.
+    virtual SdpCode Write(std::string* text) = 0;
 
     virtual SdpSession GetSession() const = 0;
 

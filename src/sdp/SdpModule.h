@@ -19,6 +19,7 @@ public:
 
     void SetSession(const SdpSession& session) override;
     void SetMedias(SdpMediaList& medias) override;
+    SdpCode Write(std::string* text) override;
     SdpSession GetSession() const override;
     SdpMediaList& GetMedias() override;
     SdpCode Read(const std::string& text) override;
@@ -43,6 +44,19 @@ private:
     SdpCode ParseAncConfig(const std::string& config, SdpMediaAnc& anc);
     SdpCode ParseAudioConfig(const std::string& config, SdpMediaAudio& audio);
     SdpCode ReadAudioFields(const nlohmann::json& media, SdpMediaAudio& audio);
+
+    // Steps of Write in SdpModuleWriter.cpp, which build the tree. A step that fails leaves its part half made.
+    SdpCode WriteSdpSession();
+    SdpCode WriteSdpOrigin(nlohmann::json& origin);
+    SdpCode WriteSdpMedias();
+    SdpCode WriteSdpMedia(const SdpMedia& record, nlohmann::json& media);
+    SdpCode WriteSdpConnection(const SdpIpAddress& address, nlohmann::json& connection);
+    SdpCode WriteAudioMedia(const SdpMediaAudio& record, nlohmann::json& media);
+    SdpCode WriteAncMedia(const SdpMedia& record, nlohmann::json& media); // video too
+    SdpCode WriteVideoConfig(const SdpMediaVideo& record, std::string& config);
+    SdpCode WriteAncConfig(const SdpMediaAnc& record, std::string& config);
+    SdpCode WriteTimestamps(const SdpMedia& record, nlohmann::json& media);
+    void WriteSdpGroups();
 
     SdpCode Fail(SdpCode code, const std::string& message) const;
 

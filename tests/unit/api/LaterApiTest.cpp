@@ -14,5 +14,4 @@ TEST(LaterApi, SaysThatItIsNotImplemented)
     EXPECT_EQ(ZEFA_SlotAncGetPacket(nullptr, nullptr, 0, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
     EXPECT_EQ(ZEFA_SlotAncInsertPacket(nullptr, nullptr, 0, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
     EXPECT_EQ(ZEFA_SlotAncRemovePacket(nullptr, nullptr, 0, 0, 0, 0), ZEFA_ERR_NOT_IMPLEMENTED);
-    EXPECT_EQ(ZEFA_WriteSDP(nullptr, nullptr, nullptr, nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
 }

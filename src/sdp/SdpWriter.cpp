@@ -1,0 +1,164 @@
+// The walk over the rows of the grammar, and the formats by which a row becomes a line.
+#include "sdp/SdpWriter.h"
+
+#include "sdp/SdpRuleTable.h"
+
+#include <nlohmann/json.hpp>
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+
+namespace quill::sdp_module
+{
+namespace
+{
+using nlohmann::json;
+
+constexpr std::string_view kSessionOrder = "vosiuepcbtrza"; // repeats above time zones
+constexpr std::string_view kMediaOrder = "icba";            // behind the line that opens the media
+
+template <class Number>
+void AppendNumber(std::string& text, Number number)
+{
+    std::array<char, std::numeric_limits<Number>::digits10 + 3> digits; // one digit more, a sign, and room to spare
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    text.append(digits.data(), end);
+}
+
+// A string as it stands; anything else as compact JSON, of which integers, the usual case, take a short way.
+void AppendValue(std::string& text, const json& value)
+{
+    switch (value.type())
+    {
+    case json::value_t::string: text += value.get_ref<const std::string&>(); break;
+    case json::value_t::number_integer: AppendNumber(text, value.get_ref<const int64_t&>()); break;
+    case json::value_t::number_unsigned: AppendNumber(text, value.get_ref<const uint64_t&>()); break;
+    default: text += value.dump(); break;
+    }
+}
+
+const json* FindIn(const json& location, const std::string& key)
+{
+    if (!location.is_object()) return nullptr;
+    const auto found = location.find(key);
+    return found == location.end() ? nullptr : &*found;
+}
+
+// The fields of a row in the order of its names.
+class RuleFields
+{
+public:
+    RuleFields(const SdpRule& rule, const json& location)
+        : Rule(rule), Location(location), Value(rule.name.empty() ? nullptr : FindIn(location, rule.name))
+    {
+        Count = Rule.names.empty() ? (Value ? 1 : 0) : Rule.names.size();
+    }
+
+    size_t Size() const { return Count; }
+
+    // Null for a field that is not there.
+    const json* At(size_t index) const
+    {
+        if (Rule.names.empty()) return Value;
+        const std::string& key = Rule.names[index];
+        const json* const own = Value ? FindIn(*Value, key) : nullptr;
+        return own ? own : FindIn(Location, key);
+    }
+
+    const json& WhatTheFormatDependsOn() const { return Value ? *Value : Location; }
+
+private:
+    const SdpRule& Rule;
+    const json& Location;
+    const json* Value; // what stands under the row's name
+    size_t Count;
+};
+
+// The place of the next token at or behind `from`.
+size_t FindToken(std::string_view format, size_t from)
+{
+    for (size_t at = format.find('%', from); at != format.npos; at = format.find('%', at + 1))
+        if (at + 1 < format.size() && std::string_view("sdv%").find(format[at + 1]) != std::string_view::npos)
+            return at;
+    return format.npos;
+}
+
+void AppendFormatted(std::string& text, std::string_view format, const RuleFields& fields)
+{
+    size_t next = 0; // field
+    size_t done = 0; // end of the previous token
+    for (size_t token; (token = FindToken(format, done)) != format.npos; done = token + 2)
+    {
+        if (next == fields.Size())
+        {
+            text += format.substr(token, 2);
+            continue;
+        }
+        const json* const field = fields.At(next++);
+        text += format.substr(done, token - done);
+        const char kind = format[token + 1];
+        if (kind == '%')
+            text += '%';
+        else if (kind != 'v' && field)
+            AppendValue(text, *field);
+    }
+}
+
+void AppendLinesOf(std::string& text, std::string_view order, const json& location)
+{
+    const SdpRules& rules = SdpRuleTable();
+    for (const char letter : order)
+        for (const SdpRule& rule : rules.at(letter))
+        {
+            const json* const value = FindIn(location, rule.name.empty() ? rule.push : rule.name);
+            if (!value || value->is_null()) continue;
+            if (!rule.name.empty())
+                MakeSdpLine(text, letter, rule, location);
+            else if (value->is_array())
+                for (const json& element : *value)
+                    MakeSdpLine(text, letter, rule, element);
+        }
+}
+
+void SetDefaults(json& tree)
+{
+    tree.emplace("version", 0);
+    tree.emplace("name", "-");
+    tree.emplace("media", json::array());
+    for (json& media : tree["media"])
+        if (!media.contains("payloads")) media["payloads"] = "";
+}
+} // namespace
+
+void MakeSdpLine(std::string& text, char letter, const SdpRule& rule, const json& location)
+{
+    const RuleFields fields(rule, location);
+    text += letter;
+    text += '=';
+    if (rule.format.empty())
+        AppendFormatted(text, rule.formatFunc(fields.WhatTheFormatDependsOn()), fields);
+    else
+        AppendFormatted(text, rule.format, fields);
+    text += "\r\n";
+}
+
+std::string WriteSdpText(json& tree)
+{
+    if (!tree.is_object()) throw std::invalid_argument("given session is not a JSON object");
+    SetDefaults(tree);
+    std::string text;
+    AppendLinesOf(text, kSessionOrder, tree);
+    const SdpRule& mediaRule = SdpRuleTable().at('m').front();
+    for (const json& media : tree["media"])
+    {
+        MakeSdpLine(text, 'm', mediaRule, media);
+        AppendLinesOf(text, kMediaOrder, media);
+    }
+    return text;
+}
+
+} // namespace quill::sdp_module
