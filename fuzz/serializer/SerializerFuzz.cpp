@@ -67,6 +67,12 @@ void ReadEssence(const value& document)
     delete made;
 }
 
+void ReadClockIdentity(const value& document)
+{
+    uint64_t identity = 0;
+    CSerializer::FromJSON(document, &identity);
+}
+
 void ReadLists(const value& document)
 {
     std::vector<uint64_t>* ids = nullptr;
@@ -110,6 +116,10 @@ const Reader kReaders[] = {
     /* U */ ReadNested<BUFFER_INFO>,
     /* V */ ReadNested<std::multimap<std::string, std::string>>,
     /* W */ ReadNested<std::map<uint32_t, BUFFER_INFO>>,
+    /* X */ ReadWriteRead<PTP_CONFIG>,
+    /* Y */ Read<PTP_STATUS>,
+    /* Z */ ReadNested<PORT_IDENTITY>,
+    /* [ */ ReadClockIdentity,
 };
 } // namespace
 

@@ -80,8 +80,8 @@ RtpEssence::CONFIG_ST2110_30 EssenceConfig()
 
 Clients ClientsOf(IRestClient& rest)
 {
-    return {rest.GetContextManagerClient(), rest.GetStreamClient(), rest.GetConductorClient(), rest.GetCpuCoreClient(),
-            rest.GetNetworkInterfaceClient()};
+    return {rest.GetContextManagerClient(), rest.GetStreamClient(),           rest.GetConductorClient(),
+            rest.GetCpuCoreClient(),        rest.GetNetworkInterfaceClient(), rest.GetPtpApiClient()};
 }
 
 static std::vector<Operation> ContextOperations()
@@ -382,12 +382,77 @@ static std::vector<Operation> MachineOperations()
     };
 }
 
+static std::vector<Operation> PtpOperations()
+{
+    return {
+        {"CPtpApiClient::SetConfig", "PUT", "MXS/PtpApi/Config",
+         R"({"DefaultDS":{"clockAccuracy":254,"clockClass":255,"domainNumber":127,"offsetScaledLogVariance":1000,)"
+         R"("priority1":128,"priority2":129,"slaveOnly":true,"twoStepFlag":true},"InterfaceName":"enp1s0",)"
+         R"("PortDS":{"announceReceiptTimeout":3,"delayMechanism":"E2E","logAnnounceInterval":1,)"
+         R"("logMinDelayReqInterval":-3,"logMinPdelayReqInterval":-4,"logSyncInterval":0,"versionNumber":2},)"
+         R"("TimeStamping":"SW","hybridMode":true})",
+         200, "",
+         [](const Clients& c)
+         {
+             return c.Ptp->SetConfig({.InterfaceName = "enp1s0",
+                                      .hybridMode = true,
+                                      .TimeStamping = TIME_STAMPING_SW,
+                                      .clockClass = 255,
+                                      .clockAccuracy = 254,
+                                      .offsetScaledLogVariance = 1000,
+                                      .twoStepFlag = true,
+                                      .domainNumber = 127,
+                                      .slaveOnly = true,
+                                      .priority1 = 128,
+                                      .priority2 = 129,
+                                      .logMinDelayReqInterval = -3,
+                                      .logAnnounceInterval = 1,
+                                      .announceReceiptTimeout = 3,
+                                      .logSyncInterval = 0,
+                                      .delayMechanism = DELAY_MECHANISM_E2E,
+                                      .logMinPdelayReqInterval = -4,
+                                      .versionNumber = 2});
+         },
+         nullptr},
+        {"CPtpApiClient::GetConfig", "GET", "MXS/PtpApi/Config", "", 200,
+         R"({"InterfaceName": "enp1s0", "hybridMode": true, "DefaultDS": {"clockAccuracy": 254, "clockClass": 255,)"
+         R"( "domainNumber": 127, "offsetScaledLogVariance": 1000, "priority1": 128, "priority2": 129,)"
+         R"( "slaveOnly": true, "twoStepFlag": true}, "PortDS": {"announceReceiptTimeout": 3,)"
+         R"( "delayMechanism": "P2P", "logAnnounceInterval": 1, "logMinDelayReqInterval": -3,)"
+         R"( "logMinPdelayReqInterval": -4, "logSyncInterval": 0, "versionNumber": 2}})",
+         [](const Clients& c)
+         {
+             PTP_CONFIG config{.InterfaceName = "before", .TimeStamping = TIME_STAMPING_HW};
+             const RESULT_CODE result = c.Ptp->GetConfig(&config);
+             const bool read = result == RESULT_NO_ERROR;
+             EXPECT_STREQ(config.InterfaceName, read ? "enp1s0" : "before");
+             EXPECT_EQ(config.TimeStamping, TIME_STAMPING_HW) << "a document may lack it";
+             EXPECT_EQ(config.priority2, read ? 129 : 0);
+             EXPECT_EQ(config.delayMechanism, read ? DELAY_MECHANISM_P2P : DELAY_MECHANISM_E2E);
+             return result;
+         },
+         [](const Clients& c) { return c.Ptp->GetConfig(nullptr); }},
+        {"CPtpApiClient::GetStatus", "GET", "MXS/PtpApi/Status", "", 200, kPtpStatus,
+         [](const Clients& c)
+         {
+             PTP_STATUS status;
+             const RESULT_CODE result = c.Ptp->GetStatus(&status);
+             const bool read = result == RESULT_NO_ERROR;
+             EXPECT_EQ(status.portState, read ? PORT_STATE_SLAVE : PORT_STATE_UNKNOWN);
+             EXPECT_EQ(status.parentPortIdentity.clockIdentity, read ? 0x9A2E42FFFE98BF6A : 0u);
+             EXPECT_EQ(status.CurrentSystemTime, read ? 1767225600000000001u : 0u);
+             return result;
+         },
+         [](const Clients& c) { return c.Ptp->GetStatus(nullptr); }},
+    };
+}
+
 const std::vector<Operation>& AllOperations()
 {
     static const std::vector<Operation> operations = []
     {
         std::vector<Operation> all = ContextOperations();
-        for (const auto& family : {ConductorOperations(), StreamOperations(), MachineOperations()})
+        for (const auto& family : {ConductorOperations(), StreamOperations(), MachineOperations(), PtpOperations()})
             all.insert(all.end(), family.begin(), family.end());
         return all;
     }();

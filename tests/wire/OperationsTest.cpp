@@ -187,7 +187,8 @@ struct Standalone
     CConductorClient Conductor;
     CCpuCoreClient CpuCore;
     CNetworkInterfaceClient NetworkInterface;
-    Clients All() { return {&ContextManager, &Stream, &Conductor, &CpuCore, &NetworkInterface}; }
+    CPtpApiClient Ptp;
+    Clients All() { return {&ContextManager, &Stream, &Conductor, &CpuCore, &NetworkInterface, &Ptp}; }
 };
 
 TEST(UninitializedClients, GiveNotInitializedBeforeAnyLookAtTheArguments)
@@ -208,13 +209,12 @@ TEST(UninitializedClients, GiveNotInitializedBeforeAnyLookAtTheArguments)
 TEST(UninitializedClients, RefuseANullTransportAndStayUninitialized)
 {
     Standalone clients;
-    CPtpApiClient ptp;
     EXPECT_EQ(clients.ContextManager.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
     EXPECT_EQ(clients.Stream.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
     EXPECT_EQ(clients.Conductor.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
     EXPECT_EQ(clients.CpuCore.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
     EXPECT_EQ(clients.NetworkInterface.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
-    EXPECT_EQ(ptp.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
+    EXPECT_EQ(clients.Ptp.Initialize(nullptr), RESULT_INVALID_ARGUMENT);
     for (const Operation& operation : AllOperations())
         EXPECT_EQ(operation.Call(clients.All()), RESULT_NOT_INITIALIZED) << operation.Name;
 }

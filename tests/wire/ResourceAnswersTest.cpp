@@ -1,5 +1,5 @@
-// What single operations make of answers that are theirs alone: lists, creations, essences, port drops.
-#include "Wire.h"
+// What single operations make of answers that are theirs alone: lists, creations, essences, PTP, port drops.
+#include "Operations.h"
 
 #include <functional>
 
@@ -188,6 +188,22 @@ TEST_F(ResourceAnswers, ACoreWithoutAvailabilityLeavesTheFieldAsItWas)
     EXPECT_EQ(Peer.Rest.GetCpuCoreClient()->GetStatus(3, &status), RESULT_NO_ERROR);
     EXPECT_EQ(status.ConductorAvailability, 2u);
     EXPECT_EQ(status.CoreUsage, 44);
+}
+
+TEST_F(ResourceAnswers, APtpStatusThatLacksADataSetLeavesTheRecordAsItWas)
+{
+    for (const char* lacking : {"TimePropertiesDS", "CurrentDS", "gm", "portState"})
+    {
+        SCOPED_TRACE(lacking);
+        std::string answer = kPtpStatus;
+        answer.replace(answer.find(lacking), 1, "x");
+        Peer.Service.Answer("GET", "MXS/PtpApi/Status", 200, answer);
+        PTP_STATUS record;
+        record.CurrentSystemTime = 77;
+        EXPECT_EQ(Peer.Rest.GetPtpApiClient()->GetStatus(&record), RESULT_INVALID_ARGUMENT);
+        EXPECT_EQ(record.CurrentSystemTime, 77u);
+        EXPECT_EQ(record.portState, 0u);
+    }
 }
 
 TEST_F(ResourceAnswers, APortDropIsCreatedBy200AndBy201)

@@ -1,6 +1,7 @@
-// The life of the PTP daemon's client.
+// A row for each operation on the PTP daemon; the pattern of a method is told in CConductorClient.
 #include "commandpipe/restclient/CPtpApiClient.h"
 
+#include "commandpipe/restclient/CExchange.h"
 #include "commandpipe/restserver/Trace.h"
 #include "logger/CFunctionTracer.h"
 
@@ -10,6 +11,16 @@ namespace Quillmont::Trellis::CommandPipe::RestClient
 {
 
 using namespace RestServer;
+using web::http::methods;
+
+namespace
+{
+
+constexpr Route kSetConfig{&methods::PUT, "MXS/PtpApi/Config"};
+constexpr Route kGetConfig{&methods::GET, "MXS/PtpApi/Config"};
+constexpr Route kGetStatus{&methods::GET, "MXS/PtpApi/Status"};
+
+} // namespace
 
 CPtpApiClient::CPtpApiClient()
 {
@@ -20,6 +31,32 @@ CPtpApiClient::~CPtpApiClient()
 {
     CFunctionTracer tracer(TRACE_NAME("~CPtpApiClient"));
     CPtpApiClient::Shutdown();
+}
+
+RESULT_CODE CPtpApiClient::SetConfig(const PTP_CONFIG& config)
+{
+    RESULT_CODE result = RESULT_OPERATION_FAILED;
+    CFunctionTracer tracer(TRACE_NAME("SetConfig"), TraceEntering, TraceExitingWith(result));
+    if (!Initialized) return result = RESULT_NOT_INITIALIZED;
+    return result = CExchange(Client, kSetConfig).With(config).Send();
+}
+
+RESULT_CODE CPtpApiClient::GetConfig(PTP_CONFIG* config)
+{
+    RESULT_CODE result = RESULT_OPERATION_FAILED;
+    CFunctionTracer tracer(TRACE_NAME("GetConfig"), TraceEntering, TraceExitingWith(result));
+    if (!Initialized) return result = RESULT_NOT_INITIALIZED;
+    if (!config) return result = RESULT_INVALID_ARGUMENT;
+    return result = CExchange(Client, kGetConfig).Read(config);
+}
+
+RESULT_CODE CPtpApiClient::GetStatus(PTP_STATUS* status)
+{
+    RESULT_CODE result = RESULT_OPERATION_FAILED;
+    CFunctionTracer tracer(TRACE_NAME("GetStatus"), TraceEntering, TraceExitingWith(result));
+    if (!Initialized) return result = RESULT_NOT_INITIALIZED;
+    if (!status) return result = RESULT_INVALID_ARGUMENT;
+    return result = CExchange(Client, kGetStatus).Read(status);
 }
 
 RESULT_CODE CPtpApiClient::Initialize(IRestClient* restClient)

@@ -1,4 +1,4 @@
-// The REST client of the service's PTP daemon, which knows its transport and asks nothing of the daemon.
+// The REST calls on the service's PTP daemon.
 #pragma once
 
 #include "commandpipe/restclient/CResourceClient.h"
@@ -13,6 +13,9 @@ public:
     CPtpApiClient();
     ~CPtpApiClient() override;
 
+    RestServer::RESULT_CODE SetConfig(const RestServer::PTP_CONFIG& config) override;
+    RestServer::RESULT_CODE GetConfig(RestServer::PTP_CONFIG* config) override;
+    RestServer::RESULT_CODE GetStatus(RestServer::PTP_STATUS* status) override;
     RestServer::RESULT_CODE Initialize(IRestClient* restClient) override;
     RestServer::RESULT_CODE Shutdown() override;
 };

@@ -45,6 +45,7 @@ public:
     static RESULT_CODE ToJSON(const CONDUCTOR_CONFIG& record, Value** out);
     static RESULT_CODE ToJSON(const CONDUCTOR_STATE& record, Value** out);
     static RESULT_CODE ToJSON(const NET_IF_CONFIG& record, Value** out);
+    static RESULT_CODE ToJSON(const PTP_CONFIG& record, Value** out);
     static RESULT_CODE ToJSON(const STREAM_CREATE& record, Value** out);
     // `shared` chooses the prefix of the conductor's identifier.
     static RESULT_CODE ToJSON(const STREAM_COMMON_CONFIG& record, Value** out, bool shared);
@@ -79,6 +80,8 @@ public:
     static RESULT_CODE FromJSON(const Value& value, CPU_CORE_STATUS** out, bool existing);
     static RESULT_CODE FromJSON(const Value& value, NET_IF_CONFIG** out, bool existing);
     static RESULT_CODE FromJSON(const Value& value, NET_IF_STATUS** out, bool existing);
+    static RESULT_CODE FromJSON(const Value& value, PTP_CONFIG** out, bool existing);
+    static RESULT_CODE FromJSON(const Value& value, PTP_STATUS** out, bool existing);
     static RESULT_CODE FromJSON(const Value& value, STREAM_COMMON_CONFIG** out, bool existing);
     static RESULT_CODE FromJSON(const Value& value, STREAM_NETWORK_CONFIG** out, bool existing);
     static RESULT_CODE FromJSON(const Value& value, CONNECTION_CONFIG** out, bool existing);
@@ -93,6 +96,8 @@ public:
     // Nested records, always the caller's.
     static RESULT_CODE FromJSON(const Value& value, PROCESSING_STATUS* record);
     static RESULT_CODE FromJSON(const Value& value, NET_IF_CHARACTERISTICS* record);
+    static RESULT_CODE FromJSON(const Value& value, PORT_IDENTITY* record);
+    static RESULT_CODE FromJSON(const Value& value, uint64_t* clockIdentity); // the object around a clock identity
     static RESULT_CODE FromJSON(const Value& value, FLOW_RAIL_DESCRIPTOR* record);
     static RESULT_CODE FromJSON(const Value& value, CONFIG_ST2110_20* record);
     static RESULT_CODE FromJSON(const Value& value, CONFIG_ST2110_30* record);

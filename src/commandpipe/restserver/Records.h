@@ -147,6 +147,102 @@ struct NET_IF_STATUS
     bool operator==(const NET_IF_STATUS&) const = default;
 };
 
+// ---- the PTP daemon: the documents nest the data sets, the records do not ----
+
+struct PTP_CONFIG
+{
+    char InterfaceName[256] = {}; // zero-terminated; a read clears it, and cuts what is longer
+    bool hybridMode = false;
+    uint32_t TimeStamping = 0; // TIME_STAMPING
+
+    // "DefaultDS"
+    uint8_t clockClass = 0;
+    uint8_t clockAccuracy = 0;
+    uint16_t offsetScaledLogVariance = 0;
+    bool twoStepFlag = false;
+    uint8_t domainNumber = 0;
+    bool slaveOnly = false;
+    uint8_t priority1 = 0;
+    uint8_t priority2 = 0;
+
+    // "PortDS"; intervals are base-2 logarithms of seconds
+    int8_t logMinDelayReqInterval = 0;
+    int8_t logAnnounceInterval = 0;
+    uint8_t announceReceiptTimeout = 0;
+    int8_t logSyncInterval = 0;
+    uint32_t delayMechanism = DELAY_MECHANISM_E2E;
+    int8_t logMinPdelayReqInterval = 0;
+    uint8_t versionNumber = 0;
+
+    bool operator==(const PTP_CONFIG&) const = default;
+};
+
+struct PORT_IDENTITY
+{
+    uint64_t clockIdentity = 0; // the first octet of the identity is the highest
+    uint16_t portNumber = 0;
+
+    bool operator==(const PORT_IDENTITY&) const = default;
+};
+
+struct PTP_STATUS
+{
+    // "ParentDS"; those that begin with a capital stand in its "gm"
+    PORT_IDENTITY parentPortIdentity{};
+    bool parentStats = false;
+    uint16_t observedParentOffsetScaledLogVariance = 0;
+    int32_t observedParentClockPhaseChangeRate = 0;
+    uint64_t grandmasterIdentity = 0;
+    uint8_t ClockClass = 0;
+    uint8_t ClockAccuracy = 0;
+    uint16_t OffsetScaledLogVariance = 0;
+    uint8_t grandmasterPriority1 = 0;
+    uint8_t grandmasterPriority2 = 0;
+
+    // "CurrentDS"; nanoseconds
+    uint16_t stepsRemoved = 0;
+    double offsetFromMaster = 0;
+    double meanPathDelay = 0;
+
+    // "PortDS"
+    int8_t logMinDelayReqInterval = 0;
+    double peerMeanPathDelay = 0;
+    int8_t logAnnounceInterval = 0;
+    uint8_t announceReceiptTimeout = 0;
+    int8_t logSyncInterval = 0;
+    uint32_t delayMechanism = 0;
+    int8_t logMinPdelayReqInterval = 0;
+    uint8_t versionNumber = 0;
+    PORT_IDENTITY portIdentity{};
+    uint32_t portState = PORT_STATE_UNKNOWN;
+
+    // "DefaultDS"
+    uint16_t numberPorts = 0;
+    uint8_t clockClass = 0;
+    uint8_t clockAccuracy = 0;
+    uint16_t offsetScaledLogVariance = 0;
+    bool twoStepFlag = false;
+    uint8_t domainNumber = 0;
+    bool slaveOnly = false;
+    uint8_t priority1 = 0;
+    uint8_t priority2 = 0;
+    uint64_t clockIdentity = 0;
+
+    // "TimePropertiesDS"
+    int16_t currentUtcOffset = 0;
+    bool currentUtcOffsetValid = false;
+    bool leap59 = false;
+    bool leap61 = false;
+    bool timeTraceable = false;
+    bool frequencyTraceable = false;
+    bool ptpTimescale = false;
+    uint8_t timeSource = 0;
+
+    uint64_t CurrentSystemTime = 0;
+
+    bool operator==(const PTP_STATUS&) const = default;
+};
+
 // ---- streams, apart from their essence ----
 
 struct STREAM_CREATE

@@ -227,6 +227,7 @@ struct FieldRow
     const char* Key;
     void (*Read)(const Value& document, const char* key, const Value& value, Record& record);
     RESULT_CODE (*Write)(Value& document, const char* key, const Record& record);
+    bool (*HasMandatoryKeys)(const Value& value) = nullptr; // of a group: its own keys, which are tested up front
 };
 
 template <class Record, class Member>
@@ -250,11 +251,24 @@ constexpr auto Field(const char* key)
 }
 
 // Specialised for each record: `mandatory`, keys in the order in which they are tested, for a record that is read, and
-// `fields`, rows in the order in which they are written.
+// `fields`, rows in the order in which they are written. A function `Clear`, where there is one, is called on a record
+// that is about to be filled.
 template <class Record>
 struct RecordTable;
 
 // ---- the walks ----
+
+template <class Table, class Record>
+RESULT_CODE WriteMembers(Value& document, const Record& record)
+{
+    for (const FieldRow<Record>& row : Table::fields)
+    {
+        if (!row.Write) continue;
+        const RESULT_CODE result = row.Write(document, row.Key, record);
+        if (result != RESULT_NO_ERROR) return result;
+    }
+    return RESULT_NO_ERROR;
+}
 
 template <class Record>
 RESULT_CODE WriteRecord(const Record& record, Value** out)
@@ -262,31 +276,28 @@ RESULT_CODE WriteRecord(const Record& record, Value** out)
     if (!out) return RESULT_OPERATION_FAILED;
     std::unique_ptr<Value> document(new (std::nothrow) Value());
     if (!document) return RESULT_OPERATION_FAILED;
-    for (const FieldRow<Record>& row : RecordTable<Record>::fields)
-    {
-        if (!row.Write) continue;
-        const RESULT_CODE result = row.Write(*document, row.Key, record);
-        if (result != RESULT_NO_ERROR) return result;
-    }
+    const RESULT_CODE result = WriteMembers<RecordTable<Record>>(*document, record);
+    if (result != RESULT_NO_ERROR) return result;
     *out = document.release();
     return RESULT_NO_ERROR;
 }
 
-// False for the first mandatory key that is missing.
-template <class Record>
+// False for the first mandatory key that is missing: those of the table, and then those of its groups.
+template <class Table>
 bool HasMandatoryKeys(const Value& value)
 {
-    for (const char* key : RecordTable<Record>::mandatory)
+    for (const char* key : Table::mandatory)
         if (!value.has_field(key)) return false;
+    for (const auto& row : Table::fields)
+        if (row.HasMandatoryKeys && !row.HasMandatoryKeys(value.at(row.Key))) return false;
     return true;
 }
 
-// Every record has a mandatory key, so the value is an object here.
-template <class Record>
+template <class Table, class Record>
 void ReadMembers(const Value& value, Record& record)
 {
     for (const auto& [key, member] : value.as_object())
-        for (const FieldRow<Record>& row : RecordTable<Record>::fields)
+        for (const FieldRow<Record>& row : Table::fields)
             if (row.Read && key == row.Key)
             {
                 row.Read(value, row.Key, member, record);
@@ -294,12 +305,40 @@ void ReadMembers(const Value& value, Record& record)
             }
 }
 
+// Every record has a mandatory key, so the value is an object here.
+template <class Record>
+void FillRecord(const Value& value, Record& record)
+{
+    if constexpr (requires { RecordTable<Record>::Clear(record); }) RecordTable<Record>::Clear(record);
+    ReadMembers<RecordTable<Record>>(value, record);
+}
+
+// An object of the document whose keys fill members of the record around it: only the document nests them. Its key is
+// a mandatory one, and a document that lacks a mandatory key of a group is no record.
+template <class Record, class Table>
+constexpr FieldRow<Record> Group(const char* key)
+{
+    FieldRow<Record> row{key, nullptr, nullptr, &HasMandatoryKeys<Table>};
+    row.Read = [](const Value&, const char*, const Value& value, Record& record)
+    {
+        if (value.is_object()) ReadMembers<Table>(value, record);
+    };
+    row.Write = [](Value& document, const char* rowKey, const Record& record)
+    {
+        Value group = Value::object();
+        const RESULT_CODE result = WriteMembers<Table>(group, record);
+        if (result == RESULT_NO_ERROR) document[rowKey] = std::move(group);
+        return result;
+    };
+    return row;
+}
+
 template <class Record>
 RESULT_CODE ReadNested(const Value& value, Record* record)
 {
-    if (!HasMandatoryKeys<Record>(value)) return RESULT_INVALID_ARGUMENT;
+    if (!HasMandatoryKeys<RecordTable<Record>>(value)) return RESULT_INVALID_ARGUMENT;
     if (!record) return RESULT_OPERATION_FAILED;
-    ReadMembers(value, *record);
+    FillRecord(value, *record);
     return RESULT_NO_ERROR;
 }
 
@@ -307,16 +346,16 @@ template <class Record>
 RESULT_CODE ReadRecord(const Value& value, Record** out, bool existing)
 {
     static_assert(RecordTable<Record>::mandatory.size() > 0, "nothing else tests that the value is an object");
-    if (!HasMandatoryKeys<Record>(value)) return RESULT_INVALID_ARGUMENT;
+    if (!HasMandatoryKeys<RecordTable<Record>>(value)) return RESULT_INVALID_ARGUMENT;
     if (!out || (existing && !*out)) return RESULT_OPERATION_FAILED;
     if (existing)
     {
-        ReadMembers(value, **out);
+        FillRecord(value, **out);
         return RESULT_NO_ERROR;
     }
     std::unique_ptr<Record> made(new (std::nothrow) Record());
     if (!made) return RESULT_OPERATION_FAILED;
-    ReadMembers(value, *made);
+    FillRecord(value, *made);
     *out = made.release();
     return RESULT_NO_ERROR;
 }

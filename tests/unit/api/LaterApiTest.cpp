@@ -5,10 +5,6 @@
 
 TEST(LaterApi, SaysThatItIsNotImplemented)
 {
-    EXPECT_EQ(ZEFA_CreatePTPDSFromProfile(0, nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
-    EXPECT_EQ(ZEFA_GetPTPConfig(nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
-    EXPECT_EQ(ZEFA_SetPTPConfig(nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
-    EXPECT_EQ(ZEFA_GetPTPStatus(nullptr, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
     EXPECT_EQ(ZEFA_SlotAncAllocatePacket(nullptr, nullptr, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
     EXPECT_EQ(ZEFA_SlotAncGetNbPackets(nullptr, nullptr, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);
     EXPECT_EQ(ZEFA_SlotAncGetPacket(nullptr, nullptr, 0, 0, 0, nullptr), ZEFA_ERR_NOT_IMPLEMENTED);

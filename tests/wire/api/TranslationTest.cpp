@@ -1,5 +1,6 @@
 // The translation of the service's results by each function: no two groups are the same, and none may drift towards
-// another. Each row is a function with one result that the service sends and what must come of it.
+// another. Each row is a function with one result that the service sends and what must come of it. ZEFA_SetPTPConfig, of two
+// exchanges, has its rows in PtpApiTest.cpp.
 #include "ApiTest.h"
 
 #include <array>
@@ -157,6 +158,26 @@ const Row kRows[] = {
      kCommon, kNothing},
     {"DPDK_AllowUdpPort", "DELETE", kPort, [](ZEFA_HANDLE c) { return ZEFA_DPDK_AllowUdpPort(c, 7, 5000); }, kAllow,
      kNothing},
+    {"GetPTPConfig", "GET", "MXS/PtpApi/Config",
+     [](ZEFA_HANDLE c)
+     {
+         ZEFA_PTP_CONFIG config{};
+         config.Size_UL = 77;
+         const ZEFA_ERRORCODE result = ZEFA_GetPTPConfig(c, &config);
+         EXPECT_EQ(config.Size_UL, 77U);
+         return result;
+     },
+     kConfig, kNothing},
+    {"GetPTPStatus", "GET", "MXS/PtpApi/Status",
+     [](ZEFA_HANDLE c)
+     {
+         ZEFA_PTP_STATUS status{};
+         status.Reserved_ULL = 77;
+         const ZEFA_ERRORCODE result = ZEFA_GetPTPStatus(c, &status);
+         EXPECT_EQ(status.Reserved_ULL, 77U);
+         return result;
+     },
+     kConfig, kNothing},
     {"DPDK_DropUdpPort", "PUT", kPort, [](ZEFA_HANDLE c) { return ZEFA_DPDK_DropUdpPort(c, 7, 5000); }, kCommon,
      kNothing},
 };
