@@ -1,8 +1,9 @@
-// ZEFA_ReadSDP out of the shared library: its exceptions reach the application across the border.
+// ZEFA_ReadSDP and ZEFA_WriteSDP out of the shared library: exceptions reach the application across the border.
 #include "zefaline.h"
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <stdexcept>
@@ -25,6 +26,20 @@ TEST(SharedLibrary, ReadsADescription)
                    "a=ptime:1\n"),
               ZEFA_NO_ERROR);
     EXPECT_EQ(Read("s=nothing\n"), ZEFA_ERR_OPERATION_FAILED);
+}
+
+TEST(SharedLibrary, WritesADescription)
+{
+    const auto network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
+    network->NbConnections_UL = 1;
+    ZEFA_ESSENCE_CONFIG essence{};
+    essence.EssenceType_E = ZEFA_ESSENCE_TYPE_ST2110_40;
+    ZEFA_SDP_INFO info{};
+    char text[1000] = "";
+    uint32_t size = sizeof text;
+    EXPECT_EQ(ZEFA_WriteSDP(network.get(), &essence, &info, text, &size), ZEFA_NO_ERROR);
+    EXPECT_EQ(size, std::strlen(text));
+    EXPECT_TRUE(std::string(text).ends_with("\r\na=mediaclk:direct=0\r\n"));
 }
 
 TEST(SharedLibrary, ExceptionsOfNumbersArriveAsStandardOnes)
