@@ -1,4 +1,4 @@
-// Exported functions that this version does not carry out: the PTP daemon and the packets of ancillary data slots.
+// Exported functions that this version does not carry out: the packets of ancillary data slots.
 // Nothing but ZEFA_ERR_NOT_IMPLEMENTED comes from them and no argument is looked at.
 #include "zefaline/anc.h"
 
