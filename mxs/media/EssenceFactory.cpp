@@ -1,5 +1,7 @@
 // Who makes slots of packets and packets of slots, for each essence.
 #include "Assembler.h"
+#include "AudioAssembler.h"
+#include "AudioPacketizer.h"
 #include "Packetizer.h"
 #include "VideoAssembler.h"
 
@@ -13,9 +15,9 @@ std::unique_ptr<Assembler> AssemblerOf(const VideoConfig& video, const Assembler
 {
     return std::make_unique<VideoAssembler>(video, settings, sink);
 }
-std::unique_ptr<Assembler> AssemblerOf(const AudioConfig&, const AssemblerSettings&, SlotSink&)
+std::unique_ptr<Assembler> AssemblerOf(const AudioConfig& audio, const AssemblerSettings& settings, SlotSink& sink)
 {
-    return nullptr;
+    return std::make_unique<AudioAssembler>(audio, settings, sink);
 }
 std::unique_ptr<Assembler> AssemblerOf(const AncillaryConfig&, const AssemblerSettings&, SlotSink&)
 {
@@ -26,9 +28,9 @@ std::unique_ptr<Packetizer> PacketizerOf(const VideoConfig&, const PacketizerSet
 {
     return nullptr;
 }
-std::unique_ptr<Packetizer> PacketizerOf(const AudioConfig&, const PacketizerSettings&)
+std::unique_ptr<Packetizer> PacketizerOf(const AudioConfig& audio, const PacketizerSettings& settings)
 {
-    return nullptr;
+    return std::make_unique<AudioPacketizer>(audio, settings);
 }
 std::unique_ptr<Packetizer> PacketizerOf(const AncillaryConfig&, const PacketizerSettings&)
 {

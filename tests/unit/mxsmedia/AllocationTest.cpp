@@ -1,7 +1,8 @@
 // The way of a packet into a slot takes no memory from the heap: this program counts what each thread asks for.
+#include "mxs/media/AudioAssembler.h"
 #include "mxs/media/VideoAssembler.h"
 
-#include "Packets.h"
+#include "AudioPackets.h"
 
 #include <array>
 #include <cstdlib>
@@ -195,6 +196,36 @@ TEST(Allocation, PacketsOfAHundredFramesWithLossesTakeNone)
         EXPECT_GT(sink.Losses, kFrames);
         EXPECT_GT(assembler.Counters().intake.lost, 0u);
     }
+}
+
+TEST(Allocation, AudioWithLossesAndJumpsOnTwoPathsTakesNone)
+{
+    constexpr uint64_t kPacketNs = 125'000;
+    const AudioConfig audio = SmallAudio();
+    FixedSink sink(LayoutOf(audio).lockSize);
+    AudioAssembler assembler(audio, {.payloadType = 96, .paths = 2, .queueDepth = 8}, sink);
+    const std::vector<Bytes> packets = CutAudio(Pattern(1000 * 24, 1), {});
+    const std::vector<Bytes> farPackets =
+        CutAudio(Pattern(100 * 24, 2), {.firstSequence = 1000, .firstTimestamp = 9999});
+    uint64_t nowNs = 1'000'000'000;
+    uint64_t checksum = 0;
+
+    const uint64_t before = allocations;
+    for (const auto* each : {&packets, &farPackets})
+        for (size_t i = 0; i < each->size(); ++i)
+        {
+            nowNs += kPacketNs;
+            assembler.Tick(nowNs);
+            if (i % 5 != 3) assembler.Push((*each)[i], 0, nowNs);
+            if (i % 7 != 3) assembler.Push((*each)[i], 1, nowNs);
+            checksum += assembler.Counters().intake.lost;
+        }
+    const uint64_t taken = allocations - before;
+
+    EXPECT_EQ(taken, 0u);
+    EXPECT_GT(checksum, 0u);
+    EXPECT_EQ(sink.Committed, 275u);
+    EXPECT_GT(sink.Losses, 0u);
 }
 
 } // namespace

@@ -108,14 +108,8 @@ TEST(LayoutOf, EveryBroadcastRasterHasALayoutInEveryFormat)
     EXPECT_EQ(checked, 9u * 27 * 9);
 }
 
-TEST(LayoutOf, AudioAndAncillaryData)
+TEST(LayoutOf, AncillaryDataHasSixteenBuffers)
 {
-    AudioConfig audio; // 16 bits, 48 kHz, 1 ms, 2 channels, 50 packets
-    EXPECT_EQ(LayoutOf(audio).lockSize, 48u * 2 * 2 * 50);
-    audio = {.encodingBytes = 3, .samplingRateHz = 96000, .packetTimeUs = 125, .channels = 8, .packetsPerBuffer = 4};
-    EXPECT_EQ(LayoutOf(audio).lockSize, 12u * 3 * 8 * 4);
-    EXPECT_EQ(LayoutOf(audio).buffers.at(0).size, 12u * 3 * 8 * 4);
-
     const SlotLayout ancillary = LayoutOf(AncillaryConfig{});
     ASSERT_EQ(ancillary.buffers.size(), 16u);
     EXPECT_EQ(ancillary.buffers.at(15).offset + ancillary.buffers.at(15).size, ancillary.lockSize);
@@ -130,7 +124,6 @@ TEST(CheckEssence, TheDefaultsOfAFreshStreamAreAccepted)
 TEST(CheckEssence, WhatTheServiceDoesNotHaveIsCode2)
 {
     EXPECT_EQ(CheckEssence(Direction::Send, VideoConfig{}).code, 2u);
-    EXPECT_EQ(CheckEssence(Direction::Receive, AudioConfig{}).code, 2u);
     EXPECT_EQ(CheckEssence(Direction::Receive, AncillaryConfig{}).code, 2u);
     for (const uint32_t sampling : {kYCbCr420, kConstantLuminance420, kICtCp420, kKey})
     {
