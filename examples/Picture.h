@@ -16,6 +16,7 @@ struct Luma // what the colorimetry of a stream says of red and blue; green is t
 {
     double red;
     double blue;
+    bool operator==(const Luma&) const = default;
 };
 
 constexpr Luma kBt601{0.299, 0.114};
