@@ -1,16 +1,9 @@
 // What a configuration of ancillary data must hold, and where the playlists of its slots lie.
+#include "AncillaryRaster.h"
 #include "EssenceFormat.h"
 
 namespace mxs::media
 {
-
-namespace
-{
-
-constexpr uint32_t kAncillaryBuffers = 16;
-constexpr uint64_t kAncillaryBufferBytes = 16384;
-
-} // namespace
 
 Outcome CheckEssenceOf(Direction, const AncillaryConfig&)
 {
