@@ -1,0 +1,133 @@
+// What reading gives for each description: the own ones, and those of the collection from the field.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ExpectedReading
+{
+    const char* file;
+    // Essence; payload type; source and destination of each path; media clock, timestamp mode, delay, reference clock.
+    // "-" is a field that stays as it was. Video: standard, depth, sampling, packing, colorimetry, transfer, offset.
+    // Audio: coding, packet time, rate, channels, order. Or why there are none: "refused" with the module's code, "no
+    // media", "raises" with the words of the exception.
+    const char* outcome;
+    // How the messages begin, with "E " for errors and "W " for warnings; the last error, of the function, is left out.
+    std::vector<std::string> messages;
+};
+
+// clang-format off
+inline const ExpectedReading kOwnTexts[] = {
+    {"anc_2997.sdp", "anc; 100; 192.0.2.23>239.40.1.1:40000; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"anc_as_its_own_media.sdp", "no media", {"W The media with index 0 as an unsupported type : "}},
+    {"anc_without_format.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"anc_without_standard.sdp", "no media", {"W The configuration video media \""}},
+    {"audio_44100.sdp", "audio L16 1ms - - -; 97; 192.0.2.20>239.30.1.2:30002; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"audio_8ch_125us.sdp", "audio L24 125us 48000 8 \"SMPTE2110.(M,M,M,M,ST,ST,U03,a-name-that-is-longe\"; 97; 192.0.2.19>239.30.1.1:30000; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"audio_am824.sdp", "audio - - - - -; 99; 192.0.2.36>239.30.1.7:30012; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"audio_clock_offset.sdp", "refused 2", {}},
+    {"audio_odd_packet_time.sdp", "audio L24 - - - -; 98; 192.0.2.37>239.30.1.8:30014; direct none - -", {"W Unsupported refclock type : "}},
+    {"audio_session_connection.sdp", "refused 3", {"E No connection is associated with the media with index 0"}},
+    {"clock_with_blanks.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.0.2.33>239.20.1.16:20030; direct none - ptp 00-00-00-00-00-00-00-00:9", {"W Incorrectly formated grandmaster id. It should be 8 bytes long : "}},
+    {"clock_without_domain.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.0.2.32>239.20.1.15:20028; direct none - -", {"W Incorrectly formated reference clock \"ptp=IEEE1588-2008\" : "}},
+    {"everything_of_one_sender.sdp", "video 18 12 YCbCr-4:4:4 GPM BT709 SDR default; 96; 192.0.2.25>239.20.1.12:20022, 192.0.2.25>239.30.1.5:30008, 192.0.2.25>239.40.1.3:40004; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"latin1_name.sdp", "refused 1", {"E No \"ptime\" attribute was found for audio media : "}},
+    {"no_media.sdp", "no media", {"W No media was found"}},
+    {"origin_host_name.sdp", "refused 3", {"E IP address ("}},
+    {"telephone.sdp", "audio - - - - -; 0; 192.0.2.30>192.0.2.30:49170; none none - -", {"W Multiple payloads are associated with the media with index ", "W The media with index 1 as an unsupported type : "}},
+    {"video_1080i25.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 97; 192.0.2.12>239.20.1.5:20004; direct none - traceable", {}},
+    {"video_1080p50.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.0.2.10>239.20.1.3:20000; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"video_1080p5994_troff_tsmode.sdp", "video 15 10 YCbCr-4:2:2 GPM BT709 SDR 37; 112; 192.0.2.11>239.20.1.4:20002; sender SAMP 0 localmac 02-00-5E-10-00-01", {}},
+    {"video_420.sdp", "video - 8 - - - - -; 96; 192.0.2.14>239.20.1.7:20012; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"video_block_packing.sdp", "video - 10 YCbCr-4:2:2 - - - -; 96; 192.0.2.31>239.20.1.14:20026; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"video_compressed.sdp", "no media", {"W The configuration video media \""}},
+    {"video_dup.sdp", "video 4 12 RGB GPM BT709 SDR default; 96; 192.0.2.13>239.20.1.6:20006, 192.0.2.13>239.20.2.6:20008; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"video_folded_format.sdp", "no media", {"W The configuration video media \""}},
+    {"video_ipv6.sdp", "video 11 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; ->-:20010; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {"W The destination address for the media n0is not an IPv4 address.", "W The origin address for the session is not an IPv4 address."}},
+    {"video_missing_values.sdp", "refused 1", {"E The colorimetry value is missing in the following config string : ", "E The bit depth value is missing in the following config string : ", "E The framerate value is missing in the following config string : ", "E The height value is missing in the following config string : ", "E The width value is missing in the following config string : ", "E The packing mode value is missing in the following config string : ", "W TCS property was not found in the following config string :"}},
+    {"video_odd_raster.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 96; 192.0.2.15>239.20.1.8:20014; direct none - ptp 0A-1B-2C-FF-FE-3D-4E-5F:127", {}},
+    {"video_unknown_depth.sdp", "refused 2", {"E Unsupported depth value \""}},
+    {"video_without_clocks.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 0; 192.0.2.41>239.20.1.20:20038; none none - -", {"W Multiple payloads are associated with the media with index "}},
+    {"video_without_format.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"video_without_transfer.sdp", "video 15 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.0.2.38>239.20.1.17:20032; sender none - localmac 02-00-5E-10-00-FF", {"W TCS property was not found in the following config string :"}},
+};
+
+inline const ExpectedReading kFieldTexts[] = {
+    {"aja_lily10g2_1080i29_dup.sdp", "refused 3", {"E IP address ("}},
+    {"aws_elemental_output.sdp", "refused 3", {"E IP address ("}},
+    {"bbc_interop_1080i25.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 103; 192.168.204.37>239.20.33.32:5000; direct none - -", {"W Incorrectly formated reference clock \"ptp=IEEE1588-2008\" : "}},
+    {"bbc_ipstudio_1080i25.sdp", "refused 2", {"W TCS property was not found in the following config string :"}},
+    {"ebu_list_audio_AM824.sdp", "audio - - - - -; 97; 10.1.1.236>239.1.1.1:20000; direct none - ptp 04-5C-6C-FF-FE-0A-53-70:127", {}},
+    {"ebu_list_audio_L24.sdp", "audio L24 1ms 48000 2 \"\"; 97; 10.1.1.236>239.1.1.1:20000; direct none - ptp 04-5C-6C-FF-FE-0A-53-70:127", {}},
+    {"ebu_list_generated_1080p50.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 0.0.0.0>239.50.1.2:50050; direct none - ptp 00-00-00-00-00-00-00-00:0", {"W TCS property was not found in the following config string :"}},
+    {"ebu_list_generated_anc.sdp", "no media", {"W The media with index 0 as an unsupported type : "}},
+    {"ebu_list_video_jxsv-2160p50.sdp", "no media", {"W The configuration video media \"", "W The configuration video media \""}},
+    {"ebu_list_video_raw.sdp", "no media", {"W The configuration video media \""}},
+    {"ebu_list_video_smpte291.sdp", "no media", {"W The configuration video media \""}},
+    {"ebu_node_dual_video.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 98; 192.168.20.202>239.21.125.2:50020, 192.168.20.202>239.121.125.2:50120; direct none - ptp 00-00-00-00-00-00-00-00:42", {"W Incorrectly formated grandmaster id. It should be 8 bytes long : ", "W Incorrectly formated grandmaster id. It should be 8 bytes long : "}},
+    {"ebu_node_single_audio.sdp", "audio L24 1ms 48000 16 \"SVIP.(ST)\"; 97; 192.168.8.38>239.30.112.2:50030; direct none - ptp 28-99-3A-FF-FF-D3-5F-6E:42", {}},
+    {"ebu_node_single_video.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.168.8.34>239.20.112.1:50020; direct none - ptp 28-99-3A-FF-FF-D3-5F-6E:42", {}},
+    {"embrionix_sender_multi.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 96; 192.168.39.13>239.0.0.13:20000, 192.168.39.13>239.0.1.13:20000; direct none - ptp 74-83-EF-FF-FF-00-A6-ED:127", {"W The configuration video media \""}},
+    {"emsfp_anc.sdp", "no media", {"W The configuration video media \""}},
+    {"emsfp_audio_am824_16.sdp", "audio - - - - -; 97; 192.168.10.4>239.4.31.1:20000; direct none - ptp 08-00-11-FF-FE-22-B6-CE:0", {}},
+    {"emsfp_audio_l24_8_125us.sdp", "audio L24 125us 48000 8 \"\"; 97; 192.168.10.4>239.4.30.4:20000; direct none - ptp 08-00-11-FF-FE-22-B6-CE:0", {}},
+    {"emsfp_video_1080p25.sdp", "video 11 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.168.10.4>239.4.20.1:20000; direct none - ptp 08-00-11-FF-FE-22-B6-CE:0", {}},
+    {"gw_anc-50.sdp", "no media", {"W The configuration video media \""}},
+    {"gw_audio-16ch-l24-125us.sdp", "audio L24 125us 48000 16 \"SMPTE2110.(SGRP,SGRP,SGRP,SGRP)\"; 97; 10.1.1.50>239.1.1.4:20004; direct none - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"gw_audio-8ch-l24-1ms-dup.sdp", "audio L24 1ms 48000 8 \"SMPTE2110.(SGRP,SGRP)\"; 97; 10.1.1.50>239.1.1.2:20002, 10.1.1.50>239.2.1.2:20002; direct none - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"gw_bad_fmtp.sdp", "no media", {"W The configuration video media \""}},
+    {"gw_video-1080i50.sdp", "video - 10 YCbCr-4:2:2 - - - -; 96; 10.1.1.50>239.1.1.1:20000; direct none - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"gw_video-2160p50.sdp", "video 32 10 YCbCr-4:2:2 GPM BT2100 SDR default; 98; 10.1.1.50>239.1.1.9:20000; direct none - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"lint_aes67_dante_offset.sdp", "refused 3", {"E No connection is associated with the media with index 0"}},
+    {"lint_anc_2023.sdp", "anc; 100; 192.168.10.21>239.10.10.3:5008; direct SAMP - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"lint_audio_51_st.sdp", "audio L24 1ms 48000 8 \"SMPTE2110.(51,ST)\"; 97; 192.168.10.22>239.10.10.2:5006; direct SAMP - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"lint_rfc4175_legacy.sdp", "no media", {"W The configuration video media \""}},
+    {"lint_video_dup_tsmode.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 192.168.10.21>239.10.10.1:5004, 192.168.10.21>239.20.10.1:5004; direct SAMP - ptp 08-00-11-FF-FE-21-E1-B0:127", {}},
+    {"nmoscpp_sdp_0.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 96; 192.168.9.142>239.22.142.1:50020, 192.168.9.142>239.122.142.1:50120; direct none - traceable", {}},
+    {"nmoscpp_sdp_1.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_sdp_2.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_sdp_3.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_sdp_4.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 96; 192.168.9.142>239.22.142.1:50020, 192.168.9.142>239.122.142.1:50120; direct none - traceable", {}},
+    {"nmoscpp_sdp_5.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_utils_0.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_utils_1.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_utils_2.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmoscpp_utils_3.sdp", "refused 3", {"E IP address ("}},
+    {"nmoscpp_utils_4.sdp", "refused 3", {"E IP address ("}},
+    {"nmoscpp_utils_5.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmostest_anc-7.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmostest_audio-7.sdp", "audio L24 1ms 48000 8 \"SMPTE2110.(U08)\"; 97; 0.0.0.0>239.90.1.1:50090, 0.0.0.0>239.190.1.1:50190; direct none - ptp 08-00-11-FF-FE-21-A5-45:42", {}},
+    {"nmostest_dummy.sdp", "no media", {"W The configuration video media \""}},
+    {"nmostest_tpl_audio.sdp", "audio L24 1ms 48000 2 \"\"; 102; 192.168.1.10>232.1.2.3:5004; direct none - ptp EC-46-70-FF-FE-00-CE-DE:0", {}},
+    {"nmostest_tpl_data.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmostest_tpl_mux.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nmostest_tpl_video-2022-7.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 97; 192.168.1.10>232.1.2.3:5004, 192.168.1.10>232.1.2.3:5004; direct none - ptp EC-46-70-FF-FE-00-CE-DE:0", {}},
+    {"nmostest_video-1080i-7.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 96; 192.168.60.34>239.50.2.2:50050, 192.168.60.34>239.50.2.2:50150; direct none - ptp 08-00-11-FF-FE-21-A5-45:42", {}},
+    {"nmostest_video-1080i.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 UNSPECIFIED -; 96; 0.0.0.0>239.20.160.132:50020; direct none - ptp 08-00-11-FF-FE-21-A5-45:42", {}},
+    {"nvnmos_minimal-unconstrained-data.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"nvnmos_minimal-video-jxsv.sdp", "no media", {"W The configuration video media \""}},
+    {"nvnmos_minimal-video.sdp", "video 11 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; 0.0.0.0>0.0.0.0:5004; direct none - -", {"W TCS property was not found in the following config string :"}},
+    {"own_ipv6_video.sdp", "video 14 10 YCbCr-4:2:2 GPM BT709 SDR default; 96; ->-:20000; direct none - ptp 08-00-11-FF-FE-22-B6-CE:127", {"W The destination address for the media n0is not an IPv4 address.", "W The origin address for the session is not an IPv4 address."}},
+    {"pebble_anc_dup.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"ravenna_daemon_0.sdp", "audio L16 - - - -; 98; 127.0.0.1>239.1.0.1:5004; direct none - -", {"W Unsupported refclock type : "}},
+    {"ravenna_daemon_1.sdp", "audio L16 1ms 48000 2 \"\"; 98; 10.0.0.13>239.1.0.3:5004; direct none - ptp 00-10-4B-FF-FE-7A-87-FC:0", {}},
+    {"ravenna_daemon_2.sdp", "audio L16 1ms 48000 2 \"\"; 98; 10.0.0.13>239.1.0.2:5004; direct none - ptp 00-10-4B-FF-FE-7A-87-FC:0", {}},
+    {"rfc3266_ipv6.sdp", "refused 1", {"E The channel count value is not present in the \"rtpmap\" field : "}},
+    {"sdpoker_aes67-mcast.sdp", "refused 3", {"E No connection is associated with the media with index 0"}},
+    {"sdpoker_bad_bad-line-format.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"sdpoker_bad_missing-media.sdp", "no media", {"W No media was found"}},
+    {"sdpoker_bad_missing-ts-refclk.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 97; 172.29.80.65>232.80.177.113:27346; direct none - -", {}},
+    {"sdpoker_bad_missing-v0.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"sdpoker_rfc7104_sep_dest.sdp", "refused 3", {"E IP address ("}},
+    {"sdpoker_rfc7104_sep_source.sdp", "refused 3", {"E IP address ("}},
+    {"sdpoker_st2022-6.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"sdpoker_st2022-8.sdp", "no media", {"W The configuration video media \""}},
+    {"sdpoker_st2110-10.sdp", "video 4 10 YCbCr-4:2:2 GPM BT709 SDR default; 112; 192.168.100.2>239.100.9.10:50000, 192.168.100.2>239.101.9.10:50020; direct none - ptp 39-A7-94-FF-FE-07-CB-D0:37", {}},
+    {"sdpoker_st2110-20.sdp", "video - 10 YCbCr-4:2:2 GPM BT709 SDR -; 97; 172.29.80.65>232.80.177.113:27346; direct none - ptp EC-46-70-FF-FE-00-CE-DE:0", {}},
+    {"sdpoker_st2110-22.sdp", "no media", {"W The configuration video media \"", "W The configuration video media \""}},
+    {"sdpoker_st2110-30.sdp", "audio L24 1ms 48000 2 \"\"; 102; 172.29.80.65>232.130.55.188:46848; direct none - ptp EC-46-70-FF-FE-00-CE-DE:0", {}},
+    {"sdpoker_st2110-31.sdp", "audio - - - - -; 102; 172.29.80.65>232.130.55.188:46848; direct none - ptp EC-46-70-FF-FE-00-CE-DE:0", {}},
+    {"sdpoker_st2110-40.sdp", "raises [json.exception.out_of_range.401] array index 0 is out of range", {}},
+    {"toolkit_sample_multi.sdp", "audio L24 1ms 48000 8 \"\"; 97; 172.30.64.176>225.0.1.16:20000, 172.30.64.176>225.164.5.190:20000; direct none - ptp 00-02-C5-FF-FE-21-60-5C:127", {"W The configuration video media \""}},
+};
+// clang-format on
