@@ -32,6 +32,12 @@ uint8_t Sum(const Bytes& bytes)
     return sum;
 }
 
+// Of the eight digits of a time code, from the frames on, the one whose highest bit marks the second frame of a pair.
+size_t FlagDigit(const FrameRate& rate)
+{
+    return rate.frames % 25 == 0 ? 7 : 3;
+}
+
 // Bytes that a code of the caption service takes together with its arguments.
 size_t LengthOf(uint8_t code)
 {
@@ -78,29 +84,30 @@ std::string ToText(const TimeCode& timeCode)
 
 // Sixteen bytes, each with four bits of the time code in its upper half: digits in turns with user bits, which are 0
 // here. Bit 3 of the first eight bytes spells, lowest bit first, the kind of the time code: 1, for the one of fields.
-Bytes EncodeTimeCode(const TimeCode& timeCode)
+Bytes EncodeTimeCode(const TimeCode& timeCode, const FrameRate& rate)
 {
     Bytes bytes(16);
     const auto put = [&](size_t digit, uint32_t value) { bytes[digit * 2] |= uint8_t(value << 4); };
     put(0, timeCode.frames % 10);
     put(1, timeCode.frames / 10);
     put(2, timeCode.seconds % 10);
-    put(3, timeCode.seconds / 10 | (timeCode.second ? 8u : 0u));
+    put(3, timeCode.seconds / 10);
     put(4, timeCode.minutes % 10);
     put(5, timeCode.minutes / 10);
     put(6, timeCode.hours % 10);
     put(7, timeCode.hours / 10);
+    if (timeCode.second) put(FlagDigit(rate), 8);
     bytes[0] |= 8;
     return bytes;
 }
 
-std::optional<TimeCode> DecodeTimeCode(const Bytes& bytes)
+std::optional<TimeCode> DecodeTimeCode(const Bytes& bytes, const FrameRate& rate)
 {
     if (bytes.size() != 16) return {};
     const auto digit = [&](size_t index, uint32_t mask) { return uint32_t(bytes[index * 2] >> 4) & mask; };
     const auto number = [&](size_t index, uint32_t tensMask)
     { return digit(index, 15) + 10 * digit(index + 1, tensMask); };
-    return TimeCode{number(6, 3), number(4, 7), number(2, 7), number(0, 3), digit(3, 8) != 0};
+    return TimeCode{number(6, 3), number(4, 7), number(2, 7), number(0, 3), digit(FlagDigit(rate), 8) != 0};
 }
 
 CaptionEncoder::CaptionEncoder(const FrameRate& rate)

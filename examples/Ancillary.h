@@ -35,7 +35,7 @@ struct FrameRate
 struct TimeCode
 {
     uint32_t hours, minutes, seconds, frames;
-    bool second; // of a pair: above 30 frames a second two frames share their number
+    bool second; // of a pair: above 30 frames a second two frames share their number, as two fields do
     bool operator==(const TimeCode&) const = default;
 };
 
@@ -44,8 +44,9 @@ TimeCode TimeCodeOf(uint64_t frame, const FrameRate& rate);
 
 std::string ToText(const TimeCode& timeCode); // hh:mm:ss:ff, with a dot in front of the frames of a second one
 
-Bytes EncodeTimeCode(const TimeCode& timeCode);
-std::optional<TimeCode> DecodeTimeCode(const Bytes& bytes);
+// The flag of the second frame has its place by the family of the rate.
+Bytes EncodeTimeCode(const TimeCode& timeCode, const FrameRate& rate);
+std::optional<TimeCode> DecodeTimeCode(const Bytes& bytes, const FrameRate& rate);
 
 // Makes one caption distribution packet for each frame. A text takes as many of them as it needs.
 class CaptionEncoder

@@ -36,51 +36,61 @@ const char* NameOf(AncIdentity identity)
     return kind == std::end(kKinds) ? "unknown" : kind->name;
 }
 
-// What the words say, or the first of them in hexadecimal.
-std::string Meaning(AncIdentity identity, const Bytes& bytes, CaptionDecoder& captions)
-try
+class Printer
 {
-    if (identity == kCaptions)
-    {
-        const std::optional<std::string> text = captions.Read(bytes);
-        return text ? "\"" + *text + "\"" : "";
-    }
-    if (identity == kTimeCode)
-        if (const std::optional<TimeCode> timeCode = DecodeTimeCode(bytes)) return ToText(*timeCode);
-    std::string hexadecimal;
-    for (size_t i = 0; i < std::min<size_t>(bytes.size(), 16); ++i)
-    {
-        char text[4];
-        std::snprintf(text, sizeof text, "%02X ", bytes[i]);
-        hexadecimal += text;
-    }
-    return hexadecimal;
-}
-catch (const std::exception& damage)
-{
-    return damage.what();
-}
+public:
+    explicit Printer(const FrameRate& rate) : Rate(rate) {}
 
-void Print(uint64_t frame, uint32_t buffer, uint32_t line, const ZEFA_ANC_PACKET& packet, CaptionDecoder& captions)
-{
-    const AncIdentity identity{packet.DID_UB, packet.SDID_UB};
-    Bytes bytes;
-    uint32_t wrongParity = 0;
-    for (uint32_t i = 0; i < packet.DataCount_UB; ++i)
+    void Print(uint64_t frame, uint32_t buffer, uint32_t line, const ZEFA_ANC_PACKET& packet)
     {
-        bytes.push_back(uint8_t(packet.UserWords_pUS[i] & 255));
-        wrongParity += packet.UserWords_pUS[i] != WithParity(bytes.back());
+        const AncIdentity identity{packet.DID_UB, packet.SDID_UB};
+        Bytes bytes;
+        uint32_t wrongParity = 0;
+        for (uint32_t i = 0; i < packet.DataCount_UB; ++i)
+        {
+            bytes.push_back(uint8_t(packet.UserWords_pUS[i] & 255));
+            wrongParity += packet.UserWords_pUS[i] != WithParity(bytes.back());
+        }
+        std::printf("frame %" PRIu64 ", buffer %u, line %u %c, %02X/%02X (%s), %u words: %s", frame, buffer, line,
+                    packet.InHANC_B ? 'H' : 'V', identity.did, identity.sdid, NameOf(identity), packet.DataCount_UB,
+                    Meaning(identity, bytes).c_str());
+        if (wrongParity > 0) std::printf(", %u words with wrong parity", wrongParity);
+        // Behind the user words of a received packet stands its checksum.
+        if (packet.UserWords_pUS &&
+            packet.UserWords_pUS[packet.DataCount_UB] != Checksum(identity, packet.DataCount_UB, packet.UserWords_pUS))
+            std::printf(", wrong checksum");
+        std::printf("\n");
     }
-    std::printf("frame %" PRIu64 ", buffer %u, line %u %c, %02X/%02X (%s), %u words: %s", frame, buffer, line,
-                packet.InHANC_B ? 'H' : 'V', identity.did, identity.sdid, NameOf(identity), packet.DataCount_UB,
-                Meaning(identity, bytes, captions).c_str());
-    if (wrongParity > 0) std::printf(", %u words with wrong parity", wrongParity);
-    // Behind the user words of a received packet stands its checksum.
-    if (packet.UserWords_pUS &&
-        packet.UserWords_pUS[packet.DataCount_UB] != Checksum(identity, packet.DataCount_UB, packet.UserWords_pUS))
-        std::printf(", wrong checksum");
-    std::printf("\n");
-}
+
+private:
+    // What the words say, or the first of them in hexadecimal.
+    std::string Meaning(AncIdentity identity, const Bytes& bytes)
+    try
+    {
+        if (identity == kCaptions)
+        {
+            const std::optional<std::string> text = Captions.Read(bytes);
+            return text ? '"' + *text + '"' : "";
+        }
+        if (identity == kTimeCode)
+            if (const std::optional<TimeCode> timeCode = DecodeTimeCode(bytes, Rate)) return ToText(*timeCode);
+        std::string hexadecimal;
+        for (size_t i = 0; i < std::min<size_t>(bytes.size(), 16); ++i)
+        {
+            char text[4];
+            std::snprintf(text, sizeof text, "%02X ", bytes[i]);
+            hexadecimal += text;
+        }
+        return hexadecimal;
+    }
+    catch (const std::exception& damage)
+    {
+        return damage.what();
+    }
+
+    FrameRate Rate;
+    CaptionDecoder Captions; // a text comes in pieces, frame after frame
+};
 
 void Run(int argc, char** argv)
 {
@@ -90,7 +100,7 @@ void Run(int argc, char** argv)
     const Session session(options);
     const Stream stream(session, ZEFA_STREAM_TYPE_RX, description, options);
 
-    CaptionDecoder captions;
+    Printer printer(signal.rate);
     const auto slots =
         ForEachSlot(stream, options,
                     [&](ZEFA_SLOT slot, uint64_t frame)
@@ -107,7 +117,7 @@ void Run(int argc, char** argv)
                                     ZEFA_ANC_PACKET* packet = nullptr;
                                     Check(ZEFA_SlotAncGetPacket(stream.Handle, slot, line, type, int32_t(i), &packet),
                                           "A packet could not be reached");
-                                    Print(frame, buffer, line, *packet, captions);
+                                    printer.Print(frame, buffer, line, *packet);
                                 }
                             }
                     });

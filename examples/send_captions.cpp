@@ -44,7 +44,7 @@ void Run(int argc, char** argv)
                         if (frame % signal.rate.frames == 0)
                             captions.Show(text + " " + std::to_string(frame / signal.rate.frames));
                         Insert(stream, slot, signal.luma, kTimeCodeLine, true, kTimeCode,
-                               EncodeTimeCode(TimeCodeOf(frame, signal.rate)));
+                               EncodeTimeCode(TimeCodeOf(frame, signal.rate), signal.rate));
                         Insert(stream, slot, signal.luma, kCaptionLine, false, kCaptions, captions.NextPacket());
                     });
     WaitUntilSent(stream);
