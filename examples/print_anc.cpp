@@ -39,7 +39,31 @@ const char* NameOf(AncIdentity identity)
 class Printer
 {
 public:
-    explicit Printer(const FrameRate& rate) : Rate(rate) {}
+    Printer(const Stream& stream, const Signal& signal) : From(stream), Of(signal) {}
+
+    // All packets of a slot, buffer by buffer and line by line.
+    void PrintSlot(ZEFA_SLOT slot, uint64_t frame)
+    {
+        for (uint32_t buffer = 0; buffer < 16; ++buffer)
+            for (uint32_t line = 1; line <= Of.lines; ++line)
+                PrintLine(slot, frame, buffer, line);
+    }
+
+private:
+    void PrintLine(ZEFA_SLOT slot, uint64_t frame, uint32_t buffer, uint32_t line)
+    {
+        const ZEFA_BUFFER_TYPE type = ZEFA_BUFFER_ANC_0 + buffer;
+        uint32_t count = 0;
+        Check(ZEFA_SlotAncGetNbPackets(From.Handle, slot, line, type, &count),
+              "The packets of a line could not be counted");
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            ZEFA_ANC_PACKET* packet = nullptr;
+            Check(ZEFA_SlotAncGetPacket(From.Handle, slot, line, type, int32_t(i), &packet),
+                  "A packet could not be reached");
+            Print(frame, buffer, line, *packet);
+        }
+    }
 
     void Print(uint64_t frame, uint32_t buffer, uint32_t line, const ZEFA_ANC_PACKET& packet)
     {
@@ -62,7 +86,6 @@ public:
         std::printf("\n");
     }
 
-private:
     // What the words say, or the first of them in hexadecimal.
     std::string Meaning(AncIdentity identity, const Bytes& bytes)
     try
@@ -73,7 +96,7 @@ private:
             return text ? '"' + *text + '"' : "";
         }
         if (identity == kTimeCode)
-            if (const std::optional<TimeCode> timeCode = DecodeTimeCode(bytes, Rate)) return ToText(*timeCode);
+            if (const std::optional<TimeCode> timeCode = DecodeTimeCode(bytes, Of.rate)) return ToText(*timeCode);
         std::string hexadecimal;
         for (size_t i = 0; i < std::min<size_t>(bytes.size(), 16); ++i)
         {
@@ -88,7 +111,8 @@ private:
         return damage.what();
     }
 
-    FrameRate Rate;
+    const Stream& From;
+    const Signal& Of;
     CaptionDecoder Captions; // a text comes in pieces, frame after frame
 };
 
@@ -100,27 +124,9 @@ void Run(int argc, char** argv)
     const Session session(options);
     const Stream stream(session, ZEFA_STREAM_TYPE_RX, description, options);
 
-    Printer printer(signal.rate);
+    Printer printer(stream, signal);
     const auto slots =
-        ForEachSlot(stream, options,
-                    [&](ZEFA_SLOT slot, uint64_t frame)
-                    {
-                        for (uint32_t buffer = 0; buffer < 16; ++buffer)
-                            for (uint32_t line = 1; line <= signal.lines; ++line)
-                            {
-                                const ZEFA_BUFFER_TYPE type = ZEFA_BUFFER_ANC_0 + buffer;
-                                uint32_t count = 0;
-                                Check(ZEFA_SlotAncGetNbPackets(stream.Handle, slot, line, type, &count),
-                                      "The packets of a line could not be counted");
-                                for (uint32_t i = 0; i < count; ++i)
-                                {
-                                    ZEFA_ANC_PACKET* packet = nullptr;
-                                    Check(ZEFA_SlotAncGetPacket(stream.Handle, slot, line, type, int32_t(i), &packet),
-                                          "A packet could not be reached");
-                                    printer.Print(frame, buffer, line, *packet);
-                                }
-                            }
-                    });
+        ForEachSlot(stream, options, [&](ZEFA_SLOT slot, uint64_t frame) { printer.PrintSlot(slot, frame); });
     Report(stream, slots);
 }
 
