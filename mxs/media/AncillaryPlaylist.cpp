@@ -24,9 +24,7 @@ constexpr uint16_t kFiller = 0xFFFF; // keeps headers on multiples of four bytes
 constexpr uint16_t kPad = 0x1000;    // up to the next multiple of 64 bytes
 constexpr size_t kPadUnit = 64;
 
-// The ancillary data flag before each packet: 0x000 0x3FF 0x3FF. Interfaces of eight bits leave the low two bits open.
-constexpr size_t kFlagWords = 3;
-constexpr uint16_t kLeastFlag = 0x3FC;
+constexpr uint16_t kLeastFlag = 0x3FC; // interfaces of eight bits leave the low two bits of the flag open
 constexpr uint16_t kMostWord = 0x3FF;
 
 bool IsBlank(uint16_t word)
@@ -46,7 +44,7 @@ void AncillaryPlaylistWriter::Put16(size_t value)
 bool AncillaryPlaylistWriter::Add(uint16_t line, bool horizontal, std::span<const uint16_t> words)
 {
     const auto header = static_cast<uint16_t>(kIsHeader | (horizontal ? kIsHorizontal : 0) | (line & kLineBits));
-    const size_t packetBytes = 2 * (kFlagWords + words.size());
+    const size_t packetBytes = 2 * (kAncillaryFlagWords + words.size());
     const bool sameSection =
         SectionAt != 0 && SectionWord == header && At - SectionAt - kSectionHeader + packetBytes <= UINT16_MAX;
     const size_t headerBytes = sameSection ? 0 : At % 4 + kSectionHeader;
@@ -166,11 +164,11 @@ bool AncillaryPlaylistReader::IsEmptyLineMarker() const
 bool AncillaryPlaylistReader::ReadPacket(Packet& out)
 {
     const size_t words = (SectionEnd - At) / 2;
-    const size_t first = At + 2 * kFlagWords;
-    const bool flagged = words >= kFlagWords + kAncillaryFixedWords && WordAt(At) == 0 &&
+    const size_t first = At + 2 * kAncillaryFlagWords;
+    const bool flagged = words >= kAncillaryFlagWords + kAncillaryFixedWords && WordAt(At) == 0 &&
                          WordAt(At + 2) >= kLeastFlag && WordAt(At + 4) >= kLeastFlag;
     const size_t count = flagged ? AncillaryWordCount(WordAt(first + 4)) : 0;
-    if (!flagged || words < kFlagWords + count)
+    if (!flagged || words < kAncillaryFlagWords + count)
     {
         RefuseUpTo(SectionEnd);
         return false;

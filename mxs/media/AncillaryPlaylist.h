@@ -12,6 +12,7 @@ namespace mxs::media
 {
 
 constexpr size_t kEmptyPlaylistBytes = 12;
+constexpr size_t kAncillaryFlagWords = 3; // before each packet: 0x000 0x3FF 0x3FF
 
 class AncillaryPlaylistWriter
 {
@@ -23,8 +24,7 @@ public:
     // line and area that follow one another share a section.
     bool Add(uint16_t line, bool horizontal, std::span<const uint16_t> words);
 
-    // Bytes up to here: where the next section or the end stands.
-    size_t Position() const { return At; }
+    size_t NextSection() const { return (At + 3) / 4 * 4; } // where a section would begin that begins now
 
     size_t Finish(); // writes size and end; returns the bytes of the playlist
 
