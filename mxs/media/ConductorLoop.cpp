@@ -19,6 +19,7 @@
 #include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/prctl.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -313,6 +314,7 @@ bool ConductorLoop::Start(uint32_t osCore)
         Inner->thread = std::thread(
             [state = Inner.get(), osCore, pinned = std::move(pinned)]() mutable
             {
+                prctl(PR_SET_TIMERSLACK, 1000UL); // senders are woken for every burst
                 pthread_setname_np(pthread_self(), ("conductor-" + std::to_string(osCore)).substr(0, 15).c_str());
                 const bool ok = PinThisThread(osCore);
                 pinned.set_value(ok);

@@ -4,6 +4,7 @@
 #include "AudioPacketizer.h"
 #include "Packetizer.h"
 #include "VideoAssembler.h"
+#include "VideoPacketizer.h"
 
 namespace mxs::media
 {
@@ -24,9 +25,9 @@ std::unique_ptr<Assembler> AssemblerOf(const AncillaryConfig&, const AssemblerSe
     return nullptr;
 }
 
-std::unique_ptr<Packetizer> PacketizerOf(const VideoConfig&, const PacketizerSettings&)
+std::unique_ptr<Packetizer> PacketizerOf(const VideoConfig& video, const PacketizerSettings& settings)
 {
-    return nullptr;
+    return std::make_unique<VideoPacketizer>(video, settings);
 }
 std::unique_ptr<Packetizer> PacketizerOf(const AudioConfig& audio, const PacketizerSettings& settings)
 {

@@ -2,6 +2,7 @@
 #include "MediaStream.h"
 
 #include "RtpReceiver.h"
+#include "RtpSender.h"
 
 namespace mxs::media
 {
@@ -36,6 +37,7 @@ std::unique_ptr<MediaStream> MakeMediaStream(Direction direction, const CommonCo
 {
     if (Outcome wrong = CheckEssence(direction, essence); wrong.Failed())
         return std::make_unique<RefusedStream>(std::move(wrong));
+    if (direction == Direction::Send) return std::make_unique<RtpSender>(common, network, essence, settings);
     return std::make_unique<RtpReceiver>(common, network, essence, settings, drops);
 }
 

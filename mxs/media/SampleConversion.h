@@ -1,4 +1,5 @@
-// Puts samples from packets into a slot in the application's format, and black where no packet brought any.
+// Puts samples from packets into a slot in the application's format, and black where no packet brought any; takes
+// samples out of a slot into packets.
 #pragma once
 
 #include "PixelGroups.h"
@@ -22,6 +23,10 @@ public:
 
     // `payload` holds `groups` network groups.
     void Write(uint8_t* slot, uint64_t firstGroup, const uint8_t* payload, uint64_t groups) const;
+
+    // The way back: `payload` has room for `groups` network groups.
+    void Read(const uint8_t* slot, uint64_t firstGroup, uint8_t* payload, uint64_t groups) const;
+
     void FillBlack(uint8_t* slot, uint64_t firstGroup, uint64_t groups) const;
 
     // Bytes of the slot that the groups touch, wholly or in part.
@@ -32,14 +37,19 @@ public:
     };
     ByteRange BytesOf(uint64_t firstGroup, uint64_t groups) const;
 
-private:
-    using Conversion = void (*)(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, uint64_t components);
+    // Of runs that begin at a component of the slot and at the first byte of the payload.
+    struct Conversions
+    {
+        void (*toSlot)(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, uint64_t components);
+        void (*fromSlot)(const uint8_t* slot, uint64_t firstComponent, uint8_t* payload, uint64_t components);
+    };
 
+private:
     const PixelGroup& Network;
     const uint32_t ComponentBits; // one component in the slot
     const bool LeastBitFirst;     // within a byte that two components share
     const bool PlainCopy;
-    const Conversion Convert;
+    const Conversions Convert;
     uint64_t BlackPeriodBytes = 0;
     std::vector<uint8_t> Black; // some periods of the black picture
 };

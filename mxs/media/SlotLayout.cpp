@@ -9,6 +9,7 @@ namespace
 {
 
 constexpr uint8_t kLastPayloadType = 127;
+constexpr uint8_t kLastDscp = 63;
 constexpr size_t kMostConnections = 128;
 constexpr uint32_t kLastUnicast = 0xDFFFFFFF;
 constexpr uint32_t kFirstMulticast = 0xE0000000;
@@ -22,6 +23,7 @@ Outcome CheckConnection(Direction direction, const ConnectionConfig& connection)
     if (direction == Direction::Send)
     {
         if (connection.destinationIp == 0) return BadValue("A connection has no destination to send to.");
+        if (connection.dscp > kLastDscp) return BadValue("The DSCP is above 63.");
         if (connection.sourceIp > kLastUnicast) return BadValue("The source is no unicast address.");
         return {}; // the list of sources is a receiver's
     }

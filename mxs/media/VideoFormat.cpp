@@ -16,6 +16,8 @@ namespace
 constexpr uint32_t kLargestWidth = 32768;
 constexpr uint32_t kLargestFieldHeight = 32768;
 
+constexpr uint32_t kHighestSendRate = 1000;
+
 struct FieldBytes
 {
     uint64_t first = 0;
@@ -46,7 +48,6 @@ Outcome CheckBits(const char* side, const BitProperties& bits)
 
 Outcome CheckEssenceOf(Direction direction, const VideoConfig& video)
 {
-    if (direction == Direction::Send) return NotThere("This service does not send streams.");
     if (Outcome wrong = CheckBits("network", video.network); wrong.Failed()) return wrong;
     if (Outcome wrong = CheckBits("application", video.application); wrong.Failed()) return wrong;
     if (video.network.padding != kPacked || video.network.endianness != kBigEndian)
@@ -64,6 +65,8 @@ Outcome CheckEssenceOf(Direction direction, const VideoConfig& video)
     if (video.width == 0 || video.height == 0) return BadValue("The frame has no width or no height.");
     if (video.interlaced && video.height < 2) return BadValue("An interlaced frame has at least two lines.");
     if (video.framerate == 0) return BadValue("The frame rate is 0.");
+    if (direction == Direction::Send && video.framerate > kHighestSendRate)
+        return BadValue("The frame rate is above 1000, the highest that is sent.");
     const uint64_t fieldHeight = video.interlaced ? (uint64_t{video.height} + 1) / 2 : video.height;
     if (video.width > kLargestWidth || fieldHeight > kLargestFieldHeight)
         return BadValue("The frame is larger than 32768 samples by 32768 lines of a field.");

@@ -138,8 +138,112 @@ TEST_P(SampleFormats, ManyGroupsAtOnceAreTheSameAsOneByOne)
     EXPECT_EQ(atOnce, oneByOne);
 }
 
+TEST_P(SampleFormats, WhatIsStoredWithoutLossComesOutAsTheGroup)
+{
+    const FormatCase& test = GetParam();
+    if (test.application.depth < test.network.depth) return; // kBackCases have them
+    const PixelGroup* network = FindPixelGroup(test.network.sampling, DepthBits(test.network.depth));
+    const SampleConverter converter(*network, test.application);
+    Bytes slot, expected;
+    for (int copy = 0; copy < 4; ++copy)
+    {
+        slot.insert(slot.end(), test.stored.begin(), test.stored.end());
+        expected.insert(expected.end(), test.group.begin(), test.group.end());
+    }
+    Bytes payload(expected.size(), 0xEE);
+
+    for (const uint64_t group : {2u, 0u, 3u, 1u})
+        converter.Read(slot.data(), group, payload.data() + group * network->bytes, 1);
+
+    EXPECT_EQ(payload, expected);
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, SampleFormats, testing::ValuesIn(kFormatCases),
                          [](const auto& each) { return std::string(each.param.name); });
+
+TEST(ReadSamples, DepthsAreRoundedAndNumbersBeyondTheRangeAreCut)
+{
+    const FormatCase cases[] = {
+        // 201 -> 80, 040 -> 10, 1FF -> 80, 3AC -> EB
+        {"10 in 16 little to 8", {1, k8}, {0x80, 0x10, 0x80, 0xEB}, {1, k10, 1, 1}, {1, 2, 0x40, 0, 0xFF, 1, 0xAC, 3}},
+        {"10 packed to 8", {1, k8}, {0x80, 0x10, 0x80, 0xEB}, {1, k10, 0, 0}, {0x80, 0x44, 0x07, 0xFF, 0xAC}},
+        {"10 packed little to 8", {1, k8}, {0x80, 0x10, 0x80, 0xEB}, {1, k10, 0, 1}, {1, 2, 0xF1, 0x1F, 0xEB}},
+        // 3FF -> FF (100 does not fit), 3FD -> FF, 3FE -> FF, 001 -> 00
+        {"10 in 32 big to 8",
+         {1, k8},
+         {0xFF, 0xFF, 0xFF, 0x00},
+         {1, k10, 2, 0},
+         {0, 0, 3, 0xFF, 0, 0, 3, 0xFD, 0, 0, 3, 0xFE, 0, 0, 0, 1}},
+        // 801 -> 200, 100 -> 040, FFF -> 3FF, EB8 -> 3AE
+        {"12 packed to 10", {1, k10}, {0x80, 0x04, 0x0F, 0xFF, 0xAE}, {1, k12, 0, 0}, kGroup422x12},
+        {"12 packed little to 8", {1, k8}, {0x80, 0x10, 0xFF, 0xEC}, {1, k12, 0, 1}, {1, 8, 0x10, 0xFF, 0x8F, 0xEB}},
+        // 80 -> 200, 10 -> 040, 7F -> 1FC, EB -> 3AC
+        {"8 to 10", {1, k10}, {0x80, 0x04, 0x07, 0xF3, 0xAC}, {1, k8, 0, 0}, kGroup422x8},
+        {"8 in 32 little to 12",
+         {1, k12},
+         {0x80, 0x01, 0x00, 0x7F, 0x0E, 0xB0},
+         {1, k8, 2, 1},
+         {0x80, 0, 0, 0, 0x10, 0, 0, 0, 0x7F, 0, 0, 0, 0xEB, 0, 0, 0}},
+        // 400 -> 3FF, FFFF -> 3FF, 3FF, 000
+        {"10 in 16 big, too high",
+         {1, k10},
+         {0xFF, 0xFF, 0xFF, 0xFC, 0x00},
+         {1, k10, 1, 0},
+         {4, 0, 0xFF, 0xFF, 3, 0xFF, 0, 0}},
+        // 10000 -> 3FF, 400 -> 3FF, FFFFFFFF -> 3FF, 001
+        {"10 in 32 little, too high",
+         {1, k10},
+         {0xFF, 0xFF, 0xFF, 0xFC, 0x01},
+         {1, k10, 2, 1},
+         {0, 0, 1, 0, 0, 4, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF, 1, 0, 0, 0}},
+        // 100 -> FF -> 3FC, FF -> 3FC, 01 -> 004, 8000 -> 3FC
+        {"8 in 16 big, too high, to 10",
+         {1, k10},
+         {0xFF, 0x3F, 0xC0, 0x13, 0xFC},
+         {1, k8, 1, 0},
+         {1, 0, 0, 0xFF, 0, 1, 0x80, 0}},
+        // three components: 1FF -> FF, 02, FFFFFFFF -> FF
+        {"444 of 8 in 32 big, too high",
+         {2, k8},
+         {0xFF, 0x02, 0xFF},
+         {2, k8, 2, 0},
+         {0, 0, 1, 0xFF, 0, 0, 0, 2, 0xFF, 0xFF, 0xFF, 0xFF}},
+    };
+    for (const FormatCase& test : cases)
+    {
+        const PixelGroup* network = FindPixelGroup(test.network.sampling, DepthBits(test.network.depth));
+        const SampleConverter converter(*network, test.application);
+        Bytes payload(test.group.size(), 0xEE);
+        converter.Read(test.stored.data(), 0, payload.data(), 1);
+        EXPECT_EQ(payload, test.group) << test.name;
+    }
+}
+
+TEST(ReadSamples, AnyRunOfGroupsComesOutAsItWentIn)
+{
+    for (const PixelGroup& network : AllPixelGroups())
+        for (uint32_t depth = (network.depth - 8) / 2; depth <= k12; ++depth)
+            for (const uint32_t padding : {0u, 1u, 2u})
+                for (const uint32_t endianness : {0u, 1u})
+                {
+                    const BitProperties application{network.sampling, depth, padding, endianness};
+                    const SampleConverter converter(network, application);
+                    const uint64_t groups = 40;
+                    const Bytes payload = mxs::media::test::Pattern(network.bytes * groups, 11 + depth);
+                    Bytes slot(groups * network.components * StoredBits(application) / 8 + 1, 0xEE);
+                    converter.Write(slot.data(), 0, payload.data(), groups);
+
+                    for (const uint64_t first : {0u, 1u, 2u, 3u, 39u})
+                    {
+                        Bytes read(network.bytes * (groups - first), 0xEE);
+                        converter.Read(slot.data(), first, read.data(), groups - first);
+                        const Bytes expected(payload.begin() + static_cast<std::ptrdiff_t>(first * network.bytes),
+                                             payload.end());
+                        ASSERT_EQ(read, expected) << network.sampling << " " << network.depth << " in " << depth << " "
+                                                  << padding << " " << endianness << " from " << first;
+                    }
+                }
+}
 
 TEST(SampleConverter, CopiesPayloadOnlyWhenBothSidesHaveTheSameBytes)
 {

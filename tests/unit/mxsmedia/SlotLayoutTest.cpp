@@ -123,7 +123,6 @@ TEST(CheckEssence, TheDefaultsOfAFreshStreamAreAccepted)
 
 TEST(CheckEssence, WhatTheServiceDoesNotHaveIsCode2)
 {
-    EXPECT_EQ(CheckEssence(Direction::Send, VideoConfig{}).code, 2u);
     EXPECT_EQ(CheckEssence(Direction::Receive, AncillaryConfig{}).code, 2u);
     for (const uint32_t sampling : {kYCbCr420, kConstantLuminance420, kICtCp420, kKey})
     {
@@ -185,6 +184,17 @@ TEST(CheckEssence, BadValuesAreCode4WithASentence)
         EXPECT_EQ(outcome.code, 4u) << test.name;
         EXPECT_FALSE(outcome.message.empty()) << test.name;
     }
+}
+
+TEST(CheckEssence, WhatIsReceivedIsSentTooAtAThousandFramesASecondAtMost)
+{
+    EXPECT_EQ(CheckEssence(Direction::Send, VideoConfig{}).code, 0u);
+    VideoConfig video = SmallVideo();
+    video.framerate = 1000;
+    EXPECT_EQ(CheckEssence(Direction::Send, video).code, 0u);
+    video.framerate = 1001;
+    EXPECT_EQ(CheckEssence(Direction::Send, video).code, 4u);
+    EXPECT_EQ(CheckReceive(video).code, 0u);
 }
 
 TEST(CheckEssence, AWidthMustBeWholeGroupsOnBothSides)
@@ -252,4 +262,8 @@ TEST(CheckNetwork, ASenderHasADestinationAndMayNameItsSource)
     network = OneConnection(0xEF640101);
     network.connections[0].sources = {0xEF640102}; // of no meaning to a sender
     EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 0u);
+    network.connections[0].dscp = 63;
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 0u);
+    network.connections[0].dscp = 64;
+    EXPECT_EQ(CheckNetwork(Direction::Send, network).code, 4u);
 }

@@ -1,0 +1,142 @@
+// When slots are due, told by hand: moments counted from 1970, periods without a slot, clocks that step.
+#include "mxs/media/SlotSchedule.h"
+
+#include <gtest/gtest.h>
+
+using namespace mxs::media;
+
+namespace
+{
+
+constexpr uint64_t kMs = 1'000'000;
+constexpr uint64_t kSecond = 1'000'000'000;
+constexpr SlotPeriod k25{1, 25}, k5994{1001, 60000}, k1ms{1, 1000}, k50ms{50, 1000};
+
+} // namespace
+
+TEST(SlotSchedule, TheFirstSlotWaitsForTheNextMomentOfTheRaster)
+{
+    SlotSchedule schedule(k25, k25);
+
+    EXPECT_EQ(schedule.WaitNs(1000 * kSecond + 1), 40 * kMs - 1);
+    EXPECT_EQ(schedule.MomentNs(), 1000 * kSecond + 40 * kMs);
+    EXPECT_EQ(schedule.WaitNs(1000 * kSecond + 39 * kMs), 1 * kMs);
+    EXPECT_EQ(schedule.WaitNs(1000 * kSecond + 40 * kMs), 0u);
+    EXPECT_EQ(schedule.WaitNs(1000 * kSecond + 41 * kMs), 0u); // a little late is still this moment
+    EXPECT_EQ(schedule.MomentNs(), 1000 * kSecond + 40 * kMs);
+}
+
+TEST(SlotSchedule, MomentsOfAFractionalRateNeverDrift)
+{
+    SlotSchedule schedule(k5994, k5994);
+    // 1001 s are exactly 60,000 frames: so is every multiple of 1001 s.
+    const uint64_t whole = 1001 * 1'700'000 * kSecond;
+    schedule.WaitNs(whole - 1);
+    EXPECT_EQ(schedule.MomentNs(), whole);
+    schedule.Began();
+    EXPECT_EQ(schedule.MomentNs(), whole + 16683334); // 16,683,333.3 rounded up
+    schedule.Began();
+    EXPECT_EQ(schedule.MomentNs(), whole + 33366667);
+    for (int frame = 2; frame < 60000; ++frame)
+        schedule.Began();
+    EXPECT_EQ(schedule.MomentNs(), whole + 1001 * kSecond);
+}
+
+TEST(SlotSchedule, SlotsOfSeveralRastersFollowOneAnotherByTheirPeriod)
+{
+    SlotSchedule schedule(k1ms, k50ms);
+    schedule.WaitNs(7 * kSecond + 500);
+    EXPECT_EQ(schedule.MomentNs(), 7 * kSecond + 1 * kMs);
+    schedule.Began();
+    EXPECT_EQ(schedule.MomentNs(), 7 * kSecond + 51 * kMs);
+}
+
+TEST(SlotSchedule, BeforeTheFirstSlotNothingIsMissed)
+{
+    SlotSchedule schedule(k25, k25);
+    uint64_t tai = 100 * kSecond;
+    for (int frame = 0; frame < 10; ++frame)
+    {
+        tai += schedule.WaitNs(tai);
+        EXPECT_EQ(schedule.Missed(tai, tai), 0u);
+    }
+}
+
+TEST(SlotSchedule, EachPeriodWithoutASlotIsMissedOnce)
+{
+    constexpr uint64_t kBoot = 90 * kSecond; // the monotonic clock is behind by this
+    SlotSchedule schedule(k25, k25);
+    uint64_t tai = 100 * kSecond;
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+    uint64_t missed = 0;
+    for (const uint64_t jitterNs : {300'000, 20'000, 0, 150'000, 5'000}) // of being woken
+    {
+        tai += schedule.WaitNs(tai) + jitterNs;
+        missed += schedule.Missed(tai, tai - kBoot);
+    }
+    EXPECT_EQ(missed, 5u);
+    tai += schedule.WaitNs(tai);
+    EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + 7 * 40 * kMs);
+    schedule.Began();
+    tai += schedule.WaitNs(tai);
+    EXPECT_EQ(schedule.Missed(tai, tai - kBoot), 1u);
+}
+
+TEST(SlotSchedule, LongSlotsAreLookedForAtEachMomentAndMissedOnceAPeriod)
+{
+    SlotSchedule schedule(k1ms, k50ms);
+    uint64_t tai = 100 * kSecond;
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+    tai += schedule.WaitNs(tai);
+    EXPECT_EQ(tai, 100 * kSecond + 51 * kMs);
+    uint64_t missed = 0;
+    for (int look = 0; look < 120; ++look) // the last of them 119 ms after the first
+    {
+        missed += schedule.Missed(tai, tai);
+        EXPECT_EQ(schedule.WaitNs(tai), 1 * kMs);
+        tai += 1 * kMs;
+    }
+    EXPECT_EQ(missed, 3u);
+    EXPECT_EQ(schedule.WaitNs(tai), 0u);
+    schedule.Began(); // in the middle of a period: on the raster all the same
+    EXPECT_EQ(schedule.WaitNs(tai), 50 * kMs);
+}
+
+TEST(SlotSchedule, ShortRastersAreNotLookedAtMoreOftenThanOnceAMillisecond)
+{
+    SlotSchedule schedule({1, 8000}, {1, 8000});
+    uint64_t tai = 100 * kSecond;
+    tai += schedule.WaitNs(tai);
+    EXPECT_EQ(tai, 100 * kSecond + 125'000);
+    schedule.Missed(tai, tai);
+
+    EXPECT_EQ(schedule.WaitNs(tai), 1 * kMs);
+}
+
+TEST(SlotSchedule, AStallOfMoreThanAPeriodBeginsAnewOnTheRaster)
+{
+    SlotSchedule schedule(k25, k25);
+    uint64_t tai = 100 * kSecond;
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+    EXPECT_EQ(schedule.WaitNs(100 * kSecond + 120 * kMs), 0u); // one period late: caught up with
+    EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + 80 * kMs);
+
+    EXPECT_EQ(schedule.WaitNs(100 * kSecond + 125 * kMs), 35 * kMs);
+    EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + 160 * kMs);
+}
+
+TEST(SlotSchedule, AClockThatStepsIsFollowed)
+{
+    SlotSchedule schedule(k25, k25);
+    uint64_t tai = 100 * kSecond;
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+
+    EXPECT_EQ(schedule.WaitNs(50 * kSecond + 10 * kMs), 30 * kMs); // back
+    EXPECT_EQ(schedule.MomentNs(), 50 * kSecond + 40 * kMs);
+    EXPECT_EQ(schedule.WaitNs(5000 * kSecond), 40 * kMs); // ahead
+    EXPECT_EQ(schedule.MomentNs(), 5000 * kSecond + 40 * kMs);
+}
