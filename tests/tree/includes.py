@@ -16,14 +16,15 @@ ROWS = {
     "src/commandpipe/restserver": (("src/logger", "src/platform"), ("cpprest/",)),
     "src/commandpipe/restclient": (("src/commandpipe/restserver", "src/logger"), ("cpprest/", "pplx/")),
     "src/sdp": (("src/core", "src/logger", "src/platform", "include"), ("nlohmann/", "pcre2.h", "boost/algorithm/")),
-    "src/stream": (("src/commandpipe/restclient", "src/commandpipe/restserver", "src/core", "src/logger",
+    "src/anc": (("src/core", "include"), ()),
+    "src/stream": (("src/anc", "src/commandpipe/restclient", "src/commandpipe/restserver", "src/core", "src/logger",
                     "flowrail", "include"), ()),
-    "src/api": (("src/commandpipe/restclient", "src/commandpipe/restserver", "src/core", "src/logger",
+    "src/api": (("src/anc", "src/commandpipe/restclient", "src/commandpipe/restserver", "src/core", "src/logger",
                  "src/platform", "src/sdp", "src/stream", "flowrail", "include"), ()),
     "flowrail": ((), ()),
     "mxs": (("flowrail",), ("nlohmann/", "boost/")),
     "examples": (("include",), ("png.h",)),
-    "tools": (("include",), ()),
+    "tools": (("include",), ("nlohmann/",)),
 }
 THIRD_PARTY = ("cpprest/", "pplx/", "nlohmann/", "boost/", "pcre2.h", "png.h")
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')

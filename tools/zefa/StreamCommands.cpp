@@ -1,0 +1,255 @@
+// zefa receive and zefa send: media through the ring, with live counters.
+#include "Commands.h"
+#include "Failure.h"
+#include "Report.h"
+#include "Session.h"
+#include "StreamFiles.h"
+#include "StreamSession.h"
+#include "Words.h"
+
+#include <chrono>
+#include <cstdio>
+#include <optional>
+
+namespace zefa
+{
+namespace
+{
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+// When to end, by the options and by what has happened.
+class Limits
+{
+public:
+    explicit Limits(const Arguments& arguments)
+        : Slots(arguments.Number("--slots", 1, UINT64_MAX, UINT64_MAX)),
+          Seconds(static_cast<double>(arguments.Number("--seconds", 1, 1'000'000'000, 1'000'000'000))),
+          Patience(static_cast<double>(arguments.Number("--timeout", 1, 1'000'000'000, 10)))
+    {
+    }
+
+    bool GoOn() const { return !Interrupted() && Done < Slots && SecondsSince(Start) < Seconds; }
+    void Count()
+    {
+        ++Done;
+        Last = Clock::now();
+    }
+    bool OutOfPatience() const { return SecondsSince(Last) >= Patience; }
+    std::string PatienceText() const { return std::to_string(static_cast<uint64_t>(Patience)) + " s"; }
+
+    uint64_t Done = 0;
+    const Clock::time_point Start = Clock::now();
+
+private:
+    const uint64_t Slots;
+    const double Seconds, Patience;
+    Clock::time_point Last = Start;
+};
+
+// One line of counters once an interval: redrawn in place on a terminal, JSON with --json.
+class CounterLine
+{
+public:
+    CounterLine(const Arguments& arguments, bool toErrors)
+        : AsJson(arguments.Has("--json")), ToErrors(toErrors), InPlace(!AsJson && !toErrors && OutputIsTerminal()),
+          Interval(static_cast<double>(arguments.Number("--interval", 1, 3'600'000, 1000)) / 1000)
+    {
+    }
+
+    void PrintWhenDue(const Stream& stream, const Limits& limits, uint64_t holes)
+    {
+        if (SecondsSince(LastTime) >= Interval) Show(stream, limits, holes, InPlace ? "" : "\n");
+    }
+
+    void PrintLast(const Stream& stream, const Limits& limits, uint64_t holes) { Show(stream, limits, holes, "\n"); }
+
+private:
+    void Show(const Stream& stream, const Limits& limits, uint64_t holes, const char* end)
+    {
+        const double since = SecondsSince(LastTime);
+        const double rate = since > 0 ? static_cast<double>(limits.Done - LastSlots) / since : 0;
+        LastTime = Clock::now();
+        LastSlots = limits.Done;
+        const Counters counters = stream.Count();
+        const Json document{{"seconds", SecondsSince(limits.Start)},
+                            {"slots", limits.Done},
+                            {"slotsPerSecond", rate},
+                            {"slotsFilled", counters.Common.SlotsFilled_UL},
+                            {"slotsDropped", counters.Common.SlotDropped_UL},
+                            {"packets", counters.Network.TotalTransferredPacketCount_ULL},
+                            {"packetsProcessed", counters.Network.TotalProcessedPacketCount_ULL},
+                            {"packetsLost", counters.Network.LostPacketsCount_ULL},
+                            {"drops", counters.Network.DropCount_ULL},
+                            {"underruns", counters.Network.UnderrunCount_ULL},
+                            {"holes", holes},
+                            {"ssrc", counters.Network.ReceivedSSRC_UL}};
+        const std::string text = AsJson ? JsonText(document, false) : Line(document);
+        const std::string whole = (InPlace ? "\r\x1b[K" : "") + text + end;
+        if (ToErrors)
+            std::fputs(whole.c_str(), stderr);
+        else
+            Print(whole);
+    }
+
+    static std::string Line(const Json& counters)
+    {
+        char text[256];
+        std::snprintf(text, sizeof text,
+                      "%8.1f s  %llu slots  %.2f/s  %llu packets  %llu lost  %llu holes  %llu dropped  %llu underruns  "
+                      "%llu in the ring",
+                      counters["seconds"].get<double>(), Number(counters, "slots"),
+                      counters["slotsPerSecond"].get<double>(), Number(counters, "packets"),
+                      Number(counters, "packetsLost"), Number(counters, "holes"), Number(counters, "slotsDropped"),
+                      Number(counters, "underruns"), Number(counters, "slotsFilled"));
+        return text;
+    }
+
+    static unsigned long long Number(const Json& counters, const char* key)
+    {
+        return counters[key].get<unsigned long long>();
+    }
+
+    const bool AsJson, ToErrors, InPlace;
+    const double Interval;
+    Clock::time_point LastTime = Clock::now();
+    uint64_t LastSlots = 0;
+};
+
+// Waits for a slot, the patience long; null when the limits end the waiting.
+ZEFA_SLOT NextSlot(const Stream& stream, const Limits& limits, CounterLine& line, uint64_t holes, const char* silence)
+{
+    while (limits.GoOn())
+    {
+        line.PrintWhenDue(stream, limits, holes);
+        ZEFA_SLOT slot = nullptr;
+        const ZEFA_ERRORCODE code = ZEFA_LockSlot(stream.Handle(), &slot);
+        if (code == ZEFA_NO_ERROR) return slot;
+        if (code != ZEFA_ERR_TIMEOUT) Check(code, "No slot could be locked");
+        if (limits.OutOfPatience()) throw Failure(kNothingArrived, silence + (" " + limits.PatienceText()) + ".");
+    }
+    return nullptr;
+}
+
+std::span<uint8_t> BufferOf(ZEFA_HANDLE stream, ZEFA_SLOT slot, ZEFA_BUFFER_TYPE type)
+{
+    uint8_t* bytes = nullptr;
+    uint32_t size = 0;
+    Check(ZEFA_GetSlotBuffer(stream, slot, type, &bytes, &size), "A buffer of the slot could not be reached");
+    return {bytes, size};
+}
+
+// Looks at a received slot and writes it. Returns the holes in it.
+class SlotTaker
+{
+public:
+    SlotTaker(const Description& description, std::optional<std::string> output)
+        : IsAnc(description.Essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_40)
+    {
+        if (!IsAnc) Buffers = BuffersOf(description);
+        uint32_t other = 0;
+        uint8_t flag = 0;
+        if (IsAnc)
+            ZEFA_GetAncSdiVideoStandardInfo(description.Anc().VideoStandard_E, &other, &other, &Lines, &other, &other,
+                                            &flag, &flag);
+        if (output) Output.emplace(*output);
+    }
+
+    uint64_t Take(ZEFA_HANDLE stream, ZEFA_SLOT slot, uint64_t number)
+    {
+        if (IsAnc)
+        {
+            if (Output) Output->Write(AncText(stream, slot, number, Lines));
+            return 0;
+        }
+        uint64_t holes = 0;
+        for (const ZEFA_BUFFER_TYPE type : Buffers)
+        {
+            ZEFA_LOST_DATA lost[256];
+            uint32_t count = 256;
+            Check(ZEFA_GetSlotLostDataInfo(stream, slot, type, lost, &count), "The slot's losses could not be read");
+            holes += count;
+            if (!Output) continue;
+            const std::span<uint8_t> buffer = BufferOf(stream, slot, type);
+            Output->Write(buffer.data(), buffer.size());
+        }
+        return holes;
+    }
+
+    void Finish()
+    {
+        if (Output) Output->Finish();
+    }
+
+private:
+    const bool IsAnc;
+    uint32_t Lines = 0;
+    std::vector<ZEFA_BUFFER_TYPE> Buffers;
+    std::optional<MediaOutput> Output;
+};
+
+// Time for the service to send what it has been given.
+void WaitForSending(const Stream& stream)
+{
+    constexpr int kRounds = 100;
+    for (int i = 0; i < kRounds && stream.Count().Common.SlotsFilled_UL > 0; ++i)
+        if (!Pause(0.02)) return;
+}
+} // namespace
+
+int RunReceive(const Arguments& arguments)
+{
+    const Description description = StreamDescription(arguments);
+    const std::optional<std::string> output = arguments.Find("--output");
+    SlotTaker taker(description, output);
+    const Session session(arguments);
+    const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_RX);
+    CounterLine line(arguments, output == "-");
+    Limits limits(arguments);
+    uint64_t holes = 0;
+    while (const ZEFA_SLOT slot = NextSlot(stream, limits, line, holes, "Nothing arrived for"))
+    {
+        Undo unlock;
+        unlock.Add("ZEFA_UnlockSlot", [&] { return ZEFA_UnlockSlot(stream.Handle(), slot); });
+        holes += taker.Take(stream.Handle(), slot, limits.Done);
+        limits.Count();
+    }
+    taker.Finish();
+    line.PrintLast(stream, limits, holes);
+    if (limits.Done == 0 && !Interrupted()) throw Failure(kNothingArrived, "Nothing arrived.");
+    return kGood;
+}
+
+int RunSend(const Arguments& arguments)
+{
+    const std::optional<std::string> input = arguments.Find("--input");
+    if (!input) throw Failure(kUsage, "--input is missing: the file with the samples.");
+    const Description description = StreamDescription(arguments);
+    if (description.Essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_40)
+        throw Failure(kUsage, "Ancillary data cannot be sent from a file.");
+    MediaInput media(*input, arguments.Has("--loop"));
+    const std::vector<ZEFA_BUFFER_TYPE> buffers = BuffersOf(description);
+    const Session session(arguments);
+    const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_TX);
+    CounterLine line(arguments, false);
+    Limits limits(arguments);
+    while (media.HasMore())
+    {
+        const ZEFA_SLOT slot = NextSlot(stream, limits, line, 0, "The service took no slot for");
+        if (!slot) break;
+        Undo unlock;
+        unlock.Add("ZEFA_UnlockSlot", [&] { return ZEFA_UnlockSlot(stream.Handle(), slot); });
+        for (const ZEFA_BUFFER_TYPE type : buffers)
+            media.Fill(BufferOf(stream.Handle(), slot, type));
+        limits.Count();
+    }
+    WaitForSending(stream);
+    line.PrintLast(stream, limits, 0);
+    return kGood;
+}
+
+} // namespace zefa
