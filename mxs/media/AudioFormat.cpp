@@ -6,9 +6,8 @@
 namespace mxs::media
 {
 
-Outcome CheckEssenceOf(Direction direction, const AudioConfig& audio)
+Outcome CheckEssenceOf(Direction, const AudioConfig& audio)
 {
-    if (direction == Direction::Send) return NotThere("This service does not send streams.");
     if (audio.encodingBytes != 2 && audio.encodingBytes != 3) return BadValue("The audio encoding is unknown.");
     if (audio.samplingRateHz != 44100 && audio.samplingRateHz != 48000 && audio.samplingRateHz != 96000)
         return BadValue("The sampling rate is unknown.");
