@@ -1,4 +1,6 @@
 // Who makes slots of packets and packets of slots, for each essence.
+#include "AncillaryAssembler.h"
+#include "AncillaryPacketizer.h"
 #include "Assembler.h"
 #include "AudioAssembler.h"
 #include "AudioPacketizer.h"
@@ -20,9 +22,10 @@ std::unique_ptr<Assembler> AssemblerOf(const AudioConfig& audio, const Assembler
 {
     return std::make_unique<AudioAssembler>(audio, settings, sink);
 }
-std::unique_ptr<Assembler> AssemblerOf(const AncillaryConfig&, const AssemblerSettings&, SlotSink&)
+std::unique_ptr<Assembler> AssemblerOf(const AncillaryConfig& ancillary, const AssemblerSettings& settings,
+                                       SlotSink& sink)
 {
-    return nullptr;
+    return std::make_unique<AncillaryAssembler>(ancillary, settings, sink);
 }
 
 std::unique_ptr<Packetizer> PacketizerOf(const VideoConfig& video, const PacketizerSettings& settings)
@@ -33,9 +36,9 @@ std::unique_ptr<Packetizer> PacketizerOf(const AudioConfig& audio, const Packeti
 {
     return std::make_unique<AudioPacketizer>(audio, settings);
 }
-std::unique_ptr<Packetizer> PacketizerOf(const AncillaryConfig&, const PacketizerSettings&)
+std::unique_ptr<Packetizer> PacketizerOf(const AncillaryConfig& ancillary, const PacketizerSettings& settings)
 {
-    return nullptr;
+    return std::make_unique<AncillaryPacketizer>(ancillary, settings);
 }
 
 } // namespace

@@ -11,9 +11,9 @@ using mxs::media::test::SmallVideo;
 namespace
 {
 
-Outcome CheckReceive(const VideoConfig& video)
+Outcome CheckReceive(const EssenceConfig& essence)
 {
-    return CheckEssence(Direction::Receive, video);
+    return CheckEssence(Direction::Receive, essence);
 }
 
 NetworkConfig OneConnection(uint32_t destination = 0x7F000001)
@@ -112,7 +112,38 @@ TEST(LayoutOf, AncillaryDataHasSixteenBuffers)
 {
     const SlotLayout ancillary = LayoutOf(AncillaryConfig{});
     ASSERT_EQ(ancillary.buffers.size(), 16u);
-    EXPECT_EQ(ancillary.buffers.at(15).offset + ancillary.buffers.at(15).size, ancillary.lockSize);
+    for (uint32_t buffer = 0; buffer < 16; ++buffer)
+    {
+        EXPECT_EQ(ancillary.buffers.at(buffer).offset, buffer * 262144u);
+        EXPECT_EQ(ancillary.buffers.at(buffer).size, 262144u);
+    }
+    EXPECT_EQ(ancillary.lockSize, 4194304u);
+}
+
+TEST(CheckEssence, AncillaryDataNeedsARasterWithBlankingAndARate)
+{
+    const AncillaryConfig good{
+        .activeWidth = 1920, .rawWidth = 2200, .activeHeight = 1080, .rawHeight = 1125, .framerate = 60};
+    const auto code = [&](auto member, uint32_t value)
+    {
+        AncillaryConfig config = good;
+        config.*member = value;
+        EXPECT_EQ(CheckEssence(Direction::Send, config).code, CheckReceive(config).code);
+        return CheckReceive(config).code;
+    };
+    EXPECT_EQ(CheckReceive(good).code, 0u);
+    EXPECT_EQ(code(&AncillaryConfig::activeWidth, 0), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::activeWidth, 2199), 0u);
+    EXPECT_EQ(code(&AncillaryConfig::activeWidth, 2200), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::activeHeight, 0), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::activeHeight, 1125), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::rawWidth, 32768), 0u);
+    EXPECT_EQ(code(&AncillaryConfig::rawWidth, 32769), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::rawHeight, 32769), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::framerate, 0), 4u);
+    EXPECT_EQ(code(&AncillaryConfig::framerate, 1000), 0u);
+    EXPECT_EQ(code(&AncillaryConfig::framerate, 1001), 4u);
+    EXPECT_EQ(CheckReceive(AncillaryConfig{}).code, 4u); // a fresh stream has no raster yet
 }
 
 TEST(CheckEssence, TheDefaultsOfAFreshStreamAreAccepted)
@@ -123,7 +154,6 @@ TEST(CheckEssence, TheDefaultsOfAFreshStreamAreAccepted)
 
 TEST(CheckEssence, WhatTheServiceDoesNotHaveIsCode2)
 {
-    EXPECT_EQ(CheckEssence(Direction::Receive, AncillaryConfig{}).code, 2u);
     for (const uint32_t sampling : {kYCbCr420, kConstantLuminance420, kICtCp420, kKey})
     {
         VideoConfig video = SmallVideo();
