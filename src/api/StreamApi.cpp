@@ -5,7 +5,7 @@
 #include "api/CMxsContext.h"
 #include "api/CallFrame.h"
 #include "logger/CFunctionTracer.h"
-#include "stream/CStreamModel.h"
+#include "stream/CStreamModel_Anc.h"
 
 #include <string>
 
@@ -23,8 +23,11 @@ ZEFA_ERRORCODE ZEFA_CreateStream(ZEFA_HANDLE Context, ZEFA_STREAM_TYPE StreamTyp
     if (EssenceType_E > ZEFA_ESSENCE_TYPE_ST2110_40) // a negative one passes, and the service is asked for essence 0
         return Fail(ZEFA_ERR_BAD_ARGUMENT, "The essence type " + std::to_string(EssenceType_E) + " is not valid.");
 
-    auto* stream = new CStreamModel(context->GetRestClient(), static_cast<uint32_t>(StreamType_E),
-                                    static_cast<uint32_t>(EssenceType_E)); // released by ZEFA_DestroyStream
+    const auto streamType = static_cast<uint32_t>(StreamType_E);
+    const auto essenceType = static_cast<uint32_t>(EssenceType_E);
+    CStreamModel* stream = essenceType == ZEFA_ESSENCE_TYPE_ST2110_40 // released by ZEFA_DestroyStream
+                               ? new CStreamModel_Anc(context->GetRestClient(), streamType, essenceType)
+                               : new CStreamModel(context->GetRestClient(), streamType, essenceType);
     if (const ZEFA_ERRORCODE error = stream->CreateStream(); error != ZEFA_NO_ERROR) return error;
     *pStream = ToHandle(stream);
     return ZEFA_NO_ERROR;

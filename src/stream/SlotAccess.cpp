@@ -59,6 +59,7 @@ ZEFA_ERRORCODE TranslateGetAddress(uint32_t railResult)
 
 void LogMissingBuffer(uint32_t bufferType)
 {
+    if (!Logger::HasListener()) return; // ancillary slots may lack many of their buffers
     Log(kPriorityError, "Error : Buffer type " + std::to_string(bufferType) + " was not found. \r\n");
 }
 } // namespace

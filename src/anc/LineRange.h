@@ -1,0 +1,24 @@
+// The lines that a frame or one field of it has.
+#pragma once
+
+#include <cstdint>
+
+namespace Quillmont::anc
+{
+struct LineRange // a line is in it when First < line <= Last
+{
+    uint32_t First = 0, Last = 0;
+
+    bool Contains(uint32_t line) const { return First < line && line <= Last; }
+};
+
+// TRequest: one of the requests of IAncPlaylistManager.h.
+LineRange LinesOf(bool field, uint32_t activeHeight, bool progressive, uint32_t totalHeight, uint32_t fieldIndex);
+
+template <class TRequest>
+LineRange LinesOf(const TRequest& request)
+{
+    return LinesOf(request.FieldMode != 0, request.ActiveHeight, request.Progressive != 0, request.TotalHeight,
+                   request.FieldIndex);
+}
+} // namespace Quillmont::anc
