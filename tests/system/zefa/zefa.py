@@ -1,0 +1,502 @@
+#!/usr/bin/python3
+"""The command line tool against the service: every command, its JSON, its exit codes and its sentences.
+
+    zefa.py --bin FOLDER --pages FOLDER CASE     --bin holds zefa and mxsd, --pages zefa.1 and zefa.bash
+    zefa.py --list
+
+Packets stay on the loopback."""
+import argparse
+import json
+import os
+import pathlib
+import re
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+GOOD, COMPLAINTS, USAGE, NO_SERVICE, REFUSED, FILE, NOTHING = range(7)
+SKIPPED = 77
+VIDEO = ("sampling=YCbCr-4:2:2; width=1280; height=720; exactframerate=50; depth=8; TCS=SDR; colorimetry=BT709; "
+         "PM=2110GPM; SSN=ST2110-20:2017;")
+SLOT_BYTES = 1280 * 720 * 2
+
+
+def description(format_=VIDEO, port=5000, address="127.0.0.1", session="", media=""):
+    return "\r\n".join(["v=0", "o=- 1 1 IN IP4 127.0.0.1", "s=test", *([session] if session else []), "t=0 0",
+                        f"m=video {port} RTP/AVP 96", f"c=IN IP4 {address}", "a=rtpmap:96 raw/90000",
+                        f"a=fmtp:96 {format_}", "a=ts-refclk:ptp=IEEE1588-2008:traceable", "a=mediaclk:direct=0", media])
+
+
+AUDIO = "\r\n".join(["v=0", "o=- 1 1 IN IP4 127.0.0.1", "s=test", "t=0 0", "m=audio {port} RTP/AVP 97",
+                     "c=IN IP4 127.0.0.1", "a=rtpmap:97 L16/48000/2", "a=ptime:1", "a=mediaclk:direct=0", ""])
+
+
+def free_udp_port():
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class Zefa(unittest.TestCase):
+    bin = pages = None
+
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="zefa-test-")
+        self.addCleanup(folder.cleanup)
+        self.folder = pathlib.Path(folder.name)
+        self.url = None
+
+    def start_service(self, *options):
+        log = open(self.folder / "mxsd.log", "w+b")
+        service = subprocess.Popen([self.bin / "mxsd", "--port", "0", *options], stdout=log, stderr=log)
+        self.addCleanup(log.close)
+        self.addCleanup(service.wait, 20)
+        self.addCleanup(service.terminate)
+        end = time.monotonic() + 20
+        while time.monotonic() < end and service.poll() is None:
+            found = re.search(rb"http://localhost:\d+/", (self.folder / "mxsd.log").read_bytes())
+            if found:
+                self.url = found[0].decode()
+                return service
+            time.sleep(0.02)
+        self.fail("the service did not start: " + (self.folder / "mxsd.log").read_text())
+
+    def start(self, *words, service=True, **more):
+        options = ["--service", self.url] if service and self.url else []
+        return subprocess.Popen([self.bin / "zefa", *words, *options], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                **more)
+
+    def zefa(self, *words, expect=GOOD, service=True, **more):
+        """Runs the program; its standard output and standard error stream as text."""
+        result = subprocess.run([self.bin / "zefa", *words,
+                                 *(["--service", self.url] if service and self.url else [])],
+                                capture_output=True, timeout=60, check=False, **more)
+        out, err = result.stdout.decode(errors="replace"), result.stderr.decode(errors="replace")
+        self.assertEqual(expect, result.returncode, f"{words}\n{out}{err}")
+        return out, err
+
+    def json(self, *words, **more):
+        return json.loads(self.zefa(*words, "--json", **more)[0])
+
+    def write(self, name, content):
+        path = self.folder / name
+        path.write_bytes(content.encode() if isinstance(content, str) else content)
+        return str(path)
+
+    # The service at a glance.
+
+    def test_StatusTellsVersionsAndNumbers(self):
+        self.start_service()
+        status = self.json("status")
+        self.assertEqual(self.url, status["service"])
+        self.assertTrue(status["railFits"])
+        for key in ("serviceVersion", "libraryVersion", "railVersion"):
+            self.assertRegex(status[key], r"^\d+\.\d+\.\d+\.\d+$")
+        self.assertEqual(len(self.json("cores")["cores"]), status["cores"])
+        self.assertEqual(len(self.json("interfaces")["interfaces"]), status["interfaces"])
+        out, err = self.zefa("status")
+        self.assertRegex(out, rf"(?m)^Service +{re.escape(self.url)}$")
+        self.assertEqual("", err)
+
+    def test_CoresAreThoseOfTheSystem(self):
+        self.start_service()
+        cores = self.json("cores")["cores"]
+        self.assertEqual({int(name[3:]) for name in os.listdir("/sys/devices/system/cpu")
+                          if re.fullmatch(r"cpu\d+", name)}, {core["core"] for core in cores})
+        for core in cores:
+            self.assertRegex(core["id"], r"^[0-9a-f]{16}$")
+            self.assertIn(core["conductor"], ("available", "in use", "not available"))
+        out, _ = self.zefa("cores")
+        self.assertEqual(len(cores) + 1, len(out.splitlines()))
+        self.assertRegex(out.splitlines()[0], r"^ *Core +Used +Speed")
+
+    def test_InterfacesKnowTheLoopback(self):
+        self.start_service()
+        loopback = [each for each in self.json("interfaces")["interfaces"] if each["name"] == "lo"]
+        self.assertEqual(1, len(loopback))
+        self.assertEqual("127.0.0.1/8", loopback[0]["address"])
+        self.assertEqual("00:00:00:00:00:00", loopback[0]["mac"])
+        self.assertRegex(self.zefa("interfaces")[0], r"(?m)^lo +127\.0\.0\.1/8 ")
+
+    def test_ConductorsAreNoneWhenNobodyShares(self):
+        self.start_service()
+        self.assertEqual({"conductors": []}, self.json("conductors"))
+        self.assertEqual("No conductor is shared.\n", self.zefa("conductors")[0])
+
+    def test_ConductorsTellTheCoreOfASharedOne(self):
+        self.start_service()
+        program = self.bin / "sharing_application"
+        sharing = subprocess.Popen([program, self.url], stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        self.addCleanup(sharing.wait, 20)
+        self.addCleanup(sharing.communicate)
+        self.assertEqual(b"shared\n", sharing.stdout.readline())
+        conductors = self.json("conductors")["conductors"]
+        self.assertEqual([0], [each["core"] for each in conductors])
+        self.assertGreaterEqual(conductors[0]["loadPercent"], 0)
+        self.assertEqual(conductors, self.json("conductors")["conductors"], "looking at it does not end it") \
+            if conductors[0]["loadPercent"] == 0 else None
+        self.assertIn(conductors[0]["id"], self.zefa("conductors")[0])
+
+    def test_WatchPrintsAgainAsOftenAsCountSays(self):
+        self.start_service()
+        out, _ = self.zefa("cores", "--watch", "--count", "3", "--interval", "10", "--json")
+        rounds = [json.loads(line) for line in out.splitlines()]
+        self.assertEqual(3, len(rounds))
+        self.assertEqual([core["id"] for core in rounds[0]["cores"]], [core["id"] for core in rounds[2]["cores"]])
+        out, _ = self.zefa("cores", "--watch", "--count", "2", "--interval", "10")
+        self.assertEqual(2, out.count("Conductor"))
+
+    def test_WatchEndsWithAnInterruptAndExitCode0(self):
+        self.start_service()
+        watching = self.start("status", "--watch", "--json", "--interval", "3600000")
+        self.assertTrue(json.loads(watching.stdout.readline()))
+        watching.send_signal(2)
+        watching.communicate(timeout=20)
+        self.assertEqual(GOOD, watching.returncode)
+
+    def test_AServiceThatGoesAwayDuringAWatchIsExitCode3(self):
+        service = self.start_service()
+        watching = self.start("cores", "--watch", "--json", "--interval", "50")
+        watching.stdout.readline()
+        service.kill()
+        _, err = watching.communicate(timeout=30)
+        self.assertEqual(NO_SERVICE, watching.returncode, err)
+        self.assertIn(b"zefa: The cores could not be listed: Communication error.", err)
+
+    # What goes wrong before anything is done.
+
+    def test_AServiceThatIsNotThereIsExitCode3(self):
+        with socket.socket() as probe:
+            probe.bind(("127.0.0.1", 0))
+            url = f"http://localhost:{probe.getsockname()[1]}/"
+            for command in ("status", "cores", "interfaces", "conductors", "ptp"):
+                out, err = self.zefa(command, "--service", url, expect=NO_SERVICE)
+                self.assertEqual("", out)
+                self.assertEqual(f"zefa: No session with the service {url} (is it running?): Communication error.\n",
+                                 err)
+
+    def test_CommandLinesThatCannotBeCarriedOutAreExitCode2WithASentence(self):
+        for words, sentence in {
+                (): "A command is missing.",
+                ("look",): 'There is no command "look".',
+                ("sdp",): "sdp wants one of check, show, write and diff.",
+                ("status", "--color"): "There is no option --color here.",
+                ("status", "now"): '"now" is one word too many.',
+                ("status", "--count", "0"): f'--count wants a number from 1 to {2**64 - 1}, not "0".',
+                ("status", "--service", "http://example.com/"):
+                    "--service wants an address of this machine, as http://localhost:7420/.",
+                ("ptp", "--profile", "0"): "--profile and --interface belong together.",
+                ("ptp", "--hybrid"): "--hybrid wants --profile and --interface.",
+                ("sdp", "check"): "FILE is missing.",
+                ("sdp", "write", "--path", "239.0.0.1"):
+                    '--path wants ADDRESS:PORT, as 239.0.0.1:5004, not "239.0.0.1".',
+                ("sdp", "write", "--essence", "audio", "--depth", "8"): "--depth says nothing about audio.",
+                ("send", "a.sdp"): "--input is missing: the file with the samples.",
+                ("--completion",): "--completion wants the name of a shell: bash.",
+        }.items():
+            out, err = self.zefa(*words, expect=USAGE)
+            self.assertEqual("", out)
+            self.assertEqual(f"zefa: {sentence}", err.splitlines()[0])
+
+    def test_FilesThatCannotBeReadAreExitCode5(self):
+        missing = str(self.folder / "missing.sdp")
+        for words in (("sdp", "check", missing), ("sdp", "show", missing), ("sdp", "diff", missing, missing),
+                      ("receive", missing)):
+            self.assertEqual(f"zefa: {missing} could not be read: No such file or directory.\n",
+                             self.zefa(*words, expect=FILE)[1])
+
+    def test_TheLogOfTheLibraryStaysOutOfTheOutput(self):
+        self.start_service()
+        (self.folder / "quillmont").mkdir()
+        self.write("quillmont/zefaline.conf", "DebugFilter = Error Warning Debug\nDebugOutput = StdOutputLog\n")
+        out, err = self.zefa("status", "--json", env={**os.environ, "XDG_CONFIG_HOME": str(self.folder)})
+        self.assertEqual(self.url, json.loads(out)["service"])
+        if not os.path.exists("/etc/quillmont/zefaline.conf"):
+            self.assertIn("[QUILLMONT ZEFA][Debug]", err)
+
+    # PTP.
+
+    def test_PtpShowsConfigurationAndStatus(self):
+        self.start_service()
+        ptp = self.json("ptp")
+        self.assertIn("domain", ptp["config"])
+        self.assertIn("portState", ptp["status"])
+        self.assertRegex(self.zefa("ptp")[0], r"(?m)^Port state +\w+")
+
+    def test_PtpRefusesAnInterfaceThatIsNotThere(self):
+        self.start_service()
+        _, err = self.zefa("ptp", "--profile", "1", "--interface", "nowhere0", expect=USAGE)
+        self.assertRegex(err, r"zefa: There is no interface nowhere0; there are: .*lo \(127\.0\.0\.1\)")
+
+    # Descriptions.
+
+    def test_CheckOfAGoodDescriptionIsExitCode0(self):
+        file = self.write("good.sdp", description())
+        self.assertEqual(f"{file}: accepted; complaints of the reader: 0, hints: 0\n", self.zefa("sdp", "check", file)[0])
+        self.assertEqual([], self.json("sdp", "check", file)["complaints"])
+
+    def test_CheckTellsTheReadersOwnWordsAndWhereTheyBelong(self):
+        file = self.write("bad.sdp", description(VIDEO.replace("depth=8", "depth=9")))
+        out, _ = self.zefa("sdp", "check", file, expect=COMPLAINTS)
+        self.assertEqual([f'{file}:8:81: error (reader), depth: Unsupported depth value "9".',
+                          f"{file}: error (reader): Error in ZEFA_ReadSDP when parsing the SDP : 2",
+                          f"{file}: refused; complaints of the reader: 2, hints: 0"], out.splitlines())
+        report = self.json("sdp", "check", file, expect=COMPLAINTS)
+        self.assertFalse(report["accepted"])
+        self.assertEqual({"line": 8, "column": 81, "kind": "error", "source": "reader", "key": "depth",
+                          "text": 'Unsupported depth value "9".'}, report["complaints"][0])
+        self.assertIsNone(report["complaints"][1]["line"])
+
+    def test_CheckOfAWarningIsExitCode1(self):
+        file = self.write("warned.sdp", description(VIDEO.replace("TCS=SDR; ", "")))
+        report = self.json("sdp", "check", file, expect=COMPLAINTS)
+        self.assertTrue(report["accepted"])
+        self.assertEqual([("warning", "reader", "TCS", 8)],
+                         [(each["kind"], each["source"], each["key"], each["line"]) for each in report["complaints"]])
+
+    def test_CheckTellsWhatTheReaderThrows(self):
+        file = self.write("throws.sdp", description().replace("RTP/AVP 96", "RTP/AVP 96 "))
+        out, _ = self.zefa("sdp", "check", file, expect=COMPLAINTS)
+        self.assertIn(f"{file}: error (reader): the reading ended with an exception: invalid stoi argument\n", out)
+        self.assertRegex(out, rf"(?m)^{re.escape(file)}:5:25: hint \(zefa\), m=: .*a blank to spare")
+
+    def test_HintsAloneAreExitCode0UnlessStrict(self):
+        file = self.write("interlaced.sdp", description(
+            VIDEO.replace("width=1280; height=720; exactframerate=50",
+                          "width=1920; height=1080; interlace; exactframerate=25")))
+        out, _ = self.zefa("sdp", "check", file)
+        self.assertRegex(out, r":8:\d+: hint \(zefa\), exactframerate: .*set 1920x1080i50 ")
+        self.zefa("sdp", "check", "--strict", file, expect=COMPLAINTS)
+
+    def test_CheckGivesHintsForWhatTheFieldDoes(self):
+        connection = self.write("connection.sdp",
+                                description(session="c=IN IP4 127.0.0.1").replace("c=IN IP4 127.0.0.1\r\na=", "a="))
+        report = self.json("sdp", "check", connection, expect=COMPLAINTS)
+        self.assertIn(("hint", "zefa", "c=", 4),
+                      [(each["kind"], each["source"], each["key"], each["line"]) for each in report["complaints"]])
+        ancillary = self.write("anc.sdp", description("DID_SDID={0x61,0x02}").replace("raw", "smpte291"))
+        report = self.json("sdp", "check", ancillary, expect=COMPLAINTS)
+        self.assertIn(("hint", "zefa", "SSN", 8),
+                      [(each["kind"], each["source"], each["key"], each["line"]) for each in report["complaints"]])
+
+    def test_CheckReadsTheStandardInputAndAnyBytes(self):
+        for content in (b"", b"\0\xff\xfe", bytes(range(256)) * 40, b"m=" * 5000, b"m=\n" * 500):
+            out, err = self.zefa("sdp", "check", "-", expect=COMPLAINTS, input=content)
+            self.assertIn("-: refused; complaints of the reader: ", out)
+            self.assertEqual("", err)
+
+    def test_ShowTellsTheFieldsAsTableAndJson(self):
+        file = self.write("good.sdp", description())
+        shown = self.json("sdp", "show", file)
+        self.assertEqual({"sessionName": "test", "essence": "video", "payloadType": 96,
+                          "paths": [{"destination": "127.0.0.1", "port": 5000, "source": "127.0.0.1"}],
+                          "video": {"standard": "1280x720p50", "sampling": "YCbCr-4:2:2", "depth": "8",
+                                    "colorimetry": "BT709", "tcs": "SDR", "packing": "2110GPM"},
+                          "mediaClock": "direct", "refClock": "traceable"}, shown)
+        out, _ = self.zefa("sdp", "show", file)
+        self.assertRegex(out, r"(?m)^video\.standard +1280x720p50$")
+        self.assertRegex(out, r"(?m)^paths\.0\.port +5000$")
+
+    def test_ShowOfARefusedDescriptionIsExitCode1(self):
+        file = self.write("bad.sdp", description(VIDEO.replace("depth=8", "depth=9")))
+        out, err = self.zefa("sdp", "show", file, expect=COMPLAINTS)
+        self.assertEqual("", out)
+        self.assertIn('Unsupported depth value "9".', err)
+        self.assertIn(f"zefa: {file} was refused by the reader.\n", err)
+
+    def test_DiffTellsTheFieldsThatDiffer(self):
+        a = self.write("a.sdp", description())
+        b = self.write("b.sdp", description(VIDEO.replace("depth=8", "depth=10"), port=5002))
+        self.assertEqual([{"name": "paths.0.port", "a": 5000, "b": 5002},
+                          {"name": "video.depth", "a": "8", "b": "10"}],
+                         self.json("sdp", "diff", a, b, expect=COMPLAINTS))
+        out, _ = self.zefa("sdp", "diff", a, b, expect=COMPLAINTS)
+        self.assertRegex(out, r"(?m)^video\.depth +8 +10$")
+
+    def test_DiffOfTheSameFieldsInOtherLinesIsExitCode0(self):
+        a = self.write("a.sdp", description())
+        b = self.write("b.sdp", description(VIDEO.replace("; ", ";")).replace("\r\n", "\n"))
+        self.assertEqual([], self.json("sdp", "diff", a, b))
+        self.assertEqual("No field differs.\n", self.zefa("sdp", "diff", a, b)[0])
+
+    def test_WriteMakesADescriptionThatReadsBack(self):
+        file = str(self.folder / "written.sdp")
+        self.zefa("sdp", "write", "--standard", "1920x1080i59.94", "--sampling", "YCbCr-4:4:4", "--depth", "12",
+                  "--colorimetry", "BT2020", "--tcs", "HLG", "--path", "239.0.0.1:5000", "--path", "239.0.1.1:5002",
+                  "--source", "10.0.0.1", "--payload", "112", "--name", "one", "--info", "two", "--tsmode", "SAMP",
+                  "--tsdelay", "7", "--mediaclk", "sender", "--refclk", "ptp=08-00-11-FF-FE-21-E1-B0:127",
+                  "--output", file)
+        self.assertEqual({"sessionName": "one", "sessionDescription": "two", "essence": "video", "payloadType": 112,
+                          "paths": [{"destination": "239.0.0.1", "port": 5000, "source": "10.0.0.1"},
+                                    {"destination": "239.0.1.1", "port": 5002, "source": "10.0.0.1"}],
+                          "video": {"standard": "1920x1080i59.94", "sampling": "YCbCr-4:4:4", "depth": "12",
+                                    "colorimetry": "BT2020", "tcs": "HLG", "packing": "2110GPM"},
+                          "mediaClock": "sender", "refClock": "ptp=08-00-11-FF-FE-21-E1-B0:127", "tsMode": "SAMP",
+                          "tsDelayUs": 7}, self.json("sdp", "show", file))
+
+    def test_WriteKnowsAudioAndAncillaryData(self):
+        audio, anc = str(self.folder / "audio.sdp"), str(self.folder / "anc.sdp")
+        self.zefa("sdp", "write", "--essence", "audio", "--codec", "L16", "--rate", "96000", "--channels", "8",
+                  "--ptime", "0.125", "--channel-order", "SMPTE2110.(51,ST)", "--refclk", "localmac=00-11-22-33-44-55",
+                  "--output", audio)
+        shown = self.json("sdp", "show", audio)
+        self.assertEqual({"codec": "L16", "rate": "96000", "channels": 8, "packetTimeMs": "0.125",
+                          "channelOrder": "SMPTE2110.(51,ST)"}, shown["audio"])
+        self.assertEqual("localmac=00-11-22-33-44-55", shown["refClock"])
+        out, _ = self.zefa("sdp", "write", "--essence", "anc", "--standard", "1920x1080p50", "--output", anc)
+        self.assertEqual("", out)
+        self.assertEqual("anc", self.json("sdp", "show", anc)["essence"])
+
+    def test_WriteBeginsWithADescriptionAndPrintsText(self):
+        file = self.write("good.sdp", description())
+        out, _ = self.zefa("sdp", "write", "--from", file, "--depth", "10")
+        self.assertIn("m=video 5000 RTP/AVP 96\r\n", out)
+        again = self.write("again.sdp", out)
+        self.assertEqual([{"name": "video.depth", "a": "8", "b": "10"}],
+                         self.json("sdp", "diff", file, again, expect=COMPLAINTS))
+
+    def test_WriteTellsWhatTheWriterRefuses(self):
+        file = self.write("unclocked.sdp", description().replace("a=mediaclk:direct=0\r\n", ""))
+        out, err = self.zefa("sdp", "write", "--from", file, expect=COMPLAINTS)
+        self.assertEqual("", out)
+        self.assertEqual("description: error (writer): Error in ZEFA_WriteSDP when writing the SDP : 2\n", err)
+        answer = self.json("sdp", "write", "--from", file, expect=COMPLAINTS)
+        self.assertIsNone(answer["sdp"])
+        self.assertEqual("writer", answer["complaints"][0]["source"])
+
+    # Streams.
+
+    def test_ReceiveOfNothingIsExitCode6(self):
+        self.start_service()
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        _, err = self.zefa("receive", file, "--timeout", "1", expect=NOTHING)
+        self.assertEqual("zefa: Nothing arrived for 1 s.\n", err)
+
+    def test_ReceiveSaysWhatADescriptionLacks(self):
+        self.start_service()
+        two = self.write("two.sdp", description(media="m=audio 5004 RTP/AVP 97\r\nc=IN IP4 127.0.0.1\r\n"
+                                                "a=rtpmap:97 L24/48000/2\r\na=ptime:1\r\n"))
+        self.assertEqual(f"zefa: {two} holds media that are not paths of one stream; choose one with --media: 0 video "
+                         "raw, 1 audio L24.", self.zefa("receive", two, expect=USAGE)[1].splitlines()[0])
+        raster = self.write("raster.sdp", description(VIDEO.replace("1280", "1270")))
+        self.assertIn("leads to no video standard; choose it with --standard",
+                      self.zefa("receive", raster, expect=USAGE)[1])
+        multicast = self.write("multicast.sdp", description(address="239.100.1.77"))
+        self.assertIn("zefa: No interface belongs to the network of 239.100.1.77; choose one with --interface.",
+                      self.zefa("receive", multicast, expect=USAGE)[1])
+
+    def test_RefusalsOfTheServiceAreExitCode4(self):
+        self.start_service("--memory-limit", "1M")
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        _, err = self.zefa("receive", file, "--timeout", "1", expect=REFUSED)
+        self.assertRegex(err, r"^zefa: The .* (refused|opened|started): ")
+
+    def transfer(self, text, content, *receive_options, slots):
+        """Sends `content` by one zefa and receives it with another; the bytes and the last counters of both."""
+        self.start_service()
+        file, got = self.write("stream.sdp", text), self.folder / "received"
+        sent = self.write("sent", content)
+        receiving = self.start("receive", file, "--output", str(got), "--json", "--interval", "100", "--slots",
+                               str(slots), "--timeout", "20", *receive_options)
+        self.addCleanup(receiving.kill)
+        self.assertTrue(json.loads(receiving.stdout.readline()), "the counters come while nothing does")
+        sending = self.start("send", file, "--input", sent, "--loop", "--json", "--interval", "100", *receive_options)
+        self.addCleanup(sending.kill)
+        out, err = receiving.communicate(timeout=60)
+        self.assertEqual(GOOD, receiving.returncode, err)
+        sending.send_signal(2)
+        out_sent, err_sent = sending.communicate(timeout=30)
+        self.assertEqual(GOOD, sending.returncode, err_sent)
+        return got.read_bytes(), json.loads(out.splitlines()[-1]), json.loads(out_sent.splitlines()[-1])
+
+    def test_VideoThatOneSendsTheOtherReceives(self):
+        frame = bytes((i * 7 + i // 2560) & 0xFF for i in range(2560)) * 720
+        bytes_, received, sent = self.transfer(description(port=free_udp_port()), frame, slots=5)
+        self.assertEqual(5, received["slots"])
+        self.assertEqual(5 * SLOT_BYTES, len(bytes_))
+        self.assertIn(frame, [bytes_[i:i + SLOT_BYTES] for i in range(0, len(bytes_), SLOT_BYTES)])
+        self.assertGreaterEqual(sent["slots"], 5)
+        self.assertGreater(received["packets"], 0)
+
+    def test_AudioThatOneSendsTheOtherReceives(self):
+        content = b"".join((i & 0x7FFF).to_bytes(2, "big") for i in range(480 * 2))
+        bytes_, received, _ = self.transfer(AUDIO.format(port=free_udp_port()), content, slots=20)
+        self.assertEqual(20 * 480 * 2 * 2, len(bytes_))
+        self.assertIn(content, bytes_ + bytes_)
+        self.assertEqual(20, received["slots"])
+
+    def test_SendEndsWithItsFile(self):
+        self.start_service()
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        sent = self.write("sent", bytes(SLOT_BYTES * 2 + 1))
+        out, _ = self.zefa("send", file, "--input", sent, "--json")
+        self.assertEqual(3, json.loads(out.splitlines()[-1])["slots"], "the last one is filled with zeros")
+
+    # Help, man page, completion.
+
+    def test_HelpAndVersionNeedNoService(self):
+        out, _ = self.zefa("--help")
+        for command in ("status", "cores", "interfaces", "conductors", "ptp", "receive", "send", "sdp check",
+                        "sdp show", "sdp write", "sdp diff"):
+            self.assertRegex(out, rf"(?m)^  {command} ")
+            own, _ = self.zefa(*command.split(), "--help")
+            self.assertTrue(own.startswith(f"Usage: zefa {command}"), own)
+        self.assertRegex(self.zefa("--version")[0], r"^zefa \d+\.\d+\.\d+\n$")
+
+    def test_TheManPageHasNoWarnings(self):
+        page = self.pages / "zefa.1"
+        self.assertEqual(page.read_text(), self.zefa("--man")[0])
+        if not shutil.which("man"):
+            print("man is not installed: the page is linted by the unit tests alone")
+            sys.exit(SKIPPED)
+        result = subprocess.run(["man", "--warnings", "-E", "UTF-8", "-l", page], capture_output=True, timeout=60,
+                                check=True, env={**os.environ, "MANWIDTH": "100", "MANPAGER": "cat"})
+        self.assertEqual(b"", result.stderr)
+        self.assertIn(b"zefa sdp diff A B", result.stdout)
+
+    def test_BashCompletesCommandsOptionsAndWords(self):
+        completion = self.pages / "zefa.bash"
+        self.assertEqual(completion.read_text(), self.zefa("--completion", "bash")[0])
+
+        def completed(*words):
+            script = (f"set -u; source {completion}; COMP_WORDS=({' '.join(repr(word) for word in words)}); "
+                      f"COMP_CWORD={len(words) - 1}; _zefa; printf '%s\\n' \"${{COMPREPLY[@]-}}\"")
+            return subprocess.run(["bash", "--norc", "-c", script], capture_output=True, text=True, timeout=20,
+                                  check=True).stdout.split()
+
+        self.assertEqual(["status"], completed("zefa", "st"))
+        self.assertEqual(["check", "show", "write", "diff"], completed("zefa", "sdp", ""))
+        self.assertEqual(["--json"], completed("zefa", "sdp", "show", "--j"))
+        self.assertEqual(["--service", "--json", "--watch", "--interval", "--count", "--help"],
+                         completed("zefa", "cores", ""))
+        self.assertEqual(["BT601", "BT709"], [word for word in completed("zefa", "sdp", "write", "--colorimetry", "BT")
+                                              if not word.startswith("BT2")])
+        self.assertEqual(["little"], completed("zefa", "receive", "a.sdp", "--endianness", "l"))
+        self.assertEqual([], completed("zefa", "sdp", "check", ""), "bash offers files")
+        self.assertEqual(["bash"], completed("zefa", "--completion", ""))
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--bin", type=pathlib.Path)
+    parser.add_argument("--pages", type=pathlib.Path)
+    parser.add_argument("--list", action="store_true")
+    parser.add_argument("case", nargs="?")
+    arguments = parser.parse_args()
+    names = [name for name in unittest.TestLoader().getTestCaseNames(Zefa)]
+    if arguments.list:
+        print("\n".join(name[5:] for name in names))
+        return 0
+    Zefa.bin, Zefa.pages = arguments.bin.resolve(), arguments.pages.resolve()
+    suite = unittest.TestSuite(Zefa(name) for name in names if arguments.case in (None, name[5:]))
+    if not suite.countTestCases():
+        sys.exit(f"There is no case {arguments.case}.")
+    return 0 if unittest.TextTestRunner(verbosity=2).run(suite).wasSuccessful() else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
