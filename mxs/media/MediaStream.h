@@ -139,7 +139,7 @@ struct NetworkCounters
     uint64_t biggestDelayNs = 0; // within the last second
     uint32_t receivedSsrc = 0;
     uint8_t payloadType = 0;
-    std::vector<PathStatus> paths; // in the order of the connections
+    std::vector<PathStatus> paths{}; // in the order of the connections
 };
 
 struct ProcessingTimes // nanoseconds spent on one slot

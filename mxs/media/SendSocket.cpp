@@ -158,19 +158,20 @@ size_t SendSocket::SendOneByOne(std::span<const uint8_t> bytes, size_t datagramB
 {
     std::array<iovec, kMostSegments> places;
     std::array<mmsghdr, kMostSegments> messages;
-    size_t count = 0;
-    for (size_t at = 0; at < bytes.size() && count < kMostSegments; at += datagramBytes, ++count)
-    {
-        places[count] = {const_cast<uint8_t*>(bytes.data()) + at, std::min(datagramBytes, bytes.size() - at)};
-        messages[count] = {};
-        messages[count].msg_hdr.msg_iov = &places[count];
-        messages[count].msg_hdr.msg_iovlen = 1;
-    }
     size_t taken = 0;
-    while (taken < count) // a call that stops in the middle does not say why; the next one does
+    while (taken * datagramBytes < bytes.size())
     {
-        const auto left = static_cast<unsigned>(count - taken);
-        const int sent = RepeatOnce([&] { return sendmmsg(Handle, messages.data() + taken, left, MSG_NOSIGNAL); });
+        unsigned count = 0;
+        for (size_t at = taken * datagramBytes; at < bytes.size() && count < kMostSegments; at += datagramBytes)
+        {
+            places[count] = {const_cast<uint8_t*>(bytes.data()) + at, std::min(datagramBytes, bytes.size() - at)};
+            messages[count] = {};
+            messages[count].msg_hdr.msg_iov = &places[count];
+            messages[count].msg_hdr.msg_iovlen = 1;
+            ++count;
+        }
+        // A call that stops in the middle does not say why; the next one does.
+        const int sent = RepeatOnce([&] { return sendmmsg(Handle, messages.data(), count, MSG_NOSIGNAL); });
         if (sent <= 0) break;
         taken += static_cast<size_t>(sent);
     }

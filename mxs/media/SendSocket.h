@@ -30,8 +30,8 @@ public:
     uint64_t GrantedBufferBytes() const { return Granted; }
     bool HasSegmentation() const { return Segmentation; }
 
-    // Sends datagrams that lie one behind another, all of `datagramBytes` but the last; at most kMostSegments and
-    // kMostBytes. Returns how many of the first ones the system has taken. Never blocks, never allocates.
+    // Sends datagrams that lie one behind another, all of `datagramBytes` but the last; in one go up to kMostSegments
+    // and kMostBytes. Returns how many of the first ones the system has taken. Never blocks, never allocates.
     size_t Send(std::span<const uint8_t> bytes, size_t datagramBytes);
 
     // errno of the latest datagram that was not taken, 0 when there was none. Any thread.

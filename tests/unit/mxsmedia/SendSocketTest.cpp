@@ -1,0 +1,121 @@
+// Bursts over the loopback: one call, many datagrams, with the marks of their connection.
+#include "mxs/media/SendSocket.h"
+
+#include "Network.h"
+
+#include <gtest/gtest.h>
+
+using namespace mxs::media;
+using namespace mxs::media::test;
+
+namespace
+{
+
+constexpr uint8_t kDefaultTtl = 16;
+constexpr uint64_t kBuffer = 1 << 20;
+
+std::unique_ptr<SendSocket> Open(const ConnectionConfig& connection)
+{
+    std::string error;
+    auto made = SendSocket::Open(connection, kDefaultTtl, kBuffer, error);
+    EXPECT_TRUE(made) << error;
+    return made;
+}
+
+uint32_t GroupOfThisProcess()
+{
+    return 0xEFFB0000u | static_cast<uint32_t>(getpid() & 0xFFFF);
+}
+
+} // namespace
+
+TEST(SendSocket, ABurstArrivesAsItsDatagrams)
+{
+    const Listener listener;
+    const auto socket = Open(LoopbackConnection(kLoopback, listener.Port));
+    const Bytes bytes = Pattern(64 * 1000 - 300, 1);
+
+    EXPECT_EQ(socket->Send(bytes, 1000), 64u);
+
+    for (size_t at = 0; at < bytes.size(); at += 1000)
+    {
+        const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+        const size_t length = std::min<size_t>(1000, bytes.size() - at);
+        ASSERT_EQ(listener.Hear().bytes, Bytes(begin, begin + static_cast<std::ptrdiff_t>(length))) << at;
+    }
+    EXPECT_EQ(socket->LastError(), 0);
+}
+
+TEST(SendSocket, WhatTheKernelDoesNotCutIsSentOneByOneFromThenOn)
+{
+    const Listener listener;
+    const auto socket = Open(LoopbackConnection(kLoopback, listener.Port));
+    const Bytes bytes = Pattern(2005, 2); // 201 datagrams, more than it cuts out of one buffer
+
+    for (int burst = 0; burst < 2; ++burst)
+    {
+        EXPECT_EQ(socket->Send(bytes, 10), 201u);
+        for (size_t at = 0; at < bytes.size(); at += 10)
+        {
+            const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+            const size_t length = std::min<size_t>(10, bytes.size() - at);
+            ASSERT_EQ(listener.Hear().bytes, Bytes(begin, begin + static_cast<std::ptrdiff_t>(length))) << at;
+        }
+    }
+    EXPECT_FALSE(socket->HasSegmentation());
+}
+
+TEST(SendSocket, TheSourceAndThePriorityAreThoseOfTheConnection)
+{
+    const Listener listener;
+    ConnectionConfig connection = LoopbackConnection(kLoopback, listener.Port);
+    connection.sourceIp = 0x7F000005;
+    connection.dscp = 34;
+    const auto socket = Open(connection);
+
+    socket->Send(Bytes(10), 10);
+
+    const Heard heard = listener.Hear();
+    EXPECT_EQ(heard.from, 0x7F000005u);
+    EXPECT_EQ(heard.tos, 34 << 2);
+}
+
+TEST(SendSocket, MulticastLeavesByItsInterfaceWithItsTimeToLive)
+{
+    for (const uint8_t ttl : {uint8_t{0}, uint8_t{3}})
+    {
+        const Listener listener(GroupOfThisProcess());
+        ConnectionConfig connection = LoopbackConnection(GroupOfThisProcess(), listener.Port);
+        connection.multicastTtl = ttl;
+        const auto socket = Open(connection);
+
+        EXPECT_EQ(socket->Send(Bytes(10, 7), 10), 1u);
+
+        const Heard heard = listener.Hear();
+        EXPECT_EQ(heard.bytes, Bytes(10, 7));
+        EXPECT_EQ(heard.from, kLoopback);
+        EXPECT_EQ(heard.ttl, ttl ? ttl : kDefaultTtl);
+    }
+}
+
+TEST(SendSocket, ThatNobodyListensIsNoLoss)
+{
+    const auto socket = Open(LoopbackConnection(kLoopback, DeafPort()));
+    const Bytes bytes(4 * 100);
+
+    for (int burst = 0; burst < 10; ++burst)
+        EXPECT_EQ(socket->Send(bytes, 100), 4u);
+}
+
+TEST(SendSocket, AnAddressThatTheMachineDoesNotHaveIsToldInASentence)
+{
+    ConnectionConfig connection = LoopbackConnection(kLoopback, 5000);
+    connection.sourceIp = 0xC0000201; // for documentation only
+    std::string error;
+    EXPECT_EQ(SendSocket::Open(connection, kDefaultTtl, kBuffer, error), nullptr);
+    EXPECT_NE(error.find("192.0.2.1"), std::string::npos) << error;
+
+    connection = LoopbackConnection(GroupOfThisProcess(), 5000);
+    connection.interfaceAddress = 0;
+    EXPECT_EQ(SendSocket::Open(connection, kDefaultTtl, kBuffer, error), nullptr);
+}
