@@ -7,11 +7,9 @@
 Everything runs in a network namespace of its own, so nothing reaches a network card; where the machine does not give
 the rights for one, unicast cases run on the loopback and multicast cases say so and end with 77."""
 import argparse
-import os
 import pathlib
 import re
 import signal
-import socket
 import subprocess
 import sys
 import tempfile
@@ -19,8 +17,9 @@ import time
 
 import numpy
 
+from peers import SKIPPED, Namespace, free_port
+
 WIDTH, HEIGHT = 1280, 720
-SKIPPED = 77
 
 
 def planar_422(bits):
@@ -121,33 +120,6 @@ def description(case, address, port):
         f"a=fmtp:96 sampling={case['sampling']}; width={WIDTH}; height={HEIGHT}; {case['fmtp']}exactframerate=50; "
         f"depth={case['depth']}; TCS=SDR; colorimetry=BT709; PM=2110GPM; SSN=ST2110-20:2017;",
         "a=mediaclk:direct=0", ""])
-
-
-class Namespace:
-    """A network namespace with a loopback that takes multicast, or the machine's own where there are no rights."""
-
-    def __init__(self):
-        self.name = f"zefa{os.getpid()}"
-        made = subprocess.run(["ip", "netns", "add", self.name], capture_output=True, text=True, check=False)
-        self.private = made.returncode == 0
-        self.reason = made.stderr.strip()
-        if self.private:
-            for arguments in (["link", "set", "lo", "up"], ["link", "set", "lo", "multicast", "on"],
-                              ["route", "replace", "239.0.0.0/8", "dev", "lo", "src", "127.0.0.1"]):
-                subprocess.run(["ip", "-n", self.name, *arguments], check=True)
-
-    def command(self, arguments):
-        return ["ip", "netns", "exec", self.name, *arguments] if self.private else list(arguments)
-
-    def close(self):
-        if self.private:
-            subprocess.run(["ip", "netns", "delete", self.name], check=False)
-
-
-def free_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def service_url(log, process):

@@ -1,0 +1,82 @@
+"""What the tests with programs that nobody here wrote share: a network of their own, a service, an orderly end."""
+import os
+import pathlib
+import re
+import signal
+import socket
+import subprocess
+import sys
+import time
+
+SKIPPED = 77
+
+
+class Namespace:
+    """A network namespace with a loopback that takes multicast, or the machine's own where there are no rights."""
+
+    def __init__(self):
+        self.name = f"zefa{os.getpid()}"
+        made = subprocess.run(["ip", "netns", "add", self.name], capture_output=True, text=True, check=False)
+        self.private = made.returncode == 0
+        self.reason = made.stderr.strip()
+        if self.private:
+            for arguments in (["link", "set", "lo", "up"], ["link", "set", "lo", "multicast", "on"],
+                              ["route", "replace", "239.0.0.0/8", "dev", "lo", "src", "127.0.0.1"]):
+                subprocess.run(["ip", "-n", self.name, *arguments], check=True)
+
+    def command(self, arguments):
+        return ["ip", "netns", "exec", self.name, *arguments] if self.private else list(arguments)
+
+    def close(self):
+        if self.private:
+            subprocess.run(["ip", "netns", "delete", self.name], check=False)
+
+
+class Programs:
+    """Programs in a namespace, each with a log in the folder; all end with the object."""
+
+    def __init__(self, namespace, folder):
+        self.namespace, self.folder, self.running = namespace, pathlib.Path(folder), {}
+
+    def start(self, name, arguments):
+        with (self.folder / f"{name}.log").open("wb") as log:
+            self.running[name] = subprocess.Popen(self.namespace.command(arguments), stdout=log, stderr=log)
+
+    def log(self, name):
+        return (self.folder / f"{name}.log").read_text(errors="replace")
+
+    def end(self, name, by=signal.SIGINT):
+        process = self.running[name]
+        process.send_signal(by)
+        try:
+            return process.wait(timeout=10)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            return process.wait()
+
+    def close(self):
+        for name in reversed(self.running):
+            self.end(name, signal.SIGTERM)
+
+    def service(self, binaries):
+        """Starts the service and returns its address."""
+        self.start("mxsd", [binaries / "mxsd", "--port", "0"])
+        for _ in range(200):
+            match = re.search(r"http://localhost:\d+/", self.log("mxsd"))
+            if match:
+                return match[0]
+            if self.running["mxsd"].poll() is not None:
+                break
+            time.sleep(0.05)
+        sys.exit("the service did not start: " + self.log("mxsd"))
+
+    def fail(self, why):
+        for name in self.running:
+            print(f"--- {name}\n{self.log(name)[-4000:]}")
+        sys.exit(why)
+
+
+def free_port():
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
