@@ -70,13 +70,13 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
     if (!slot && !late) slot = Begin(packet, field, index, nowNs);
     const bool endsFrame = packet.marker && (!Interlaced || field == 1);
     if (endsFrame) FrameEndIndex = index;
+    Intake.Fill(taken); // before the first frame too: what comes is not lost
     if (!slot)
     {
         ++Count.beforeFirstFrame;
         LeadInIndex = std::max(LeadInIndex, index);
         return;
     }
-    Intake.Fill(taken);
 
     slot->seen[field] = true;
     slot->timestamp[field] = packet.timestamp;

@@ -316,6 +316,16 @@ TEST_F(AncillaryAssemblerTest, TheFrameThatIsRunningAtTheStartIsNotKept)
     EXPECT_EQ(Count().beforeFirstFrame, 2u);
 }
 
+TEST_F(AncillaryAssemblerTest, APacketThatIsOvertakenBeforeTheFirstFrameIsNotLost)
+{
+    Push(AncDatagram({.sequence = 96, .timestamp = 5}, {{}}));
+    Push(AncDatagram({.sequence = 98, .timestamp = 5, .marker = true}, {{}}));
+    Push(AncDatagram({.sequence = 97, .timestamp = 5}, {{}}));
+
+    EXPECT_EQ(Count().intake.lost, 0u);
+    EXPECT_EQ(Count().beforeFirstFrame, 3u);
+}
+
 TEST_F(AncillaryAssemblerTest, TwoPathsWithLossesOfTheirOwnMakeWholeSlots)
 {
     Make(Progressive1080(), {.payloadType = 100, .paths = 2});
