@@ -10,7 +10,7 @@ constexpr uint32_t kFirstTimestamp = 0xFFFFFE00; // wraps under way
 
 // The samples of `slots` slots, sent at once and with timestamps of the application: what comes out does not depend on
 // how fast the machine is.
-class Loop : public testing::Test
+class AudioRoad : public testing::Test
 {
 protected:
     static Bytes Samples(const AudioFormat& format, uint32_t slots) { return Noise(format.SlotBytes() * slots, 5); }
@@ -72,7 +72,7 @@ const FormatCase kFormats[] = {
     {"L24_96000_125us_8", k24, k96, k125Us, 8},   {"L24_96000_125us_16", k24, k96, k125Us, 16},
 };
 
-class AudioLoopFormat : public Loop, public testing::WithParamInterface<FormatCase>
+class AudioLoopFormat : public AudioRoad, public testing::WithParamInterface<FormatCase>
 {
 };
 
@@ -115,7 +115,7 @@ namespace
 {
 
 // A transmit stream, a relay, a receive stream; slots of 20 ms.
-class AudioLoop : public Loop
+class AudioLoop : public AudioRoad
 {
 protected:
     static constexpr uint32_t kSlots = 15;
@@ -216,7 +216,7 @@ TEST_F(AudioLoop, APathThatDiesLeavesNoGap)
     EXPECT_EQ(15u * 20 + 133, Status.TotalTransferredPacketCount_ULL);
 }
 
-TEST_F(Loop, AudioDelayedByTheApplicationMovesByAsMuch)
+TEST_F(AudioRoad, AudioDelayedByTheApplicationMovesByAsMuch)
 {
     const AudioFormat format;
     constexpr uint32_t kSlots = 12, kFrom = 7000;
@@ -258,8 +258,18 @@ TEST_F(Loop, AudioDelayedByTheApplicationMovesByAsMuch)
     }
 }
 
-TEST_F(Loop, AfterAPauseOfTheApplicationSendingGoesOnByItselfAtTheTimeOfTheClock)
+namespace
 {
+
+class AudioPause : public AudioRoad, public testing::WithParamInterface<uint32_t> // milliseconds
+{
+};
+
+} // namespace
+
+TEST_P(AudioPause, SendingGoesOnByItselfAtTheTimeOfTheClock)
+{
+    const uint32_t pauseMs = GetParam();
     const AudioFormat format; // slots of 10 ms
     constexpr uint32_t kSlots = 8;
     const Endpoint port = FreeEndpoint();
@@ -275,7 +285,7 @@ TEST_F(Loop, AfterAPauseOfTheApplicationSendingGoesOnByItselfAtTheTimeOfTheClock
     };
 
     put(0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(kSlots * 10 + 100));
+    std::this_thread::sleep_for(std::chrono::milliseconds(kSlots * 10 + pauseMs));
     put(kSlots);
 
     // What is not reported as missing is what was sent, in order and whole.
@@ -296,13 +306,47 @@ TEST_F(Loop, AfterAPauseOfTheApplicationSendingGoesOnByItselfAtTheTimeOfTheClock
         heard.insert(heard.end(), slot->bytes.begin() + long(at), slot->bytes.end());
     }
     EXPECT_TRUE(heard == samples);
-    // 150 ms of audio before the last slot, and a pause of 100.
-    EXPECT_GE(last - first, (2 * kSlots - 1) * format.SlotFrames() + 100 * 48 - format.SlotFrames());
+    // 150 ms of audio before the last slot, and the pause.
+    EXPECT_GE(last - first, (2 * kSlots - 1) * format.SlotFrames() + pauseMs * 48 - format.SlotFrames());
     EXPECT_EQ(0u, receive.NetworkStatus().LostPacketsCount_ULL);
     EXPECT_GE(send.NetworkStatus().UnderrunCount_ULL, 1u);
 }
 
-TEST_F(Loop, AudioThatFitsIntoNoPacketIsRefused)
+INSTANTIATE_TEST_SUITE_P(OfMilliseconds, AudioPause, testing::Values(100, 10000),
+                         [](const auto& instance) { return std::to_string(instance.param); });
+
+TEST_F(AudioRoad, AnApplicationThatStopsTakingForASecondLosesSlotsAndTheRestIsRight)
+{
+    const AudioFormat format; // slots of 10 ms
+    constexpr uint32_t kSlots = 180;
+    const Endpoint port = FreeEndpoint();
+    AudioStream receive(With, ZEFA_STREAM_TYPE_RX,
+                        {.format = format, .paths = {port}, .slots = 8, .lockTimeoutMs = 1000});
+    AudioStream send(With, ZEFA_STREAM_TYPE_TX, {.format = format, .paths = {port}, .slots = kSlots});
+    receive.Start();
+    send.Start();
+    const Bytes samples = Samples(format, kSlots);
+    SendAll(send, format, samples);
+
+    uint32_t taken = 0;
+    while (const std::optional<SlotBuffer> each = receive.Take()) // until nothing has come for a second
+    {
+        const uint32_t slot = (each->timestamps.at(0).Value_UL - kFirstTimestamp) / format.SlotFrames();
+        ASSERT_LT(slot, kSlots);
+        EXPECT_TRUE(each->bytes == Part(samples, slot * format.SlotBytes(), format.SlotBytes())) << "slot " << slot;
+        EXPECT_TRUE(each->losses.empty());
+        if (++taken == 5) std::this_thread::sleep_for(std::chrono::seconds(1));
+    }
+
+    ZEFA_STREAM_COMMON_STATUS status{};
+    EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetStreamCommonStatus(receive.Handle, &status));
+    EXPECT_GE(status.SlotDropped_UL, 50u); // of the hundred of that second the ring took eight
+    EXPECT_GT(taken, 13u);                 // it came back
+    EXPECT_EQ(kSlots, taken + status.SlotDropped_UL);
+    EXPECT_EQ(0u, receive.NetworkStatus().LostPacketsCount_ULL);
+}
+
+TEST_F(AudioRoad, AudioThatFitsIntoNoPacketIsRefused)
 {
     ZEFA_HANDLE stream = nullptr;
     ZEFA_OK(ZEFA_CreateStream(With.Context, ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_30, &stream));
