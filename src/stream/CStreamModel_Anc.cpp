@@ -95,7 +95,14 @@ ZEFA_ERRORCODE CStreamModel_Anc::StartStream()
     SlotDataPool.clear();
     TakenElements = 0;
     for (uint32_t i = 0; i < std::min(SlotCount, kMostSlotData); ++i)
-        SlotDataPool.emplace_back(IsTransmit(), HasListener()).Store.Init(StoreStandard(), false, AllStreams(), 1);
+    {
+        anc::CBlankingData& store = SlotDataPool.emplace_back(IsTransmit(), HasListener()).Store;
+        store.Init(StoreStandard(), false, AllStreams(), 1);
+        // A first packet takes the memory that an ordinary frame needs, and the store keeps it.
+        ZEFA_ANC_PACKET* packet = nullptr;
+        store.AllocatePacket(1, &packet, 0);
+        store.Init(StoreStandard(), false, AllStreams(), 1);
+    }
     return ZEFA_NO_ERROR;
 }
 

@@ -2,7 +2,12 @@
 #include "StreamModelTest.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <new>
+
+#include "stream/CStreamModel_Anc.h"
+
+using Quillmont::Trellis::Zefa::CStreamModel_Anc;
 
 namespace
 {
@@ -148,6 +153,84 @@ TEST_F(SlotOperations, TransmitAllocatesNothing)
                 worst = std::max(worst, model.LockSlot(&slot));
                 worst = std::max(worst, model.GetSlotBuffer(slot, ZEFA_BUFFER_VIDEO_0, &address, &size));
                 worst = std::max(worst, model.SetSlotTimestamps(slot, ZEFA_BUFFER_VIDEO_0, &timestamp, 1));
+                worst = std::max(worst, model.UnlockSlot(slot));
+            }
+        });
+
+    EXPECT_EQ(allocations, 0);
+    EXPECT_EQ(worst, ZEFA_NO_ERROR);
+}
+
+// An ancillary slot with a playlist of one packet in each of its buffers.
+class AncSlotOperations : public SlotOperations
+{
+protected:
+    AncSlotOperations()
+    {
+        Rest.Stream.BufferInfo.clear();
+        for (uint32_t key = 0; key < 16; ++key)
+            Rest.Stream.BufferInfo.emplace(key, BUFFER_INFO(key * 256, 256));
+        constexpr uint16_t kPlaylist[] = {30,    0,     0,     0,     0x800A, 14,     0,     0x3FF,
+                                          0x3FF, 0x241, 0x205, 0x200, 0x246,  0xFFFF, 0xFFFF};
+        for (FakeFlowRail::Slot& slot : FakeFlowRail::Instance().Slots)
+            for (size_t key = 0; key < 16; ++key)
+                std::memcpy(slot.Bytes.data() + key * 256, kPlaylist, sizeof kPlaylist);
+    }
+
+    void Configure(CStreamModel& model)
+    {
+        ZEFA_ESSENCE_CONFIG config{};
+        config.EssenceType_E = ZEFA_ESSENCE_TYPE_ST2110_40;
+        config.Essence_X.ST2110_40_X.VideoStandard_E = 7;
+        ASSERT_EQ(model.SetEssenceConfig(&config), ZEFA_NO_ERROR);
+    }
+};
+
+TEST_F(AncSlotOperations, ReceiveAllocatesNothingFromTheFirstLockOn)
+{
+    CStreamModel_Anc model(&Rest, 0, 2);
+    Configure(model);
+    Start(model);
+    uint32_t packets = 0;
+
+    const int allocations = AllocationsOf(
+        [&]
+        {
+            for (int i = 0; i < 20; ++i)
+            {
+                void* slot = nullptr;
+                model.LockSlot(&slot);
+                for (uint32_t key = 0; key < 16; ++key)
+                {
+                    uint32_t count = 0;
+                    model.GetNbPackets(slot, 10, ZEFA_BUFFER_ANC_0 + key, &count);
+                    packets += count;
+                }
+                model.UnlockSlot(slot);
+            }
+        });
+
+    EXPECT_EQ(allocations, 0);
+    EXPECT_EQ(packets, 20u * 16);
+}
+
+TEST_F(AncSlotOperations, TransmitAllocatesNothing)
+{
+    CStreamModel_Anc model(&Rest, 1, 2);
+    Configure(model);
+    Start(model);
+    ZEFA_ERRORCODE worst = ZEFA_NO_ERROR;
+
+    const int allocations = AllocationsOf(
+        [&]
+        {
+            for (int i = 0; i < 20; ++i)
+            {
+                void* slot = nullptr;
+                ZEFA_ANC_PACKET* packet = nullptr;
+                worst = std::max(worst, model.LockSlot(&slot));
+                worst = std::max(worst, model.AllocatePacket(slot, 32, &packet));
+                worst = std::max(worst, model.InsertPacket(slot, 10, ZEFA_BUFFER_ANC_0, -1, packet));
                 worst = std::max(worst, model.UnlockSlot(slot));
             }
         });
