@@ -75,3 +75,68 @@ json PlainRuleLoop::Parse(const std::string& text) const
     root["media"] = medias;
     return root;
 }
+
+std::string PlainRuleLoop::Line(char letter, const SdpRule& rule, const json& location) const
+{
+    const bool named = !rule.name.empty();
+    const json none;
+    const json& own = named && location.contains(rule.name) ? location.at(rule.name) : none;
+    const std::string format = rule.format.empty() ? rule.formatFunc(named ? own : location) : rule.format;
+    std::vector<json> arguments;
+    if (rule.names.empty()) arguments.push_back(own);
+    for (const std::string& key : rule.names)
+        if (own.is_object() && own.contains(key))
+            arguments.push_back(own.at(key));
+        else
+            arguments.push_back(location.is_object() && location.contains(key) ? location.at(key) : json(""));
+
+    std::ostringstream line;
+    line << letter << '=';
+    size_t next = 0;
+    for (std::sregex_iterator token(format.begin(), format.end(), Token), end; token != end; ++token)
+    {
+        if (next == arguments.size())
+        {
+            line << token->str();
+            continue;
+        }
+        const json& argument = arguments[next++];
+        line << token->prefix();
+        if (token->str() == "%%")
+            line << '%';
+        else if (token->str() != "%v")
+            line << (argument.is_string() ? argument.get<std::string>() : argument.dump());
+    }
+    line << "\r\n";
+    return line.str();
+}
+
+void PlainRuleLoop::Level(std::ostream& text, const char* letters, const json& location) const
+{
+    for (; *letters; ++letters)
+        for (const SdpRule& rule : SdpRuleTable().at(*letters))
+        {
+            if (!rule.name.empty() && location.contains(rule.name) && !location.at(rule.name).is_null())
+                text << Line(*letters, rule, location);
+            else if (!rule.push.empty() && location.contains(rule.push) && location.at(rule.push).is_array())
+                for (const json& element : location.at(rule.push))
+                    text << Line(*letters, rule, element);
+        }
+}
+
+std::string PlainRuleLoop::Write(json& tree) const
+{
+    if (!tree.contains("version")) tree["version"] = 0;
+    if (!tree.contains("name")) tree["name"] = "-";
+    if (!tree.contains("media")) tree["media"] = json::array();
+    for (json& media : tree["media"])
+        if (!media.contains("payloads")) media["payloads"] = "";
+    std::ostringstream text;
+    Level(text, "vosiuepcbtrza", tree);
+    for (const json& media : tree["media"])
+    {
+        text << Line('m', SdpRuleTable().at('m').front(), media);
+        Level(text, "icba", media);
+    }
+    return text.str();
+}
