@@ -61,6 +61,15 @@ int RunWords(const std::vector<std::string>& words)
     return command->run(ParseArguments(rest, command->options, command->operands));
 }
 
+// A session that could not be opened leaves its watchdog running: nothing may be destroyed under it.
+[[noreturn]] void End(const char* sentence, ExitCode code)
+{
+    std::fprintf(stderr, "zefa: %s\n", Harmless(sentence).c_str());
+    if (code == kUsage) std::fprintf(stderr, "Try: zefa --help, or zefa COMMAND --help\n");
+    std::fflush(nullptr);
+    ::_exit(code);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -77,13 +86,10 @@ int main(int argc, char** argv)
     }
     catch (const Failure& failure)
     {
-        std::fprintf(stderr, "zefa: %s\n", Harmless(failure.what()).c_str());
-        if (failure.Code == kUsage) std::fprintf(stderr, "Try: zefa --help, or zefa COMMAND --help\n");
-        return failure.Code;
+        End(failure.what(), failure.Code);
     }
     catch (const std::exception& failure)
     {
-        std::fprintf(stderr, "zefa: %s\n", Harmless(failure.what()).c_str());
-        return kRefused;
+        End(failure.what(), kRefused);
     }
 }

@@ -119,24 +119,25 @@ ZEFA_PTP_CONFIG ConfigurationOf(const Arguments& arguments, const Session& sessi
 int RunPtp(const Arguments& arguments)
 {
     const bool configure = WantsConfiguration(arguments);
+    const Presenter presenter(arguments);
     const Session session(arguments);
     if (configure)
     {
         const ZEFA_PTP_CONFIG config = ConfigurationOf(arguments, session);
         Check(ZEFA_SetPTPConfig(session.Context(), &config), "The PTP daemon could not be configured");
     }
-    Present(arguments,
-            [&]
-            {
-                ZEFA_PTP_CONFIG config{};
-                ZEFA_PTP_STATUS status{};
-                Check(ZEFA_GetPTPConfig(session.Context(), &config), "The PTP configuration could not be read");
-                Check(ZEFA_GetPTPStatus(session.Context(), &status), "The PTP status could not be read");
-                Report report;
-                report.document = {{"config", ConfigDocument(config)}, {"status", StatusDocument(status)}};
-                report.views = {{"Status", "/status", kStatusColumns}, {"Configuration", "/config", kConfigColumns}};
-                return report;
-            });
+    presenter.Show(
+        [&]
+        {
+            ZEFA_PTP_CONFIG config{};
+            ZEFA_PTP_STATUS status{};
+            Check(ZEFA_GetPTPConfig(session.Context(), &config), "The PTP configuration could not be read");
+            Check(ZEFA_GetPTPStatus(session.Context(), &status), "The PTP status could not be read");
+            Report report;
+            report.document = {{"config", ConfigDocument(config)}, {"status", StatusDocument(status)}};
+            report.views = {{"Status", "/status", kStatusColumns}, {"Configuration", "/config", kConfigColumns}};
+            return report;
+        });
     return kGood;
 }
 

@@ -143,19 +143,22 @@ void Print(const std::string& text)
     }
 }
 
-void Present(const Arguments& arguments, const std::function<Report()>& make)
+Presenter::Presenter(const Arguments& arguments)
+    : AsJson(arguments.Has("--json")), Watch(arguments.Has("--watch")),
+      Interval(static_cast<double>(arguments.Number("--interval", 1, 3'600'000, 1000)) / 1000),
+      Count(arguments.Number("--count", 1, UINT64_MAX, Watch ? UINT64_MAX : 1))
 {
-    const bool json = arguments.Has("--json"), watch = arguments.Has("--watch");
-    const double interval = static_cast<double>(arguments.Number("--interval", 1, 3'600'000, 1000)) / 1000;
-    const uint64_t count = arguments.Number("--count", 1, UINT64_MAX, watch ? UINT64_MAX : 1);
-    const char* const between = json ? "" : OutputIsTerminal() ? "\x1b[H\x1b[J" : "\n";
-    for (uint64_t round = 0; round < count; ++round)
+}
+
+void Presenter::Show(const std::function<Report()>& make) const
+{
+    const bool redrawn = Watch && !AsJson && OutputIsTerminal();
+    for (uint64_t round = 0; round < Count; ++round)
     {
         const Report report = make();
-        const bool redrawn = watch && OutputIsTerminal() && !json;
-        const std::string text = json ? JsonText(report.document, !watch) + "\n" : TextOf(report);
-        Print((round > 0 || redrawn ? between : "") + text);
-        if (!watch || round + 1 == count || !Pause(interval)) return;
+        const char* const before = redrawn ? "\x1b[H\x1b[J" : round > 0 && !AsJson ? "\n" : "";
+        Print(before + (AsJson ? JsonText(report.document, !Watch) + "\n" : TextOf(report)));
+        if (!Watch || round + 1 == Count || !Pause(Interval)) return;
     }
 }
 

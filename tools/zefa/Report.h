@@ -56,8 +56,18 @@ void Print(const std::string& text);
 void UseOutput(int descriptor);
 bool OutputIsTerminal();
 
-// Prints what `make` returns: once, or with --watch again and again, as --json, --interval and --count say.
-void Present(const Arguments& arguments, const std::function<Report()>& make);
+// Prints reports: once, or with --watch again and again, as --json, --interval and --count say.
+class Presenter
+{
+public:
+    explicit Presenter(const Arguments& arguments); // a Failure of kUsage for what the options cannot say
+    void Show(const std::function<Report()>& make) const;
+
+private:
+    const bool AsJson, Watch;
+    const double Interval; // seconds
+    const uint64_t Count;
+};
 
 // Waits; false when a signal asked the program to end.
 bool Pause(double seconds);

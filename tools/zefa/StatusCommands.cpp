@@ -79,110 +79,114 @@ Json ConductorDocument(const Session& session, uint64_t id, const std::vector<Co
 
 int RunStatus(const Arguments& arguments)
 {
+    const Presenter presenter(arguments);
     const Session session(arguments);
-    Present(arguments,
-            [&]
-            {
-                uint64_t service = 0;
-                ZEFA_LIBRARIES_STATUS libraries{};
-                Check(ZEFA_GetMXSStatus(session.Context(), &service), "The status of the service could not be read");
-                ZEFA_GetLibrariesStatus(&libraries); // its result is a failure by design; the structure is filled
-                Report report;
-                report.document = {{"service", session.Url()},
-                                   {"serviceVersion", VersionText(service)},
-                                   {"libraryVersion", VersionText(libraries.ZefalineVersion)},
-                                   {"railVersion", VersionText(libraries.FlowRailVersion)},
-                                   {"railFits", session.RailFits()},
-                                   {"cores", session.Cores().size()},
-                                   {"interfaces", session.Interfaces().size()},
-                                   {"sharedConductors", session.SharedConductors().size()}};
-                report.views = {{"",
-                                 "",
-                                 {{"service", "Service"},
-                                  {"serviceVersion", "Version of the service"},
-                                  {"libraryVersion", "Version of the library"},
-                                  {"railVersion", "Version of the flow rail"},
-                                  {"railFits", "Same flow rail in the service"},
-                                  {"cores", "Cores"},
-                                  {"interfaces", "Interfaces"},
-                                  {"sharedConductors", "Shared conductors"}}}};
-                return report;
-            });
+    presenter.Show(
+        [&]
+        {
+            uint64_t service = 0;
+            ZEFA_LIBRARIES_STATUS libraries{};
+            Check(ZEFA_GetMXSStatus(session.Context(), &service), "The status of the service could not be read");
+            ZEFA_GetLibrariesStatus(&libraries); // its result is a failure by design; the structure is filled
+            Report report;
+            report.document = {{"service", session.Url()},
+                               {"serviceVersion", VersionText(service)},
+                               {"libraryVersion", VersionText(libraries.ZefalineVersion)},
+                               {"railVersion", VersionText(libraries.FlowRailVersion)},
+                               {"railFits", session.RailFits()},
+                               {"cores", session.Cores().size()},
+                               {"interfaces", session.Interfaces().size()},
+                               {"sharedConductors", session.SharedConductors().size()}};
+            report.views = {{"",
+                             "",
+                             {{"service", "Service"},
+                              {"serviceVersion", "Version of the service"},
+                              {"libraryVersion", "Version of the library"},
+                              {"railVersion", "Version of the flow rail"},
+                              {"railFits", "Same flow rail in the service"},
+                              {"cores", "Cores"},
+                              {"interfaces", "Interfaces"},
+                              {"sharedConductors", "Shared conductors"}}}};
+            return report;
+        });
     return kGood;
 }
 
 int RunCores(const Arguments& arguments)
 {
+    const Presenter presenter(arguments);
     const Session session(arguments);
-    Present(arguments,
-            [&]
-            {
-                Report report;
-                Json& cores = report.document["cores"] = Json::array();
-                for (const Core& core : session.Cores())
-                    cores.push_back(CoreDocument(core));
-                report.views = {{"",
-                                 "/cores",
-                                 {{"core", "Core", &PlainText, Align::Right},
-                                  {"usagePercent", "Used", &PercentText, Align::Right},
-                                  {"maxSpeedMhz", "Speed", &MegahertzText, Align::Right},
-                                  {"numaNode", "NUMA", &PlainText, Align::Right},
-                                  {"group", "Group", &PlainText, Align::Right},
-                                  {"conductor", "Conductor"},
-                                  {"id", "Identifier"}}}};
-                return report;
-            });
+    presenter.Show(
+        [&]
+        {
+            Report report;
+            Json& cores = report.document["cores"] = Json::array();
+            for (const Core& core : session.Cores())
+                cores.push_back(CoreDocument(core));
+            report.views = {{"",
+                             "/cores",
+                             {{"core", "Core", &PlainText, Align::Right},
+                              {"usagePercent", "Used", &PercentText, Align::Right},
+                              {"maxSpeedMhz", "Speed", &MegahertzText, Align::Right},
+                              {"numaNode", "NUMA", &PlainText, Align::Right},
+                              {"group", "Group", &PlainText, Align::Right},
+                              {"conductor", "Conductor"},
+                              {"id", "Identifier"}}}};
+            return report;
+        });
     return kGood;
 }
 
 int RunInterfaces(const Arguments& arguments)
 {
+    const Presenter presenter(arguments);
     const Session session(arguments);
-    Present(arguments,
-            [&]
-            {
-                Report report;
-                Json& interfaces = report.document["interfaces"] = Json::array();
-                for (const Interface& each : session.Interfaces())
-                    interfaces.push_back(InterfaceDocument(each));
-                report.views = {{"",
-                                 "/interfaces",
-                                 {{"name", "Name"},
-                                  {"address", "Address"},
-                                  {"linkUp", "Up"},
-                                  {"linkSpeedMbit", "Speed", &MegabitsText, Align::Right},
-                                  {"duplex", "Duplex"},
-                                  {"mtu", "MTU", &PlainText, Align::Right},
-                                  {"sendBitsPerSecond", "Sends", &BitRateText, Align::Right},
-                                  {"receiveBitsPerSecond", "Receives", &BitRateText, Align::Right},
-                                  {"mac", "MAC"},
-                                  {"driver", "Driver"},
-                                  {"numaNode", "NUMA", &PlainText, Align::Right}}}};
-                return report;
-            });
+    presenter.Show(
+        [&]
+        {
+            Report report;
+            Json& interfaces = report.document["interfaces"] = Json::array();
+            for (const Interface& each : session.Interfaces())
+                interfaces.push_back(InterfaceDocument(each));
+            report.views = {{"",
+                             "/interfaces",
+                             {{"name", "Name"},
+                              {"address", "Address"},
+                              {"linkUp", "Up"},
+                              {"linkSpeedMbit", "Speed", &MegabitsText, Align::Right},
+                              {"duplex", "Duplex"},
+                              {"mtu", "MTU", &PlainText, Align::Right},
+                              {"sendBitsPerSecond", "Sends", &BitRateText, Align::Right},
+                              {"receiveBitsPerSecond", "Receives", &BitRateText, Align::Right},
+                              {"mac", "MAC"},
+                              {"driver", "Driver"},
+                              {"numaNode", "NUMA", &PlainText, Align::Right}}}};
+            return report;
+        });
     return kGood;
 }
 
 int RunConductors(const Arguments& arguments)
 {
+    const Presenter presenter(arguments);
     const Session session(arguments);
-    Present(arguments,
-            [&]
-            {
-                Report report;
-                const std::vector<Core> cores = session.Cores();
-                Json& conductors = report.document["conductors"] = Json::array();
-                for (const uint64_t id : session.SharedConductors())
-                    conductors.push_back(ConductorDocument(session, id, cores));
-                report.views = {{"",
-                                 "/conductors",
-                                 {{"id", "Identifier"},
-                                  {"core", "Core", &PlainText, Align::Right},
-                                  {"loadPercent", "Load", &PercentText, Align::Right},
-                                  {"bitsPerSecond", "Throughput", &BitRateText, Align::Right}},
-                                 "No conductor is shared."}};
-                return report;
-            });
+    presenter.Show(
+        [&]
+        {
+            Report report;
+            const std::vector<Core> cores = session.Cores();
+            Json& conductors = report.document["conductors"] = Json::array();
+            for (const uint64_t id : session.SharedConductors())
+                conductors.push_back(ConductorDocument(session, id, cores));
+            report.views = {{"",
+                             "/conductors",
+                             {{"id", "Identifier"},
+                              {"core", "Core", &PlainText, Align::Right},
+                              {"loadPercent", "Load", &PercentText, Align::Right},
+                              {"bitsPerSecond", "Throughput", &BitRateText, Align::Right}},
+                             "No conductor is shared."}};
+            return report;
+        });
     return kGood;
 }
 

@@ -42,8 +42,11 @@ public:
     bool OutOfPatience() const { return SecondsSince(Last) >= Patience; }
     std::string PatienceText() const { return std::to_string(static_cast<uint64_t>(Patience)) + " s"; }
 
+    // The time runs from here, not from the making of the object.
+    void Begin() { Start = Last = Clock::now(); }
+
     uint64_t Done = 0;
-    const Clock::time_point Start = Clock::now();
+    Clock::time_point Start = Clock::now();
 
 private:
     const uint64_t Slots;
@@ -206,10 +209,11 @@ int RunReceive(const Arguments& arguments)
     const Description description = StreamDescription(arguments);
     const std::optional<std::string> output = arguments.Find("--output");
     SlotTaker taker(description, output);
-    const Session session(arguments);
-    const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_RX);
     CounterLine line(arguments, output == "-");
     Limits limits(arguments);
+    const Session session(arguments);
+    const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_RX);
+    limits.Begin();
     uint64_t holes = 0;
     while (const ZEFA_SLOT slot = NextSlot(stream, limits, line, holes, "Nothing arrived for"))
     {
@@ -233,10 +237,11 @@ int RunSend(const Arguments& arguments)
         throw Failure(kUsage, "Ancillary data cannot be sent from a file.");
     MediaInput media(*input, arguments.Has("--loop"));
     const std::vector<ZEFA_BUFFER_TYPE> buffers = BuffersOf(description);
-    const Session session(arguments);
-    const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_TX);
     CounterLine line(arguments, false);
     Limits limits(arguments);
+    const Session session(arguments);
+    const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_TX);
+    limits.Begin();
     while (media.HasMore())
     {
         const ZEFA_SLOT slot = NextSlot(stream, limits, line, 0, "The service took no slot for");

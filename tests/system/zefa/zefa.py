@@ -137,8 +137,8 @@ class Zefa(unittest.TestCase):
         conductors = self.json("conductors")["conductors"]
         self.assertEqual([0], [each["core"] for each in conductors])
         self.assertGreaterEqual(conductors[0]["loadPercent"], 0)
-        self.assertEqual(conductors, self.json("conductors")["conductors"], "looking at it does not end it") \
-            if conductors[0]["loadPercent"] == 0 else None
+        again = self.json("conductors")["conductors"]
+        self.assertEqual([conductors[0]["id"]], [each["id"] for each in again], "looking at it does not end it")
         self.assertIn(conductors[0]["id"], self.zefa("conductors")[0])
 
     def test_WatchPrintsAgainAsOftenAsCountSays(self):
@@ -242,12 +242,12 @@ class Zefa(unittest.TestCase):
     def test_CheckTellsTheReadersOwnWordsAndWhereTheyBelong(self):
         file = self.write("bad.sdp", description(VIDEO.replace("depth=8", "depth=9")))
         out, _ = self.zefa("sdp", "check", file, expect=COMPLAINTS)
-        self.assertEqual([f'{file}:8:81: error (reader), depth: Unsupported depth value "9".',
+        self.assertEqual([f'{file}:8:82: error (reader), depth: Unsupported depth value "9".',
                           f"{file}: error (reader): Error in ZEFA_ReadSDP when parsing the SDP : 2",
                           f"{file}: refused; complaints of the reader: 2, hints: 0"], out.splitlines())
         report = self.json("sdp", "check", file, expect=COMPLAINTS)
         self.assertFalse(report["accepted"])
-        self.assertEqual({"line": 8, "column": 81, "kind": "error", "source": "reader", "key": "depth",
+        self.assertEqual({"line": 8, "column": 82, "kind": "error", "source": "reader", "key": "depth",
                           "text": 'Unsupported depth value "9".'}, report["complaints"][0])
         self.assertIsNone(report["complaints"][1]["line"])
 
