@@ -55,8 +55,8 @@ def formats(peer, direction):
     yield f"{prefix}Multicast", Case(peer, direction, group="239.100.1.30")
 
 
-CASES = dict(case for peer in ("ffmpeg", "gstreamer") for direction in ("receive", "send")
-             for case in formats(peer, direction))
+CASES = dict([case for peer in ("ffmpeg", "gstreamer") for direction in ("receive", "send")
+              for case in formats(peer, direction)] + [("ToTshark", Case("tshark", "inspect", packet_us=125))])
 
 
 def description(case, address, port):
@@ -161,6 +161,48 @@ def send(case, sent, files, binaries, programs, url):
     return compare(got.reshape(WANTED, case.channels, -1), sent[:, list(order)])
 
 
+def inspect(case, _sent, files, binaries, programs, url):
+    """What a dissector makes of our packets."""
+    port = free_port()
+    files["sdp"].write_text(description(case, "127.0.0.1", port), newline="")
+    programs.start("tshark", ["tshark", "-i", "lo", "-f", f"udp port {port}", "-w", files["raw"], "-q"])
+    for _ in range(100):
+        if files["raw"].exists() and files["raw"].stat().st_size:
+            break
+        time.sleep(0.1)
+    else:
+        programs.fail("tshark does not capture")
+    result = subprocess.run(
+        programs.namespace.command([binaries / "send_samples", files["sdp"], "--samples", files["source"], "--service",
+                                    url, "--interface", "lo", "--slots", "50"]),
+        capture_output=True, text=True, timeout=60, check=False)
+    print(result.stdout, result.stderr, sep="")
+    time.sleep(1)
+    programs.end("tshark")
+    fields = ("rtp.version", "rtp.padding", "rtp.ext", "rtp.cc", "rtp.marker", "rtp.p_type", "rtp.ssrc", "rtp.seq",
+              "rtp.timestamp", "udp.length", "_ws.malformed", "_ws.expert.message")
+    table = subprocess.run(["tshark", "-r", files["raw"], "-d", f"udp.port=={port},rtp", "-T", "fields"]
+                           + [word for field in fields for word in ("-e", field)],
+                           capture_output=True, text=True, check=True).stdout
+    packets = [dict(zip(fields, line.split("\t"))) for line in table.splitlines()]
+    if len(packets) != 50 * 80:
+        return f"{len(packets)} packets instead of 4000"
+    same = {"rtp.version": "2", "rtp.padding": "0", "rtp.ext": "0", "rtp.cc": "0", "rtp.marker": "0",
+            "rtp.p_type": "97", "rtp.ssrc": packets[0]["rtp.ssrc"], "udp.length": str(8 + 12 + case.packet_bytes),
+            "_ws.malformed": "", "_ws.expert.message": ""}
+    jumps, timestamp = 0, int(packets[0]["rtp.timestamp"])
+    for number, packet in enumerate(packets):
+        if number % 80 == 0 and int(packet["rtp.timestamp"]) != timestamp:  # a slot that the program was late with
+            jumps, timestamp = jumps + 1, int(packet["rtp.timestamp"])
+        expected = same | {"rtp.seq": str((int(packets[0]["rtp.seq"]) + number) % (1 << 16)),
+                           "rtp.timestamp": str(timestamp)}
+        if packet != expected:
+            return f"packet {number} is {packet} and should be {expected}"
+        timestamp = (timestamp + case.packet_frames) % (1 << 32)
+    underruns = int(re.search(r"(\d+) underruns", result.stdout)[1])
+    return f"{jumps} jumps of the timestamps, {underruns} underruns" if jumps > underruns else ""
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--bin", type=pathlib.Path)
@@ -185,8 +227,8 @@ def main():
                 sent = noise(case)
                 files["source"].write_bytes(sent.tobytes())
                 url = programs.service(binaries)
-                way = receive if case.direction == "receive" else send
-                wrong = way(case, sent, files, binaries, programs, url)
+                wrong = {"receive": receive, "send": send, "inspect": inspect}[case.direction](
+                    case, sent, files, binaries, programs, url)
                 if wrong:
                     programs.fail(wrong)
             finally:
