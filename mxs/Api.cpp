@@ -1,11 +1,14 @@
 // From a path to its handler, and from a refusal to its answer.
 #include "mxs/Api.h"
 
+#include "mxs/ptp/Ptp4lConfig.h"
+
 #include <flowrail1.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <net/if.h>
 #include <new>
 #include <shared_mutex>
 
@@ -126,10 +129,9 @@ std::span<const Api::Route> Api::Routes()
         {"GET",    "MXS/Stream/Mines/{id}/State",            Token, &Api::GetStreamState},
         {"PUT",    "MXS/Stream/Mines/{id}/State",            Token, &Api::SetStreamState},
 
-        // This service controls no PTP daemon.
-        {"GET",    "MXS/PtpApi/Config",                      Token, &Api::NotHere},
-        {"PUT",    "MXS/PtpApi/Config",                      Token, &Api::NotHere},
-        {"GET",    "MXS/PtpApi/Status",                      Token, &Api::NotHere},
+        {"GET",    "MXS/PtpApi/Config",                      Token, &Api::GetPtpConfig},
+        {"PUT",    "MXS/PtpApi/Config",                      Token, &Api::SetPtpConfig},
+        {"GET",    "MXS/PtpApi/Status",                      Token, &Api::GetPtpStatus},
     };
     return kRoutes;
 }
@@ -245,11 +247,6 @@ HttpAnswer Api::GetError(const Call& call)
     return Ok(*error);
 }
 
-HttpAnswer Api::NotHere(const Call&)
-{
-    throw Refusal(kNotImplemented, "This service controls no PTP daemon.");
-}
-
 HttpAnswer Api::Authenticate(const Call& call)
 {
     const ContextIdentity identity = call.Read<ContextIdentity>();
@@ -300,6 +297,26 @@ HttpAnswer Api::DeleteContext(const Call& call)
     if (call.Id(0) != call.Owner()) throw Refusal(kForeignResource, "This is not the context of the token.");
     if (!S.removeContext(call.context)) throw Refusal(kContextRemoved, "The context of this token has been removed.");
     return Done();
+}
+
+HttpAnswer Api::GetPtpConfig(const Call&)
+{
+    return Ok(S.ptp.GetConfig());
+}
+
+HttpAnswer Api::SetPtpConfig(const Call& call)
+{
+    const ptp::Config config = call.Read<ptp::Config>();
+    if (const std::optional<std::string> why = ptp::WhyRefused(config)) throw Refusal(kIncorrectConfiguration, *why);
+    if (if_nametoindex(config.interfaceName.c_str()) == 0)
+        throw Refusal(kUnknownResource, "There is no interface " + config.interfaceName + ".");
+    S.ptp.SetConfig(config);
+    return Done();
+}
+
+HttpAnswer Api::GetPtpStatus(const Call&)
+{
+    return Ok(PtpReport{S.ptp.GetStatus(), S.clock.Read(), S.clock.TaiNs()});
 }
 
 std::shared_ptr<Conductor> Api::ConductorOf(const Call& call) const

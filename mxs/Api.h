@@ -11,7 +11,9 @@
 #include "mxs/Log.h"
 #include "mxs/PortDropStore.h"
 #include "mxs/ProcessingMeter.h"
+#include "mxs/PtpDocuments.h"
 #include "mxs/StreamStore.h"
+#include "mxs/ptp/PtpDaemon.h"
 
 #include <cstdint>
 #include <functional>
@@ -38,6 +40,8 @@ struct ApiServices
     InterfaceInventory& interfaces;
     PortDropStore& drops;
     StreamStore& streams;
+    ptp::PtpDaemon& ptp;
+    const ptp::ServiceClock& clock;
     ErrorVault& errors;
     ProcessingMeter& meter;
     std::function<bool(const std::shared_ptr<Context>&)> removeContext; // with all that it owns; false: gone already
@@ -94,7 +98,6 @@ private:
 
     HttpAnswer GetServiceStatus(const Call& call);
     HttpAnswer GetError(const Call& call);
-    HttpAnswer NotHere(const Call& call);
 
     HttpAnswer Authenticate(const Call& call);
     HttpAnswer Tick(const Call& call);
@@ -140,6 +143,10 @@ private:
     HttpAnswer GetStreamNetworkStatus(const Call& call);
     HttpAnswer GetStreamState(const Call& call);
     HttpAnswer SetStreamState(const Call& call);
+
+    HttpAnswer GetPtpConfig(const Call& call);
+    HttpAnswer SetPtpConfig(const Call& call);
+    HttpAnswer GetPtpStatus(const Call& call);
 
     std::shared_ptr<Conductor> ConductorOf(const Call& call) const;
     std::shared_ptr<Stream> StreamOf(const Call& call) const;

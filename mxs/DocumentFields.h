@@ -72,6 +72,19 @@ Value ReadUnsigned(const Json& value, const std::string& path)
     return static_cast<Value>(number);
 }
 
+// Whole number of either sign that fits the member; -3.0 is taken, -3.5 is not.
+template <class Value>
+Value ReadSigned(const Json& value, const std::string& path)
+{
+    constexpr double kLeast = std::numeric_limits<Value>::min(), kMost = std::numeric_limits<Value>::max();
+    static_assert(sizeof(Value) <= 4, "a double holds each of its values");
+    const double number = value.is_number() ? value.get<double>() : std::nan("");
+    if (!(number >= kLeast && number <= kMost) || number != std::floor(number))
+        RefuseKey(path, "is no whole number from " + std::to_string(std::numeric_limits<Value>::min()) + " to " +
+                            std::to_string(std::numeric_limits<Value>::max()));
+    return static_cast<Value>(number);
+}
+
 inline bool ReadFlag(const Json& value, const std::string& path)
 {
     if (!value.is_boolean()) RefuseKey(path, "is no boolean");
@@ -130,6 +143,8 @@ constexpr Field<RecordOf<Member>> Number(std::string_view key, Need need = Need:
                     if (!value.is_number()) RefuseKey(path, "is no number");
                     record.*Member = value.get<ValueOf<Member>>();
                 }
+                else if constexpr (std::is_signed_v<ValueOf<Member>>)
+                    record.*Member = ReadSigned<ValueOf<Member>>(value, path);
                 else
                     record.*Member = ReadUnsigned<ValueOf<Member>>(value, path);
             }};

@@ -23,6 +23,12 @@ inline constexpr EnumText kAvailabilities[] = {{0, "AVAILABLE"}, {1, "NOT_AVAILA
 inline constexpr EnumText kRailTypes[] = {{0, "Unknown"}, {1, "FileMap"}};
 inline constexpr EnumText kDuplexTypes[] = {{0, "Half"}, {1, "Full"}, {2, "Unknown"}};
 inline constexpr EnumText kMulticastModes[] = {{0, "Exclusion"}, {1, "Inclusion"}};
+inline constexpr EnumText kDelayMechanisms[] = {{1, "E2E"}, {2, "P2P"}};
+inline constexpr EnumText kTimeStampings[] = {{1, "SW"}, {2, "HW"}};
+inline constexpr EnumText kPortStates[] = {
+    {0, "UNKNOWN"},    {1, "INITIALIZING"}, {2, "FAULTY"},  {3, "DISABLED"},     {4, "LISTENING"},
+    {5, "PRE_MASTER"}, {6, "MASTER"},       {7, "PASSIVE"}, {8, "UNCALIBRATED"}, {9, "SLAVE"},
+};
 inline constexpr EnumText kBitDepths[] = {{0, "_8Bits"}, {1, "_10Bits"}, {2, "_12Bits"}, {3, "_16Bits"}};
 inline constexpr EnumText kBitPaddings[] = {{0, "NoPadding"}, {1, "_16BitsPadding"}, {2, "_32BitsPadding"}};
 inline constexpr EnumText kBitSamplings[] = {

@@ -13,7 +13,8 @@ using namespace std::chrono_literals;
 Service::Service(ServiceSettings settings, const Log& log)
     : Settings(std::move(settings)), Out(log), Memory(Settings.media.memoryLimitBytes),
       Contexts(Settings.contextTtl, Settings.contexts, log), Conductors(Cores, Settings.conductors, log),
-      Streams(ForStreams(), Settings.streams), Errors(Settings.keptErrors, Settings.errorLife), Resources(ForApi()),
+      Ptp(ForPtp(), Clock), Streams(ForStreams(), Settings.streams), Errors(Settings.keptErrors, Settings.errorLife),
+      Resources(ForApi()),
       Http(
           Settings.http, [this](const HttpRequest& request) { return Resources.Handle(request); }, log)
 {
@@ -28,7 +29,15 @@ StreamServices Service::ForStreams()
 {
     media::MediaSettings settings = Settings.media;
     if (!settings.log) settings.log = [this](const std::string& line) { Out.Warning(line); };
+    if (!settings.clock) settings.clock = &Clock;
     return {Conductors, Cores, Interfaces, Drops, Memory, std::move(settings), Out};
+}
+
+ptp::PtpSettings Service::ForPtp()
+{
+    ptp::PtpSettings settings = Settings.ptp;
+    if (!settings.log) settings.log = [this](const std::string& line) { Out.Info(line); };
+    return settings;
 }
 
 ApiServices Service::ForApi()
@@ -39,6 +48,8 @@ ApiServices Service::ForApi()
             .interfaces = Interfaces,
             .drops = Drops,
             .streams = Streams,
+            .ptp = Ptp,
+            .clock = Clock,
             .errors = Errors,
             .meter = Meter,
             .removeContext = [this](const std::shared_ptr<Context>& context) { return RemoveContext(context); },
@@ -67,6 +78,7 @@ void Service::Stop()
     Http.Stop();
     for (const std::shared_ptr<Context>& context : Contexts.All())
         RemoveContext(context);
+    Ptp.Stop();
 }
 
 bool Service::RemoveContext(const std::shared_ptr<Context>& context)

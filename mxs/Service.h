@@ -21,6 +21,7 @@ struct ServiceSettings
     std::chrono::milliseconds contextTtl{300000};
     media::MediaSettings media; // its memory limit holds for all rings together
     HttpLimits http;
+    ptp::PtpSettings ptp; // without folders of programs there is no daemon
     size_t contexts = 256;
     size_t conductors = kMaxListed;
     size_t streams = 1024;
@@ -43,6 +44,7 @@ public:
 private:
     StreamServices ForStreams();
     ApiServices ForApi();
+    ptp::PtpSettings ForPtp();
     bool RemoveContext(const std::shared_ptr<Context>& context);
     void KeepHouse(std::stop_token stop); // expired contexts, samples
 
@@ -55,6 +57,8 @@ private:
     ProcessingMeter Meter;
     ContextStore Contexts;
     ConductorStore Conductors;
+    ptp::ServiceClock Clock;
+    ptp::PtpDaemon Ptp;
     StreamStore Streams; // its streams use conductors: it goes before them
     ErrorVault Errors;
     Api Resources;

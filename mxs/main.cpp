@@ -1,5 +1,7 @@
 // mxsd: the service in the foreground, until SIGINT or SIGTERM.
 #include "mxs/Service.h"
+#include "mxs/ptp/ChildProcess.h"
+#include "mxs/ptp/StateFolder.h"
 
 #include <flowrail1.h>
 
@@ -38,6 +40,7 @@ Runs in the foreground, logs to standard error, and writes its base URL to stand
   --multicast-ttl N      time to live of multicast packets where a stream asks for 0 (default 16)
   --rail-group GROUP     group whose members may open streams' memory besides this user
   --memory-limit BYTES   shared memory of all streams together; suffix K, M or G (default 8G)
+  --discipline-clock     let the PTP daemon set and slew this machine's clock; otherwise it never does
   --log-level LEVEL      error, warning, info (default) or debug
   --remove-abandoned     remove the memory that killed services left behind, and end; every start does so too
   --help                 this text
@@ -138,6 +141,11 @@ std::optional<Options> ReadOptions(int count, char** texts)
             options.removeAbandoned = true;
             continue;
         }
+        if (name == "--discipline-clock")
+        {
+            options.service.ptp.disciplineClock = true;
+            continue;
+        }
         std::optional<std::string_view> value;
         if (const size_t equals = name.find('='); equals != std::string_view::npos)
         {
@@ -175,6 +183,7 @@ void RemoveAbandoned(const Log& log)
 {
     if (const uint32_t removed = CFlowRailFactory::RemoveAbandoned(media::kRailNamePrefix); removed > 0)
         log.Warning("Removed " + std::to_string(removed) + " rails that a service which died had left behind.");
+    ptp::StateFolder::RemoveAbandoned(ptp::StateFolder::DefaultParent());
 }
 
 // Ends the process when stopping takes longer than it may: a stream's start that is under way first fills its ring,
@@ -231,7 +240,10 @@ int main(int count, char** texts)
     RemoveAbandoned(log);
     if (options->removeAbandoned) return 0;
 
-    Service service(options->service, log);
+    ServiceSettings settings = options->service;
+    settings.ptp.programFolders = ptp::DefaultProgramFolders();
+    settings.ptp.stateFolder = ptp::StateFolder::DefaultParent();
+    Service service(settings, log);
     try
     {
         service.Start();

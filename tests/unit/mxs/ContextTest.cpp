@@ -238,17 +238,5 @@ TEST_F(Contexts, RequestsThatMeetTheEndOfTheirContextAreAnswered)
     EXPECT_EQ(json::array(), observer.GetJson("MXS/Stream/Shared/")["ID"]); // none was left behind
 }
 
-TEST_F(Contexts, PtpResourcesAreKnownAndNotThere)
-{
-    Session session(Port());
-    for (const auto& [method, path] :
-         {std::pair{"GET", "Config"}, std::pair{"PUT", "Config"}, std::pair{"GET", "Status"}})
-    {
-        const Reply reply = session.Send(method, std::string("MXS/PtpApi/") + path);
-        EXPECT_EQ(501u, reply.status);
-        EXPECT_EQ(2u, reply.ErrCode());
-    }
-}
-
 } // namespace
 } // namespace test

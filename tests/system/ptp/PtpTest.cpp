@@ -1,0 +1,283 @@
+// The PTP daemon behind the exported functions: a real grandmaster at the far end of a cable, and the service's port
+// from listening to slave and away again.
+#include "Network.h"
+
+#include "support/MxsProcess.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <zefaline.h>
+
+namespace test
+{
+namespace
+{
+
+using namespace std::chrono_literals;
+namespace fs = std::filesystem;
+
+using Identity = std::array<uint8_t, 8>;
+constexpr Identity kOwnClock{0x01, 0x00, 0x10, 0xFE, 0xFF, 0x5E, 0x00, 0x02};    // 02-00-5e-ff-fe-10-00-01
+constexpr Identity kGrandmaster{0x02, 0x00, 0x10, 0xFE, 0xFF, 0x5E, 0x00, 0x02}; // 02-00-5e-ff-fe-10-00-02
+
+Identity IdentityOf(const uint8_t (&bytes)[8])
+{
+    return std::to_array(bytes);
+}
+
+std::string ReadText(const std::string& path)
+{
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// The process of a name whose parent is another one.
+std::optional<pid_t> FindChild(pid_t parent, const std::string& name)
+{
+    for (const fs::directory_entry& place : fs::directory_iterator("/proc"))
+    {
+        const std::string status = ReadText(place.path() / "status");
+        if (status.starts_with("Name:\t" + name + "\n") &&
+            status.find("\nPPid:\t" + std::to_string(parent) + "\n") != std::string::npos)
+            return std::stoi(place.path().filename().string());
+    }
+    return std::nullopt;
+}
+
+uint64_t SetOf(pid_t process, const std::string& set) // "CapEff", "CapBnd"
+{
+    const std::string status = ReadText("/proc/" + std::to_string(process) + "/status");
+    const size_t at = status.find("\n" + set + ":\t");
+    return at == std::string::npos ? UINT64_MAX : std::stoull(status.substr(at + set.size() + 3, 16), nullptr, 16);
+}
+
+template <class Condition>
+bool Becomes(Condition&& condition, std::chrono::seconds limit = 30s)
+{
+    for (const auto end = std::chrono::steady_clock::now() + limit; std::chrono::steady_clock::now() < end;)
+    {
+        if (condition()) return true;
+        std::this_thread::sleep_for(100ms);
+    }
+    return condition();
+}
+
+class PtpRoad : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        static const std::string whyNot = LeaveTheMachinesNetwork();
+        WhyNot = whyNot;
+    }
+
+    void SetUp() override
+    {
+        if (!WhyNot.empty()) GTEST_SKIP() << WhyNot;
+        Far = std::make_unique<FarMachine>();
+        ASSERT_TRUE(Far->IsReady());
+        Service = std::make_unique<MxsProcess>();
+        ASSERT_EQ(ZEFA_CreateMXSContext(Service->ServiceUrl().c_str(), &Context), ZEFA_NO_ERROR);
+    }
+
+    void TearDown() override
+    {
+        if (Context && Service && Service->Running())
+        {
+            EXPECT_EQ(ZEFA_DestroyMXSContext(Context), ZEFA_NO_ERROR);
+        }
+        if (HasFailure() && Service) std::cerr << Service->Log();
+    }
+
+    uint64_t InterfaceNamed(const std::string& name)
+    {
+        uint64_t ids[ZEFA_MAX_LIST_IDS];
+        uint32_t count = 0;
+        EXPECT_EQ(ZEFA_GetNetworkInterfaceHandlesList(Context, ids, &count), ZEFA_NO_ERROR);
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            ZEFA_NETWORK_INTERFACE_STATUS status{};
+            EXPECT_EQ(ZEFA_GetNetworkInterfaceStatus(Context, ids[i], &status), ZEFA_NO_ERROR);
+            if (name == status.SystemName_C) return ids[i];
+        }
+        return 0;
+    }
+
+    ZEFA_PTP_CONFIG Configuration(ZEFA_PTP_PROFILE profile)
+    {
+        ZEFA_PTP_CONFIG config{};
+        EXPECT_EQ(ZEFA_CreatePTPDSFromProfile(profile, &config.DefaultDS, &config.PortDS), ZEFA_NO_ERROR);
+        config.NetworkInterfaceId_ULL = InterfaceNamed(kOwnEnd);
+        config.TimeStamping_E = ZEFA_PTP_TIME_STAMPING_SOFTWARE;
+        return config;
+    }
+
+    ZEFA_PTP_STATUS Status()
+    {
+        ZEFA_PTP_STATUS status{};
+        EXPECT_EQ(ZEFA_GetPTPStatus(Context, &status), ZEFA_NO_ERROR);
+        return status;
+    }
+
+    // Seconds from this machine's UTC to the service's time.
+    double AheadOfThisMachine()
+    {
+        const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+        return static_cast<double>(Status().CurrentSystemTime_ULL) / 1e9 - now.count();
+    }
+
+    inline static std::string WhyNot;
+    std::unique_ptr<FarMachine> Far;
+    std::unique_ptr<MxsProcess> Service;
+    ZEFA_HANDLE Context = nullptr;
+};
+
+struct ProfileCase
+{
+    const char* Name;
+    ZEFA_PTP_PROFILE Profile;
+    int Domain;
+    uint8_t Hybrid;
+    ZEFA_PTP_DELAY_MECHANISM Mechanism;
+};
+
+void PrintTo(const ProfileCase& each, std::ostream* out)
+{
+    *out << each.Name;
+}
+
+class PtpRoadProfiles : public PtpRoad, public testing::WithParamInterface<ProfileCase>
+{
+};
+
+TEST_P(PtpRoadProfiles, PortFollowsTheGrandmasterAndLeavesItWhenItDies)
+{
+    ZEFA_PTP_CONFIG config = Configuration(GetParam().Profile);
+    config.HybridMode_B = GetParam().Hybrid;
+    config.PortDS.DelayMechanism_E = GetParam().Mechanism;
+    ASSERT_EQ(ZEFA_SetPTPConfig(Context, &config), ZEFA_NO_ERROR);
+
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_LISTENING; }));
+    ZEFA_PTP_STATUS status = Status();
+    EXPECT_EQ(IdentityOf(status.ClockIdentity_UB), kOwnClock);
+    EXPECT_EQ(status.OffsetScaledLogVariance_US, 1000);
+
+    const bool peerToPeer = GetParam().Mechanism == ZEFA_PTP_DELAY_MECHANISM_P2P;
+    auto grandmaster = std::make_unique<Grandmaster>(*Far, GetParam().Domain, peerToPeer ? "P2P" : "E2E");
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_SLAVE; }));
+    EXPECT_TRUE(Becomes([&] { return std::abs(Status().OffsetFromMaster_D) < 1e6; })) << Status().OffsetFromMaster_D;
+    status = Status();
+    EXPECT_EQ(IdentityOf(status.GrandmasterIdentity_UB), kGrandmaster);
+    EXPECT_EQ(IdentityOf(status.ParentPortIdentity.ClockIdentity_UB), kGrandmaster);
+    EXPECT_EQ(status.ParentPortIdentity.PortNumber_US, 1);
+    EXPECT_EQ(IdentityOf(status.PortIdentity.ClockIdentity_UB), kOwnClock);
+    EXPECT_EQ(status.PortIdentity.PortNumber_US, 1);
+    EXPECT_EQ(status.StepsRemoved_US, 1);
+    EXPECT_EQ(status.GrandmasterClockClass_UB, 6);
+    EXPECT_EQ(status.GrandmasterClockAccuracy_UB, 0x21);
+    EXPECT_EQ(status.GrandmasterPriority1_UB, 64);
+    EXPECT_EQ(status.GrandmasterPriority2_UB, 65);
+    EXPECT_GT(peerToPeer ? status.PeerMeanPathDelay_D : status.MeanPathDelay_D, 0.0);
+    EXPECT_NEAR(AheadOfThisMachine(), 37.0, 0.5) << "UTC that is told becomes TAI";
+
+    grandmaster.reset();
+    EXPECT_TRUE(Becomes([&] { return Status().PortState_E != ZEFA_PTP_PORT_STATE_SLAVE; }));
+}
+
+constexpr ProfileCase kProfiles[] = {
+    {"Profile0", ZEFA_PTP_PROFILE_0, 127, 0, ZEFA_PTP_DELAY_MECHANISM_E2E},
+    {"Profile1", ZEFA_PTP_PROFILE_1, 0, 0, ZEFA_PTP_DELAY_MECHANISM_E2E},
+    {"HybridMode", ZEFA_PTP_PROFILE_0, 127, 1, ZEFA_PTP_DELAY_MECHANISM_E2E},
+    {"PeerToPeer", ZEFA_PTP_PROFILE_1, 0, 0, ZEFA_PTP_DELAY_MECHANISM_P2P},
+};
+INSTANTIATE_TEST_SUITE_P(With, PtpRoadProfiles, testing::ValuesIn(kProfiles),
+                         [](const auto& each) { return std::string(each.param.Name); });
+
+TEST_F(PtpRoad, ServiceTellsTheGrandmastersTai)
+{
+    const ZEFA_PTP_CONFIG config = Configuration(ZEFA_PTP_PROFILE_0);
+    const Grandmaster grandmaster(*Far, 127);
+    ASSERT_EQ(ZEFA_SetPTPConfig(Context, &config), ZEFA_NO_ERROR);
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_SLAVE; }));
+    ASSERT_TRUE(Becomes([&] { return std::abs(AheadOfThisMachine() - 37.0) < 0.5; })) << AheadOfThisMachine();
+
+    ASSERT_TRUE(Becomes([&] { return grandmaster.CallItsTimeTai(); }));
+
+    EXPECT_TRUE(Becomes([&] { return std::abs(AheadOfThisMachine()) < 0.5; })) << AheadOfThisMachine();
+    EXPECT_NEAR(Status().OffsetFromMaster_D, 37e9, 1e6) << "as the daemon counts it";
+}
+
+TEST_F(PtpRoad, DaemonCannotTouchTheClockAndDiesWithAServiceThatIsKilled)
+{
+    constexpr uint64_t kSetTheClock = uint64_t{1} << 25; // CAP_SYS_TIME
+    const ZEFA_PTP_CONFIG config = Configuration(ZEFA_PTP_PROFILE_0);
+    ASSERT_EQ(ZEFA_SetPTPConfig(Context, &config), ZEFA_NO_ERROR);
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_LISTENING; }));
+    const std::optional<pid_t> daemon = FindChild(Service->ProcessId(), "ptp4l");
+    ASSERT_TRUE(daemon);
+    for (const char* set : {"CapEff", "CapPrm", "CapInh", "CapAmb"})
+        EXPECT_EQ(SetOf(*daemon, set) & kSetTheClock, 0U) << set;
+    EXPECT_TRUE((SetOf(*daemon, "CapBnd") & kSetTheClock) == 0 || SetOf(*daemon, "NoNewPrivs") == 1);
+
+    EXPECT_EQ(Service->Stop(SIGKILL), -SIGKILL);
+
+    EXPECT_TRUE(Becomes(
+        [&]
+        {
+            return !fs::exists("/proc/" + std::to_string(*daemon)) ||
+                   ReadText("/proc/" + std::to_string(*daemon) + "/status").find("State:\tZ") != std::string::npos;
+        }));
+}
+
+TEST_F(PtpRoad, ConfigurationIsReadBackAndAnotherOneTakesItsPlace)
+{
+    ZEFA_PTP_CONFIG first = Configuration(ZEFA_PTP_PROFILE_0);
+    ASSERT_EQ(ZEFA_SetPTPConfig(Context, &first), ZEFA_NO_ERROR);
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_LISTENING; }));
+    const std::optional<pid_t> daemon = FindChild(Service->ProcessId(), "ptp4l");
+
+    ZEFA_PTP_CONFIG second = Configuration(ZEFA_PTP_PROFILE_1);
+    second.PortDS.DelayMechanism_E = ZEFA_PTP_DELAY_MECHANISM_P2P;
+    ASSERT_EQ(ZEFA_SetPTPConfig(Context, &second), ZEFA_NO_ERROR);
+
+    ZEFA_PTP_CONFIG read{};
+    EXPECT_EQ(ZEFA_GetPTPConfig(Context, &read), ZEFA_NO_ERROR);
+    EXPECT_EQ(read.Size_UL, 48U);
+    EXPECT_EQ(read.NetworkInterfaceId_ULL, 0U);
+    EXPECT_EQ(read.DefaultDS.DomainNumber_UB, 0);
+    EXPECT_EQ(read.DefaultDS.Priority1_UB, 255);
+    EXPECT_EQ(read.PortDS.DelayMechanism_E, ZEFA_PTP_DELAY_MECHANISM_P2P);
+    EXPECT_EQ(read.PortDS.LogMinDelayReqInterval_B, 0);
+    EXPECT_EQ(read.PortDS.LogMinPdelayReqInterval_B, -3);
+    EXPECT_EQ(read.TimeStamping_E, ZEFA_PTP_TIME_STAMPING_SOFTWARE);
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_LISTENING; }));
+    const std::optional<pid_t> other = FindChild(Service->ProcessId(), "ptp4l");
+    ASSERT_TRUE(daemon && other);
+    EXPECT_NE(*daemon, *other);
+
+    EXPECT_EQ(Service->Stop(), 0);
+    EXPECT_FALSE(fs::exists("/proc/" + std::to_string(*other)));
+}
+
+TEST_F(PtpRoad, ConfigurationsThatNoDaemonCanHaveAreRefused)
+{
+    ZEFA_PTP_CONFIG unknownInterface = Configuration(ZEFA_PTP_PROFILE_0);
+    unknownInterface.NetworkInterfaceId_ULL = 1;
+    EXPECT_EQ(ZEFA_SetPTPConfig(Context, &unknownInterface), ZEFA_ERR_BAD_ARGUMENT);
+    ZEFA_PTP_CONFIG impatient = Configuration(ZEFA_PTP_PROFILE_0);
+    impatient.PortDS.AnnounceReceiptTimeout_UB = 1;
+    EXPECT_EQ(ZEFA_SetPTPConfig(Context, &impatient), ZEFA_ERR_BAD_ARGUMENT);
+
+    EXPECT_EQ(Status().PortState_E, ZEFA_PTP_PORT_STATE_DISABLED);
+    EXPECT_FALSE(FindChild(Service->ProcessId(), "ptp4l"));
+}
+
+} // namespace
+} // namespace test
