@@ -103,8 +103,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void* pReserved,
  * @param[in] pNetworkConfig_X Network configuration; not null, which is not checked.
  * @param[in] pEssenceConfig_X Essence configuration; not null, which is not checked.
  * @param[in] pInfo_X Further items; not null, which is not checked.
- * @param[out] pSdp_C Buffer for the text, which is ended by a NUL; lines end in CR LF. A description of one path has
- *        about 500 bytes, each further path adds about 350.
+ * @param[out] pSdp_C Buffer for the text, which is ended by a NUL; lines end in CR LF. 1000 bytes have room for any
+ *        description of one path, and each further path takes less than 500.
  * @param[in,out] pSize_UL In: size of the buffer in bytes. Out, with success alone: length of the text without its NUL.
  *        Offer one byte more than the text has: a buffer of just its length is taken, with success, and the NUL stands
  *        in the place of the last character.

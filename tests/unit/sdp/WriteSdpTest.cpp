@@ -12,6 +12,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -240,6 +241,59 @@ TEST_F(WriteSdp, ABufferOfTheTextsOwnLengthLosesTheLastCharacter)
         return;
     }
     FAIL() << "no two texts of one length";
+}
+
+TEST_F(WriteSdp, TheLongestTextFitsIntoWhatTheManualAdvises)
+{
+    Video() = {.VideoStandard_E = ZEFA_VIDEO_STANDARD_1920X1080_I_59_94,
+               .NetworkBitDepth_E = ZEFA_SDP_VIDEO_DEPTH_12,
+               .NetworkBitSampling_E = ZEFA_SDP_VIDEO_SAMPLING_ICTCP_444,
+               .PackingMode_E = ZEFA_SDP_PACKING_GENERAL,
+               .Colorimetry_E = ZEFA_SDP_COLORIMETRY_UNSPECIFIED,
+               .AppBitDepth_E = 0,
+               .AppBitSampling_E = 0,
+               .AppBitPadding_E = 0,
+               .AppEndianness_E = 0,
+               .UseDefaultTrOffset_B = 0,
+               .TrOffset_UL = 4294967295,
+               .Tcs_E = ZEFA_SDP_TCS_BT2100LINHLG};
+    std::memset(Info.SessionName, 'n', sizeof Info.SessionName);
+    std::memset(Info.SessionDescription, 'd', sizeof Info.SessionDescription);
+    Info.TsMode_E = ZEFA_SDP_TS_MODE_SAMP;
+    Info.TsDelayPresent_B = 1;
+    Info.TsDelay_UL = 4294967295;
+    Info.RefClock_E = ZEFA_SDP_REFCLOCK_PTP;
+    Info.RefClockDomain_UB = 255;
+    Network->PayloadType_UB = 255;
+    for (ZEFA_CONNECTION_CONFIG& path : Network->Connections_X)
+    {
+        path.SourceIp_UL = 0xFFFFFFFF;
+        path.DestinationIp_UL = 0xFFFFFFFF;
+        path.DestinationPort_US = 65535;
+    }
+    EXPECT_LT(Text().size() + 20, 1000u) << "20 digits of the origin";
+    Network->NbConnections_UL = 128;
+    EXPECT_LT(Text().size() + 20, 1000u + 127 * 500);
+}
+
+TEST_F(WriteSdp, ManyThreadsMayWriteAtOnce)
+{
+    const std::string expected = Text();
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back(
+            [this, &expected]
+            {
+                for (int round = 0; round < 50; ++round)
+                {
+                    char text[1000];
+                    uint32_t size = sizeof text;
+                    EXPECT_EQ(ZEFA_WriteSDP(Network.get(), &Essence, &Info, text, &size), ZEFA_NO_ERROR);
+                    EXPECT_TRUE(expected.ends_with(std::string(text).substr(std::string(text).find(" IN IP4"))));
+                }
+            });
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 TEST_F(WriteSdp, ABufferThatIsTooSmallIsNotToldTheLength)
