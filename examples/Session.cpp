@@ -225,8 +225,6 @@ Stream::Stream(const Session& session, ZEFA_STREAM_TYPE type, Description descri
         path.NetworkInterfaceId_ULL = interface.id;
         if (type == ZEFA_STREAM_TYPE_TX) path.SourceIp_UL = interface.address;
         path.MulticastMode_E = ZEFA_MULTICAST_MODE_EXCLUSION;
-        std::printf("%s path %u: %s port %u\n", type == ZEFA_STREAM_TYPE_TX ? "sending," : "receiving,", i,
-                    Dotted(path.DestinationIp_UL).c_str(), path.DestinationPort_US);
     }
 
     Check(ZEFA_CreateStream(session.Context, type, description.essence.EssenceType_E, &Handle),
@@ -234,7 +232,8 @@ Stream::Stream(const Session& session, ZEFA_STREAM_TYPE type, Description descri
     Steps.Add("ZEFA_DestroyStream", [this] { return ZEFA_DestroyStream(Handle); });
 
     ZEFA_STREAM_COMMON_CONFIG common{};
-    common.ApplicativeBufferQueueDepth_UL = 8;
+    // Enough to sleep through a busy moment of the machine: slots of audio are 10 ms here, all others a frame.
+    common.ApplicativeBufferQueueDepth_UL = description.essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_30 ? 50 : 8;
     common.LockTimeoutMs_UL = 100;
     common.ConductorId_ULL = session.Conductor;
     Check(ZEFA_SetStreamCommonConfig(Handle, &common), "The common configuration was refused");
@@ -245,6 +244,10 @@ Stream::Stream(const Session& session, ZEFA_STREAM_TYPE type, Description descri
     Steps.Add("ZEFA_CloseStream", [this] { return ZEFA_CloseStream(Handle); });
     Steps.Add("ZEFA_StopStream", [this] { return ZEFA_StopStream(Handle); });
     Check(ZEFA_StartStream(Handle), "The stream could not be started");
+    for (uint32_t i = 0; i < network.NbConnections_UL; ++i)
+        std::printf("%s path %u: %s port %u\n", type == ZEFA_STREAM_TYPE_TX ? "sending," : "receiving,", i,
+                    Dotted(network.Connections_X[i].DestinationIp_UL).c_str(),
+                    network.Connections_X[i].DestinationPort_US);
 }
 
 ZEFA_SLOT LockSlot(const Stream& stream, Clock::time_point end)
