@@ -1,4 +1,4 @@
-// What the tests of the whole road share: an application's side of a receive stream, made by the exported functions.
+// What the tests of the whole road share: an application's side of a stream of video, made by the exported functions.
 #pragma once
 
 #include "support/MxsProcess.h"
@@ -78,16 +78,20 @@ struct StreamSettings
     uint32_t lockTimeoutMs = 2000;
     uint32_t destination = INADDR_LOOPBACK;
     uint16_t port = 0;
+    std::vector<uint16_t> morePorts = {}; // of redundant paths to the same address
     uint32_t multicastMode = ZEFA_MULTICAST_MODE_EXCLUSION;
     std::vector<uint32_t> sources = {};
 };
 
-class ReceiveStream
+class VideoStream
 {
 public:
-    ReceiveStream(Session& session, const StreamSettings& settings) { Make(session, settings); }
+    VideoStream(Session& session, ZEFA_STREAM_TYPE type, const StreamSettings& settings)
+    {
+        Make(session, type, settings);
+    }
 
-    ~ReceiveStream()
+    ~VideoStream()
     {
         if (Started)
         {
@@ -98,8 +102,8 @@ public:
         EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_DestroyStream(Handle));
     }
 
-    ReceiveStream(const ReceiveStream&) = delete;
-    ReceiveStream& operator=(const ReceiveStream&) = delete;
+    VideoStream(const VideoStream&) = delete;
+    VideoStream& operator=(const VideoStream&) = delete;
 
     void Start()
     {
@@ -137,9 +141,9 @@ public:
     ZEFA_HANDLE Handle = nullptr;
 
 private:
-    void Make(Session& session, const StreamSettings& settings)
+    void Make(Session& session, ZEFA_STREAM_TYPE type, const StreamSettings& settings)
     {
-        ZEFA_OK(ZEFA_CreateStream(session.Context, ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_20, &Handle));
+        ZEFA_OK(ZEFA_CreateStream(session.Context, type, ZEFA_ESSENCE_TYPE_ST2110_20, &Handle));
         ZEFA_STREAM_COMMON_CONFIG common{};
         common.ApplicativeBufferQueueDepth_UL = settings.slots;
         common.LockTimeoutMs_UL = settings.lockTimeoutMs;
@@ -148,14 +152,19 @@ private:
 
         auto network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
         network->PayloadType_UB = 96;
-        network->NbConnections_UL = 1;
-        ZEFA_CONNECTION_CONFIG& path = network->Connections_X[0];
-        path.DestinationIp_UL = settings.destination;
-        path.DestinationPort_US = settings.port;
-        path.NetworkInterfaceId_ULL = InterfaceNamed(session.Context, "lo");
-        path.MulticastMode_E = settings.multicastMode;
-        path.NbMulticastSources_UL = uint32_t(settings.sources.size());
-        std::copy(settings.sources.begin(), settings.sources.end(), path.MulticastSources_UL);
+        std::vector<uint16_t> ports = settings.morePorts;
+        ports.insert(ports.begin(), settings.port);
+        network->NbConnections_UL = uint32_t(ports.size());
+        for (size_t i = 0; i < ports.size(); ++i)
+        {
+            ZEFA_CONNECTION_CONFIG& path = network->Connections_X[i];
+            path.DestinationIp_UL = settings.destination;
+            path.DestinationPort_US = ports[i];
+            path.NetworkInterfaceId_ULL = InterfaceNamed(session.Context, "lo");
+            path.MulticastMode_E = settings.multicastMode;
+            path.NbMulticastSources_UL = uint32_t(settings.sources.size());
+            std::copy(settings.sources.begin(), settings.sources.end(), path.MulticastSources_UL);
+        }
         ZEFA_OK(ZEFA_SetStreamNetworkConfig(Handle, network.get()));
 
         ZEFA_ESSENCE_CONFIG essence{};
@@ -175,6 +184,44 @@ private:
     }
 
     bool Started = false;
+};
+
+class ReceiveStream : public VideoStream
+{
+public:
+    ReceiveStream(Session& session, const StreamSettings& settings)
+        : VideoStream(session, ZEFA_STREAM_TYPE_RX, settings)
+    {
+    }
+};
+
+class SendStream : public VideoStream
+{
+public:
+    SendStream(Session& session, const StreamSettings& settings) : VideoStream(session, ZEFA_STREAM_TYPE_TX, settings)
+    {
+    }
+
+    // Fills the next slot, a buffer for each field. Without timestamps the service takes the time of its clock.
+    void Put(const std::vector<std::vector<uint8_t>>& buffers, const std::vector<uint32_t>& timestamps = {})
+    {
+        ZEFA_SLOT slot = nullptr;
+        ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_LockSlot(Handle, &slot));
+        for (uint32_t i = 0; i < buffers.size(); ++i)
+        {
+            uint8_t* address = nullptr;
+            uint32_t size = 0;
+            ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_GetSlotBuffer(Handle, slot, ZEFA_BUFFER_VIDEO_0 + i, &address, &size));
+            ASSERT_EQ(size, buffers[i].size());
+            std::memcpy(address, buffers[i].data(), size);
+        }
+        for (uint32_t i = 0; i < timestamps.size(); ++i)
+        {
+            const ZEFA_TIMESTAMP record{0, timestamps[i]};
+            ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_SetSlotTimestamps(Handle, slot, ZEFA_BUFFER_VIDEO_0 + i, &record, 1));
+        }
+        ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_UnlockSlot(Handle, slot));
+    }
 };
 
 struct SlotBuffer

@@ -1,0 +1,141 @@
+// Deaths while something is being sent: of the service, and of the application with a slot in its hands.
+#include "system/road/Road.h"
+
+#include <filesystem>
+
+using namespace test;
+
+// A context whose service is gone cannot be destroyed: the library keeps it, and so do these tests. Its watchdog goes
+// on, so that a tick may be under way in the HTTP library when the process ends.
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:ZEFA_CreateMXSContext\nleak:libcpprest\n";
+}
+
+namespace
+{
+
+constexpr size_t kFrameBytes = size_t{1280} * 720 * 2 * 2; // 4:2:2 in words of 16 bits
+
+std::vector<uint8_t> Picture()
+{
+    std::vector<uint8_t> picture(kFrameBytes);
+    for (size_t i = 0; i < picture.size(); i += 2)
+        picture[i] = uint8_t(i / 2);
+    return picture;
+}
+
+// Rails of the service with this process id: it puts the number into the names of their files.
+size_t RailsOf(pid_t process)
+{
+    size_t found = 0;
+    const std::string mark = "mxsd-" + std::to_string(process) + "-";
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
+        found += entry.path().string().find(mark) != std::string::npos;
+    return found;
+}
+
+bool AwaitNoRails(pid_t process)
+{
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (RailsOf(process) > 0 && std::chrono::steady_clock::now() < end)
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    return RailsOf(process) == 0;
+}
+
+// Sends a picture from one stream to another.
+void ExpectAPictureArrives(Session& session)
+{
+    StreamSettings settings;
+    settings.port = FreeUdpPort();
+    settings.lockTimeoutMs = 10000;
+    ReceiveStream receiver(session, settings);
+    SendStream sender(session, settings);
+    receiver.Start();
+    sender.Start();
+    sender.Put({Picture()}, {4711});
+    const std::vector<SlotBuffer> slot = TakeSlot(receiver);
+    ASSERT_EQ(1u, slot.size());
+    EXPECT_TRUE(slot[0].bytes == Picture());
+    EXPECT_EQ(4711u, slot[0].timestamps.at(0).Value_UL);
+}
+
+} // namespace
+
+TEST(SenderLife, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionSendsAfterIt)
+{
+    MxsProcess service;
+    const pid_t process = service.ProcessId();
+    auto session = std::make_unique<Session>(service.ServiceUrl());
+    StreamSettings settings;
+    settings.port = FreeUdpPort();
+    settings.lockTimeoutMs = 200;
+    auto stream = std::make_unique<SendStream>(*session, settings);
+    stream->Start();
+    stream->Put({Picture()});
+    ZEFA_SLOT held = nullptr;
+    ZEFA_OK(ZEFA_LockSlot(stream->Handle, &held));
+
+    service.Stop(SIGKILL);
+    // The ring fills up, and then says so; nothing hangs.
+    ZEFA_ERRORCODE locked = ZEFA_NO_ERROR;
+    for (uint32_t i = 0; i < settings.slots + 2 && locked == ZEFA_NO_ERROR; ++i)
+    {
+        ZEFA_SLOT slot = nullptr;
+        locked = ZEFA_LockSlot(stream->Handle, &slot);
+    }
+    EXPECT_NE(ZEFA_NO_ERROR, locked);
+    ZEFA_UnlockSlot(stream->Handle, held);
+    ZEFA_STREAM_NETWORK_STATUS status{};
+    EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_GetStreamNetworkStatus(stream->Handle, &status));
+    EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
+    EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_CloseStream(stream->Handle));
+    EXPECT_EQ(ZEFA_ERR_INCORRECT_STATE, stream->Abandon());
+    session->Context = nullptr; // no service knows it
+
+    MxsProcess again({}, service.Port());
+    EXPECT_EQ(0u, RailsOf(process));
+    Session fresh(again.ServiceUrl());
+    ExpectAPictureArrives(fresh);
+}
+
+TEST(SenderLife, AnApplicationThatDiesWithASlotIsForgottenAndTheNextOneSends)
+{
+    MxsProcess service({"--context-ttl", "2"});
+    // A process of its own, not a fork: the threads of the HTTP library do not come along into one.
+    const pid_t application = ::fork();
+    if (application == 0)
+    {
+        ::execl(DYING_SENDER_PATH, DYING_SENDER_PATH, service.ServiceUrl().c_str(), nullptr);
+        ::_exit(127);
+    }
+    int status = -1;
+    ASSERT_EQ(application, ::waitpid(application, &status, 0));
+    ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    EXPECT_EQ(1u, RailsOf(service.ProcessId()));
+
+    EXPECT_TRUE(AwaitNoRails(service.ProcessId()));
+    Session next(service.ServiceUrl());
+    ExpectAPictureArrives(next);
+}
+
+TEST(SenderLife, AStoppedServiceLeavesNoSharedMemory)
+{
+    MxsProcess service;
+    const pid_t process = service.ProcessId();
+    auto session = std::make_unique<Session>(service.ServiceUrl());
+    StreamSettings settings;
+    settings.port = FreeUdpPort();
+    auto stream = std::make_unique<SendStream>(*session, settings);
+    stream->Start();
+    stream->Put({Picture()});
+    EXPECT_EQ(1u, RailsOf(process));
+
+    EXPECT_EQ(0, service.Stop());
+
+    EXPECT_EQ(0u, RailsOf(process));
+    EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
+    stream->Abandon();
+    session->Context = nullptr;
+}

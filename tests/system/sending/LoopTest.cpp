@@ -1,0 +1,364 @@
+// From the slots of one application to the slots of another: streams of video through the service, out of it and back,
+// over paths that lose, reorder and die.
+#include "support/Relay.h"
+#include "system/road/Road.h"
+
+using namespace test;
+
+namespace
+{
+
+using Fields = std::vector<Bytes>; // the buffers of a slot
+
+uint32_t Bits(uint32_t depthCode)
+{
+    return 8 + 2 * depthCode;
+}
+
+// `samples` numbers within the range of the depth, stored as the application's format asks.
+Bytes MakeSamples(size_t samples, const StreamSettings& format, uint32_t seed)
+{
+    const uint32_t bits = Bits(format.applicationDepth);
+    const size_t wordBytes = format.padding == ZEFA_BIT_PADDING_NONE ? 0 : 2 * format.padding;
+    Bytes bytes;
+    uint32_t state = seed * 2654435761u + 1;
+    const auto next = [&]
+    {
+        state = state * 1664525u + 1013904223u;
+        return state >> 16;
+    };
+    if (wordBytes == 0) // whatever the bytes, they are samples
+        for (size_t i = 0; i < samples * bits / 8; ++i)
+            bytes.push_back(uint8_t(next()));
+    else
+        for (size_t i = 0; i < samples; ++i)
+        {
+            const uint32_t value = next() & ((1u << bits) - 1);
+            for (size_t byte = 0; byte < wordBytes; ++byte)
+            {
+                const size_t place = format.endianness == ZEFA_ENDIANNESS_LITTLE ? byte : wordBytes - 1 - byte;
+                bytes.push_back(uint8_t(value >> (8 * place)));
+            }
+        }
+    return bytes;
+}
+
+bool Is422(uint32_t sampling)
+{
+    return sampling == ZEFA_SDP_VIDEO_SAMPLING_YCBCR_422 || sampling == ZEFA_SDP_VIDEO_SAMPLING_ICTCP_422;
+}
+
+// A frame of 720 x 576, 50 fields a second: the raster of these tests unless they say otherwise.
+Fields MakeFields(const StreamSettings& format, uint32_t seed)
+{
+    const size_t samples = size_t{720} * 288 * (Is422(format.sampling) ? 2 : 3);
+    return {MakeSamples(samples, format, seed), MakeSamples(samples, format, seed + 1000)};
+}
+
+constexpr uint32_t kFields = 2;
+constexpr size_t kPackets = 2 * 576; // of a frame: two for each line
+
+struct TypeCase
+{
+    const char* name;
+    uint32_t sampling;
+    bool everyDepth; // on the network too; else both sides have the same
+};
+
+class LoopFormat : public testing::TestWithParam<TypeCase>
+{
+};
+
+// Counters follow the slots by a moment.
+template <class Condition>
+bool Await(Condition&& condition)
+{
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition() && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return condition();
+}
+
+bool Holds(const std::vector<SlotBuffer>& slot, const Fields& fields)
+{
+    if (slot.size() != fields.size()) return false;
+    for (size_t field = 0; field < fields.size(); ++field)
+        if (slot[field].bytes != fields[field] || !slot[field].losses.empty()) return false;
+    return true;
+}
+
+} // namespace
+
+TEST_P(LoopFormat, EveryApplicationFormatArrivesBitByBit)
+{
+    MxsProcess service;
+    Session session(service.ServiceUrl());
+    for (uint32_t network = 0; network < 3; ++network)
+        // The application's depth is the network's or less: more bits would not arrive.
+        for (uint32_t application = GetParam().everyDepth ? 0 : network; application <= network; ++application)
+            for (uint32_t padding = 0; padding < 3; ++padding)
+                for (uint32_t endianness = 0; endianness < 2; ++endianness)
+                {
+                    StreamSettings format{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50,
+                                          .sampling = GetParam().sampling,
+                                          .networkDepth = network,
+                                          .applicationDepth = application,
+                                          .padding = padding,
+                                          .endianness = endianness,
+                                          .lockTimeoutMs = 10000,
+                                          .port = FreeUdpPort()};
+                    ReceiveStream receiver(session, format);
+                    SendStream sender(session, format);
+                    receiver.Start();
+                    sender.Start();
+                    for (uint32_t frame = 1; frame <= 2; ++frame)
+                    {
+                        const Fields fields = MakeFields(format, frame);
+                        sender.Put(fields, {3600 * frame, 3600 * frame + 1800});
+                        const std::vector<SlotBuffer> slot = TakeSlot(receiver, kFields);
+                        ASSERT_TRUE(Holds(slot, fields))
+                            << "network " << Bits(network) << ", application " << Bits(application) << ", padding "
+                            << padding << ", endianness " << endianness << ", frame " << frame;
+                        for (uint32_t field = 0; field < kFields; ++field)
+                            EXPECT_EQ(3600 * frame + 1800 * field, slot[field].timestamps.at(0).Value_UL);
+                    }
+                }
+}
+
+INSTANTIATE_TEST_SUITE_P(Samplings, LoopFormat,
+                         testing::Values(TypeCase{"YCbCr422", ZEFA_SDP_VIDEO_SAMPLING_YCBCR_422, true},
+                                         TypeCase{"YCbCr444", ZEFA_SDP_VIDEO_SAMPLING_YCBCR_444, true},
+                                         TypeCase{"ICtCp422", ZEFA_SDP_VIDEO_SAMPLING_ICTCP_422, false},
+                                         TypeCase{"ICtCp444", ZEFA_SDP_VIDEO_SAMPLING_ICTCP_444, false},
+                                         TypeCase{"RGB", ZEFA_SDP_VIDEO_SAMPLING_RGB, false},
+                                         TypeCase{"XYZ", ZEFA_SDP_VIDEO_SAMPLING_XYZ, false}),
+                         [](const auto& instance) { return instance.param.name; });
+
+namespace
+{
+
+// One service with a sender and a receiver of 720 x 576 fields, between which a test puts what it likes.
+class VideoLoop : public testing::Test
+{
+protected:
+    MxsProcess Service;
+    Session With{Service.ServiceUrl()};
+    StreamSettings Format{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50, .slots = 8, .lockTimeoutMs = 10000};
+
+    // Sends `count` frames with timestamps of their own and takes them out again, one at a time.
+    void SendAndTake(SendStream& sender, ReceiveStream& receiver, uint32_t first, uint32_t count)
+    {
+        for (uint32_t frame = first; frame < first + count; ++frame)
+        {
+            const Fields fields = MakeFields(Format, frame);
+            sender.Put(fields, {3600 * frame, 3600 * frame + 1800});
+            const std::vector<SlotBuffer> slot = TakeSlot(receiver, kFields);
+            ASSERT_TRUE(Holds(slot, fields)) << "frame " << frame;
+            ASSERT_EQ(3600 * frame, slot[0].timestamps.at(0).Value_UL);
+        }
+    }
+};
+
+// The same with a relay on each of two paths.
+class RelayedLoop : public VideoLoop
+{
+protected:
+    RelayedLoop()
+    {
+        Sent.port = FreeUdpPort();
+        Sent.morePorts = {FreeUdpPort()};
+        Received.port = FreeUdpPort();
+        Received.morePorts = {FreeUdpPort()};
+    }
+    std::vector<Relay::Path> Paths() const
+    {
+        return {{{INADDR_LOOPBACK, Sent.port}, {INADDR_LOOPBACK, Received.port}},
+                {{INADDR_LOOPBACK, Sent.morePorts[0]}, {INADDR_LOOPBACK, Received.morePorts[0]}}};
+    }
+
+    StreamSettings Sent = Format, Received = Format;
+};
+
+} // namespace
+
+TEST_F(VideoLoop, ProgressiveFramesWithTheTimeOfTheClockAreAFramePeriodApart)
+{
+    Format.standard = ZEFA_VIDEO_STANDARD_1920X1080_P_25;
+    Format.padding = ZEFA_BIT_PADDING_NONE;
+    Format.endianness = ZEFA_ENDIANNESS_BIG;
+    Format.port = FreeUdpPort();
+    ReceiveStream receiver(With, Format);
+    SendStream sender(With, Format);
+    receiver.Start();
+    sender.Start();
+    const Bytes picture = MakeSamples(size_t{1920} * 1080 * 2, Format, 1);
+    for (int frame = 0; frame < 5; ++frame)
+        sender.Put({picture});
+
+    uint32_t before = 0;
+    for (int frame = 0; frame < 5; ++frame)
+    {
+        const std::vector<SlotBuffer> slot = TakeSlot(receiver);
+        ASSERT_TRUE(Holds(slot, {picture})) << frame;
+        const uint32_t timestamp = slot[0].timestamps.at(0).Value_UL;
+        EXPECT_TRUE(frame == 0 || (timestamp - before) % 3600 == 0) << timestamp - before;
+        before = timestamp;
+    }
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
+}
+
+TEST_F(VideoLoop, APathThatDiesAndComesBackLosesNothingBesideAnother)
+{
+    const uint64_t interface = InterfaceNamed(With.Context, "lo");
+    Format.port = FreeUdpPort();
+    Format.morePorts = {FreeUdpPort()};
+    ReceiveStream receiver(With, Format);
+    SendStream sender(With, Format);
+    receiver.Start();
+    sender.Start();
+    SendAndTake(sender, receiver, 1, 3);
+    for (uint32_t path = 0; path < 2; ++path)
+    {
+        const uint16_t port = path == 0 ? Format.port : Format.morePorts[0];
+        ZEFA_OK(ZEFA_DPDK_DropUdpPort(With.Context, interface, port));
+        SendAndTake(sender, receiver, 10 + 20 * path, 3);
+        ZEFA_OK(ZEFA_DPDK_AllowUdpPort(With.Context, interface, port));
+        SendAndTake(sender, receiver, 20 + 20 * path, 3);
+    }
+
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
+    EXPECT_TRUE(Await([&] { return sender.NetworkStatus().TotalTransferredPacketCount_ULL == 2 * 15 * kPackets; }));
+    EXPECT_EQ(15 * kPackets, sender.NetworkStatus().TotalProcessedPacketCount_ULL);
+    receiver.Stop();
+    EXPECT_NE(std::string::npos, Service.Log().find("; path 1: ")) << Service.Log();
+}
+
+TEST_F(RelayedLoop, TwoPathsThatLoseDifferentPacketsLoseNothing)
+{
+    const Relay relay(Paths(), [](size_t path, uint32_t index)
+                      { return index % 10 == (path == 0 ? 3 : 7) ? Relay::Fate::Lose : Relay::Fate::Pass; });
+    ReceiveStream receiver(With, Received);
+    SendStream sender(With, Sent);
+    receiver.Start();
+    sender.Start();
+
+    SendAndTake(sender, receiver, 1, 10);
+
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
+}
+
+TEST_F(RelayedLoop, WhatBothPathsLoseIsMarkedInItsSlot)
+{
+    const Relay relay(Paths(),
+                      [](size_t path, uint32_t index)
+                      {
+                          const bool both = index == 500;
+                          const bool one = index % 10 == (path == 0 ? 3 : 7);
+                          return both || one ? Relay::Fate::Lose : Relay::Fate::Pass;
+                      });
+    ReceiveStream receiver(With, Received);
+    SendStream sender(With, Sent);
+    receiver.Start();
+    sender.Start();
+    const Fields fields = MakeFields(Format, 1);
+    sender.Put(fields, {3600, 5400});
+
+    const std::vector<SlotBuffer> slot = TakeSlot(receiver, kFields);
+
+    ASSERT_EQ(2u, slot.size());
+    EXPECT_EQ(fields[1], slot[1].bytes);
+    EXPECT_TRUE(slot[1].losses.empty());
+    // Packet 500 is the first half of line 250: 720 samples of two bytes.
+    ASSERT_EQ(1u, slot[0].losses.size());
+    EXPECT_EQ(250u * 2880, slot[0].losses[0].Position_UL);
+    EXPECT_EQ(1440u, slot[0].losses[0].Size_UL);
+    EXPECT_TRUE(std::equal(fields[0].begin(), fields[0].begin() + 250 * 2880, slot[0].bytes.begin()));
+    EXPECT_TRUE(
+        std::equal(fields[0].begin() + 250 * 2880 + 1440, fields[0].end(), slot[0].bytes.begin() + 250 * 2880 + 1440));
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 1; }));
+}
+
+TEST_F(RelayedLoop, PacketsThatAreOvertakenMakeTheSamePicture)
+{
+    // One path is dead from the start: nothing but order is left to the other.
+    const Relay relay(Paths(),
+                      [](size_t path, uint32_t index)
+                      {
+                          if (path == 1) return Relay::Fate::Lose;
+                          // Never so near to the end of a frame that nothing overtakes it.
+                          return index % kPackets % 20 == 5 ? Relay::Fate::Hold : Relay::Fate::Pass;
+                      });
+    ReceiveStream receiver(With, Received);
+    SendStream sender(With, Sent);
+    receiver.Start();
+    sender.Start();
+
+    SendAndTake(sender, receiver, 1, 10);
+
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
+}
+
+TEST_F(VideoLoop, AfterAPauseOfTheApplicationSendingGoesOnByItself)
+{
+    Format.port = FreeUdpPort();
+    ReceiveStream receiver(With, Format);
+    SendStream sender(With, Format);
+    receiver.Start();
+    sender.Start();
+    SendAndTake(sender, receiver, 1, 3);
+    for (const uint32_t pauseMs : {100u, 10000u})
+    {
+        const uint64_t before = sender.NetworkStatus().UnderrunCount_ULL;
+        std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
+        const uint64_t underruns = sender.NetworkStatus().UnderrunCount_ULL - before;
+        EXPECT_GE(underruns, pauseMs / 40 - 1);
+        SendAndTake(sender, receiver, 100, 3);
+    }
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
+    EXPECT_EQ(0u, sender.NetworkStatus().LostPacketsCount_ULL);
+}
+
+TEST_F(VideoLoop, AReceiverThatStopsForASecondMissesSlotsAndTheRestIsRight)
+{
+    Format.port = FreeUdpPort();
+    Format.slots = 4;
+    ReceiveStream receiver(With, Format);
+    SendStream sender(With, Format);
+    receiver.Start();
+    sender.Start();
+    SendAndTake(sender, receiver, 1, 2);
+    const std::vector<Fields> pictures{MakeFields(Format, 50), MakeFields(Format, 51)};
+    // 25 frames, a second of them: the ring takes four.
+    for (uint32_t frame = 0; frame < 25; ++frame)
+        sender.Put(pictures[frame % 2], {3600 * (100 + frame), 3600 * (100 + frame) + 1800});
+    ASSERT_TRUE(Await([&] { return sender.NetworkStatus().TotalProcessedPacketCount_ULL == 27 * kPackets; }));
+
+    for (uint32_t frame = 0; frame < 4; ++frame)
+    {
+        const std::vector<SlotBuffer> slot = TakeSlot(receiver, kFields);
+        EXPECT_TRUE(Holds(slot, pictures[frame % 2])) << frame;
+        EXPECT_EQ(3600 * (100 + frame), slot.at(0).timestamps.at(0).Value_UL);
+    }
+    EXPECT_EQ(21u, receiver.CommonStatus().SlotDropped_UL);
+    SendAndTake(sender, receiver, 200, 3);
+    EXPECT_EQ(21u, receiver.CommonStatus().SlotDropped_UL);
+    EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
+}
+
+TEST_F(VideoLoop, ADescriptionOfASenderCannotBeWithoutADestination)
+{
+    ZEFA_HANDLE stream = nullptr;
+    ZEFA_OK(ZEFA_CreateStream(With.Context, ZEFA_STREAM_TYPE_TX, ZEFA_ESSENCE_TYPE_ST2110_20, &stream));
+    auto network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
+    network->PayloadType_UB = 96;
+    network->NbConnections_UL = 1;
+    network->Connections_X[0].DestinationPort_US = 5004;
+    network->Connections_X[0].NetworkInterfaceId_ULL = InterfaceNamed(With.Context, "lo");
+    EXPECT_NE(ZEFA_NO_ERROR, ZEFA_SetStreamNetworkConfig(stream, network.get()));
+    network->Connections_X[0].DestinationIp_UL = INADDR_LOOPBACK;
+    network->Connections_X[0].SourceIp_UL = 0x0A000001; // no address of the loopback
+    EXPECT_NE(ZEFA_NO_ERROR, ZEFA_SetStreamNetworkConfig(stream, network.get()));
+    network->Connections_X[0].SourceIp_UL = INADDR_LOOPBACK;
+    EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_SetStreamNetworkConfig(stream, network.get()));
+    ZEFA_OK(ZEFA_DestroyStream(stream));
+}
