@@ -33,9 +33,9 @@ struct Plan
     const char* path;
     char* const* arguments;
     int input, output;
+    int failure; // takes the reason when there is no program; closed by the exec otherwise
     pid_t parent;
     ClockRight clockRight;
-    int error = 0; // written by the child, read by the parent
 };
 
 // The right goes from every set of this thread, and from what a program file could give back: by the bounding set, or,
@@ -54,7 +54,7 @@ bool DropClockRight()
     return bounded || prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0;
 }
 
-[[noreturn]] void BecomeProgram(Plan& plan)
+[[noreturn]] void BecomeProgram(const Plan& plan)
 {
     const bool ready = prctl(PR_SET_PDEATHSIG, SIGKILL, 0, 0, 0) == 0 && getppid() == plan.parent &&
                        (plan.clockRight == ClockRight::Keep || DropClockRight()) &&
@@ -69,11 +69,12 @@ bool DropClockRight()
         std::signal(SIGPIPE, SIG_DFL);
         execv(plan.path, plan.arguments);
     }
-    plan.error = errno == 0 ? ESRCH : errno;
+    const int reason = errno == 0 ? ESRCH : errno;
+    [[maybe_unused]] const ssize_t ignored = write(plan.failure, &reason, sizeof reason);
     _exit(127);
 }
 
-[[gnu::noinline]] pid_t Launch(Plan& plan)
+[[gnu::noinline]] pid_t Launch(const Plan& plan)
 {
     const pid_t child = vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork): see the head of this file
     if (child == 0) BecomeProgram(plan);
@@ -108,18 +109,17 @@ ChildProcess::ChildProcess(const std::string& path, const std::vector<std::strin
         argv.push_back(word.data());
     argv.push_back(nullptr);
 
-    Pipe output;
+    Pipe output, failure;
     fcntl(output.ends[0], F_SETFL, O_NONBLOCK);
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
-    Plan plan{path.c_str(), argv.data(), nothing, output.ends[1], getpid(), clockRight};
+    errno = 0;
+    const Plan plan{path.c_str(), argv.data(), nothing, output.ends[1], failure.ends[1], getpid(), clockRight};
     Pid = Launch(plan);
-    const int error = Pid < 0 ? errno : plan.error;
+    int error = Pid < 0 ? errno : 0;
     if (nothing >= 0) close(nothing);
-    if (error != 0)
-    {
-        if (Pid > 0) waitpid(Pid, nullptr, 0);
-        throw std::system_error(error, std::generic_category(), path);
-    }
+    close(std::exchange(failure.ends[1], -1));
+    if (Pid > 0 && read(failure.ends[0], &error, sizeof error) > 0) waitpid(Pid, nullptr, 0);
+    if (error != 0) throw std::system_error(error, std::generic_category(), path);
     OutputFd = std::exchange(output.ends[0], -1);
 }
 

@@ -266,6 +266,18 @@ TEST_F(PtpRoad, ConfigurationIsReadBackAndAnotherOneTakesItsPlace)
     EXPECT_FALSE(fs::exists("/proc/" + std::to_string(*other)));
 }
 
+TEST_F(PtpRoad, TimeStampsThatTheInterfaceDoesNotHaveDisableThePortAndTheLogSaysWhy)
+{
+    ZEFA_PTP_CONFIG config = Configuration(ZEFA_PTP_PROFILE_0);
+    config.TimeStamping_E = ZEFA_PTP_TIME_STAMPING_HARDWARE;
+
+    EXPECT_EQ(ZEFA_SetPTPConfig(Context, &config), ZEFA_NO_ERROR);
+
+    EXPECT_TRUE(Becomes([&] { return Service->Log().find("PTP: ptp4l has ended with status ") != std::string::npos; }));
+    EXPECT_EQ(Status().PortState_E, ZEFA_PTP_PORT_STATE_DISABLED);
+    EXPECT_GT(Status().CurrentSystemTime_ULL, 1700000000000000000U);
+}
+
 TEST_F(PtpRoad, ConfigurationsThatNoDaemonCanHaveAreRefused)
 {
     ZEFA_PTP_CONFIG unknownInterface = Configuration(ZEFA_PTP_PROFILE_0);
