@@ -203,7 +203,7 @@ std::optional<std::string> FindProgram(const std::vector<std::string>& folders, 
 std::vector<std::string> DefaultProgramFolders()
 {
     std::vector<std::string> folders;
-    const char* const path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe): before any thread
+    const char* const path = std::getenv("PATH");
     std::istringstream words(path ? path : "");
     for (std::string folder; std::getline(words, folder, ':');)
         if (folder.starts_with('/')) folders.push_back(folder);

@@ -24,9 +24,9 @@ namespace
 using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
-constexpr auto kFirstLooks = 200ms;   // between looks until the first answer
-constexpr auto kProgramTime = 1000ms; // of pmc, which needs a tenth
-constexpr auto kGrace = 200ms;        // of ptp4l, to end by itself
+constexpr auto kFirstLooks = 200ms;  // between looks until the first answer
+constexpr auto kProgramTime = 500ms; // of pmc, which needs a tenth
+constexpr auto kGrace = 200ms;       // of ptp4l, to end by itself
 constexpr const char* kConfigFile = "ptp4l.conf";
 
 int MakeWakeFd()
