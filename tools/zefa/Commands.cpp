@@ -97,9 +97,10 @@ std::vector<Command> MakeCommands()
          "receive a stream and count",
          "Receives the stream of a description and prints its counters once an interval: slots, packets, losses, how "
          "full the ring is. It ends with the first of --slots, --seconds, --timeout and an interrupt.\n\n"
-         "With --output the buffers of each slot are written one behind the other, as they lie in the slot. "
-         "Ancillary packets are written as text, a line for each: slot, line, V or H, DID, SDID and user words. With "
-         "\"-\" they go to the standard output and the counters to the standard error stream.",
+         "With --output the buffers of each slot are written one behind the other, as they lie in the slot, and "
+         "ancillary packets as text, one a line: slot, playlist, line, H or V (horizontal or vertical area), DID, SDID "
+         "and user words, the last three hexadecimal. With \"-\" they go to the standard output and the counters to "
+         "the standard error stream.",
          {description},
          With({{"--output", "FILE", "write what arrives; - is the standard output", "@file"}}, kStream),
          &RunReceive},
@@ -107,8 +108,8 @@ std::vector<Command> MakeCommands()
          "send a file as a stream",
          "Sends the bytes of a file as the stream of a description, slot by slot, in the format that --padding, "
          "--endianness and --depth name, and prints the counters once an interval. A last slot that the file does not "
-         "fill is filled with zeros. It ends with the file, or with the first of --slots, --seconds, --timeout and an "
-         "interrupt. Video and audio only.",
+         "fill is filled with zeros. Ancillary packets are read as text, as zefa receive writes them. It ends with the "
+         "file, or with the first of --slots, --seconds, --timeout and an interrupt.",
          {description},
          With({{"--input", "FILE", "file with the samples; - is the standard input", "@file"},
                {"--loop", nullptr, "begin the file again at its end"}},

@@ -7,6 +7,7 @@
 #include "StreamSession.h"
 #include "Words.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <optional>
@@ -66,7 +67,8 @@ public:
 
     void PrintWhenDue(const Stream& stream, const Limits& limits, uint64_t holes)
     {
-        if (SecondsSince(LastTime) >= Interval) Show(stream, limits, holes, InPlace ? "" : "\n");
+        if (SecondsSince(std::max(LastTime, limits.Start)) >= Interval)
+            Show(stream, limits, holes, InPlace ? "" : "\n");
     }
 
     void PrintLast(const Stream& stream, const Limits& limits, uint64_t holes) { Show(stream, limits, holes, "\n"); }
@@ -74,7 +76,7 @@ public:
 private:
     void Show(const Stream& stream, const Limits& limits, uint64_t holes, const char* end)
     {
-        const double since = SecondsSince(LastTime);
+        const double since = SecondsSince(std::max(LastTime, limits.Start));
         const double rate = since > 0 ? static_cast<double>(limits.Done - LastSlots) / since : 0;
         LastTime = Clock::now();
         LastSlots = limits.Done;
@@ -195,6 +197,34 @@ private:
     std::optional<MediaOutput> Output;
 };
 
+// Fills slots from a file.
+class SlotFiller
+{
+public:
+    SlotFiller(const Description& description, const std::string& input, bool loop)
+    {
+        if (description.Essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_40)
+            Anc.emplace(input, loop);
+        else
+            Media.emplace(input, loop);
+        if (Media) Buffers = BuffersOf(description);
+    }
+
+    bool HasMore() { return Anc ? Anc->HasMore() : Media->HasMore(); }
+
+    void Fill(ZEFA_HANDLE stream, ZEFA_SLOT slot)
+    {
+        if (Anc) Anc->Fill(stream, slot);
+        for (const ZEFA_BUFFER_TYPE type : Buffers)
+            Media->Fill(BufferOf(stream, slot, type));
+    }
+
+private:
+    std::optional<AncInput> Anc; // one of the two
+    std::optional<MediaInput> Media;
+    std::vector<ZEFA_BUFFER_TYPE> Buffers;
+};
+
 // Time for the service to send what it has been given.
 void WaitForSending(const Stream& stream)
 {
@@ -233,23 +263,19 @@ int RunSend(const Arguments& arguments)
     const std::optional<std::string> input = arguments.Find("--input");
     if (!input) throw Failure(kUsage, "--input is missing: the file with the samples.");
     const Description description = StreamDescription(arguments);
-    if (description.Essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_40)
-        throw Failure(kUsage, "Ancillary data cannot be sent from a file.");
-    MediaInput media(*input, arguments.Has("--loop"));
-    const std::vector<ZEFA_BUFFER_TYPE> buffers = BuffersOf(description);
+    SlotFiller filler(description, *input, arguments.Has("--loop"));
     CounterLine line(arguments, false);
     Limits limits(arguments);
     const Session session(arguments);
     const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_TX);
     limits.Begin();
-    while (media.HasMore())
+    while (filler.HasMore())
     {
         const ZEFA_SLOT slot = NextSlot(stream, limits, line, 0, "The service took no slot for");
         if (!slot) break;
         Undo unlock;
         unlock.Add("ZEFA_UnlockSlot", [&] { return ZEFA_UnlockSlot(stream.Handle(), slot); });
-        for (const ZEFA_BUFFER_TYPE type : buffers)
-            media.Fill(BufferOf(stream.Handle(), slot, type));
+        filler.Fill(stream.Handle(), slot);
         limits.Count();
     }
     WaitForSending(stream);

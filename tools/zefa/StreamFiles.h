@@ -4,11 +4,10 @@
 #include "Description.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <fstream>
-#include <memory>
 #include <span>
 #include <string>
+#include <vector>
 #include <zefaline.h>
 
 namespace zefa
@@ -47,7 +46,38 @@ private:
     bool Loop = false;
 };
 
-// The ancillary packets of a slot as lines of text.
+// One ancillary packet as a line of text: "slot playlist line H|V did sdid words", the last three hexadecimal.
+struct AncLine
+{
+    uint64_t Slot = 0;
+    uint32_t Playlist = 0, Line = 0;
+    bool Horizontal = false;
+    uint8_t Did = 0, Sdid = 0;
+    std::vector<uint16_t> Words;
+};
+
+std::string TextOf(const AncLine& packet);
+
+// All packets of a text; slots go up. A Failure of kFile names the line that is none.
+std::vector<AncLine> AncLinesOf(const std::string& text, const std::string& name);
+
+// The ancillary packets of a received slot as lines of text; `lines` are those of a frame.
 std::string AncText(ZEFA_HANDLE stream, ZEFA_SLOT slot, uint64_t slotNumber, uint32_t lines);
+
+// Ancillary packets to send: the slot of the first one is the first slot, and slots that no line names are empty.
+class AncInput
+{
+public:
+    AncInput(const std::string& name, bool loop);
+    bool HasMore() const { return Next < Packets.size(); }
+    // Puts the packets of one slot into it.
+    void Fill(ZEFA_HANDLE stream, ZEFA_SLOT slot);
+
+private:
+    std::vector<AncLine> Packets;
+    size_t Next = 0;
+    uint64_t Slot = 0;
+    const bool Loop;
+};
 
 } // namespace zefa
