@@ -47,7 +47,12 @@ struct CAncPlaylistManager::Reading
     // A word behind the end cannot speak against a packet.
     bool IsPacketAt(uint32_t index) const
     {
+        if (Remaining() / 2 >= uint64_t{index} + 3) return IsFlag(Cursor() + size_t{index} * 2);
         return Word(index) == 0 && Word(index + 1) >= kFlagWordFloor && Word(index + 2) >= kFlagWordFloor;
+    }
+    static bool IsFlag(const uint8_t* at)
+    {
+        return Load16(at) == 0 && Load16(at + 2) >= kFlagWordFloor && Load16(at + 4) >= kFlagWordFloor;
     }
 };
 
@@ -111,7 +116,11 @@ uint32_t CAncPlaylistManager::ReadPlaylist(Reading& reading)
     while (reading.Remaining() != 0)
     {
         const uint32_t word = reading.Word(0);
-        if (word == kNoWord) // half a word
+        if (word == 0) // far more often than all else
+        {
+            if (const uint32_t result = ReadPacket(reading); result != kAncSuccess) return result;
+        }
+        else if (word == kNoWord) // half a word
         {
             reading.StepToEnd();
         }
@@ -137,7 +146,7 @@ uint32_t CAncPlaylistManager::ReadPlaylist(Reading& reading)
             reading.InLine = false;
             reading.StepOverPad();
         }
-        else if (const uint32_t result = ReadPacket(reading, word); result != kAncSuccess)
+        else if (const uint32_t result = ReadPacket(reading); result != kAncSuccess) // says what is wrong
         {
             return result;
         }
@@ -206,7 +215,7 @@ uint32_t CAncPlaylistManager::ReadRawLine(Reading& reading, uint32_t word, uint3
     return kAncSuccess;
 }
 
-uint32_t CAncPlaylistManager::ReadPacket(Reading& reading, uint32_t word)
+uint32_t CAncPlaylistManager::ReadPacket(Reading& reading)
 {
     const ANC_PARSE_REQUEST& request = reading.Request;
     const auto index = static_cast<int>(reading.Index);
@@ -221,7 +230,7 @@ uint32_t CAncPlaylistManager::ReadPacket(Reading& reading, uint32_t word)
                        reading.Position, index);
         return kAncInvalidData;
     }
-    if (word != 0 || !reading.IsPacketAt(0))
+    if (!reading.IsPacketAt(0))
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d", reading.Position, index);
         return kAncInvalidData;
@@ -231,7 +240,8 @@ uint32_t CAncPlaylistManager::ReadPacket(Reading& reading, uint32_t word)
     const uint32_t dataCount = Load16(bytes + 10) & 0xFF;
     const uint32_t packetBytes = dataCount * 2 + kSmallestPacketBytes;
     const uint32_t behind = reading.Word(dataCount + kPacketOverhead);
-    const bool plausible = behind >= kHeaderFlag || behind == kPad || reading.IsPacketAt(dataCount + kPacketOverhead);
+    const bool plausible = behind == 0 ? reading.IsPacketAt(dataCount + kPacketOverhead)
+                                       : behind >= kHeaderFlag || behind == kPad; // kNoWord is above the flag
     if (!plausible)
     {
         WarningSink.Tell("ANC corrupted data found. Move on and stop to next packet or next line header");
