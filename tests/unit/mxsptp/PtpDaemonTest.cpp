@@ -80,18 +80,18 @@ protected:
         Folder = name;
         fs::create_directories(Folder / "state");
         SetAnswer("");
-        Script("pmc", "echo \"$@\" > pmc-arguments\ncat answer\n");
+        Script("pmc", "[ -e conf ] || exit 0\necho \"$@\" > pmc-arguments\ncat answer\n");
         Script("ptp4l", kRuns);
     }
     ~Daemon() override { fs::remove_all(Folder); }
 
-    // Runs in the test's folder; each start of ptp4l leaves a line.
+    // Runs in the test's folder; each start of ptp4l leaves a line, and pmc has nothing to say before the first.
     void Script(const std::string& name, const std::string& text)
     {
         const fs::path path = Folder / name;
         std::ofstream(path) << "#!/bin/sh\ncd " << Folder.string() << "\n"
                             << (name == "ptp4l" ? "[ \"$1\" = -v ] && { echo 3.1.1; exit; }\n"
-                                                  "echo $$ >> started\ncp \"$2\" conf\n"
+                                                  "echo $$ >> started\ncp \"$2\" new.conf && mv new.conf conf\n"
                                                 : "")
                             << text;
         fs::permissions(path, fs::perms::owner_all);
