@@ -5,12 +5,16 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
 #include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace quill::sdp_module
 {
@@ -108,21 +112,51 @@ void AppendFormatted(std::string& text, std::string_view format, const RuleField
     }
 }
 
-void AppendLinesOf(std::string& text, std::string_view order, const json& location)
+// The rows of some letters in the order in which their lines are written. An object has few of the many keys that there
+// are rows for, so that its keys look for their rows and not the reverse.
+class WritingOrder
 {
-    const SdpRules& rules = SdpRuleTable();
-    for (const char letter : order)
-        for (const SdpRule& rule : rules.at(letter))
-        {
-            const json* const value = FindIn(location, rule.name.empty() ? rule.push : rule.name);
-            if (!value || value->is_null()) continue;
-            if (!rule.name.empty())
-                MakeSdpLine(text, letter, rule, location);
-            else if (value->is_array())
-                for (const json& element : *value)
-                    MakeSdpLine(text, letter, rule, element);
-        }
-}
+public:
+    explicit WritingOrder(std::string_view letters)
+    {
+        for (const char letter : letters)
+            for (const SdpRule& rule : SdpRuleTable().at(letter))
+            {
+                Places.emplace(rule.name.empty() ? rule.push : rule.name, Rows.size());
+                Rows.push_back({letter, &rule});
+            }
+    }
+
+    void AppendLines(std::string& text, const json& location) const
+    {
+        std::vector<std::pair<size_t, const json*>> found;
+        for (const auto& [key, value] : location.get_ref<const json::object_t&>())
+            if (const auto place = Places.find(key); place != Places.end()) found.emplace_back(place->second, &value);
+        std::sort(found.begin(), found.end());
+        for (const auto& [place, value] : found)
+            AppendLinesOf(text, Rows[place], location, *value);
+    }
+
+private:
+    struct Row
+    {
+        char letter;
+        const SdpRule* rule;
+    };
+
+    static void AppendLinesOf(std::string& text, const Row& row, const json& location, const json& value)
+    {
+        if (value.is_null()) return;
+        if (!row.rule->name.empty())
+            MakeSdpLine(text, row.letter, *row.rule, location);
+        else if (value.is_array())
+            for (const json& element : value)
+                MakeSdpLine(text, row.letter, *row.rule, element);
+    }
+
+    std::vector<Row> Rows;
+    std::unordered_map<std::string, size_t> Places; // in Rows, by key; no key has two
+};
 
 void SetDefaults(json& tree)
 {
@@ -150,13 +184,15 @@ std::string WriteSdpText(json& tree)
 {
     if (!tree.is_object()) throw std::invalid_argument("given session is not a JSON object");
     SetDefaults(tree);
+    static const WritingOrder session(kSessionOrder);
+    static const WritingOrder media(kMediaOrder);
     std::string text;
-    AppendLinesOf(text, kSessionOrder, tree);
+    session.AppendLines(text, tree);
     const SdpRule& mediaRule = SdpRuleTable().at('m').front();
-    for (const json& media : tree["media"])
+    for (const json& each : tree["media"])
     {
-        MakeSdpLine(text, 'm', mediaRule, media);
-        AppendLinesOf(text, kMediaOrder, media);
+        MakeSdpLine(text, 'm', mediaRule, each);
+        media.AppendLines(text, each);
     }
     return text;
 }
