@@ -4,6 +4,7 @@
 #include "Options.h"
 
 #include <algorithm>
+#include <map>
 
 namespace zefa
 {
@@ -24,6 +25,8 @@ std::string KeyOf(std::string_view said)
                                     [=](const KeyWord& word) { return word.said == said; });
     return found == std::end(kMissingKeys) ? std::string(said) : found->key;
 }
+
+constexpr size_t kMostRepeats = 100; // each one is a walk over all media before it
 
 // Where to look, and for which place: a sentence that comes again speaks of the next media that fits.
 struct Search
@@ -257,7 +260,7 @@ Complaint ComplaintOf(const LogLine& line, const std::string& source, const SdpS
         if (const auto pieces = MatchPattern(rule.pattern, line.Message))
         {
             complaint.Key = rule.key ? rule.key : KeyOf(pieces->front());
-            complaint.Where = rule.find({scan, repeat}, *pieces);
+            if (repeat < kMostRepeats) complaint.Where = rule.find({scan, repeat}, *pieces);
             break;
         }
     return complaint;
@@ -266,12 +269,9 @@ Complaint ComplaintOf(const LogLine& line, const std::string& source, const SdpS
 std::vector<Complaint> ComplaintsOf(const std::vector<LogLine>& lines, const std::string& source, const SdpScan& scan)
 {
     std::vector<Complaint> complaints;
-    for (size_t i = 0; i < lines.size(); ++i)
-    {
-        const auto same = std::count_if(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(i),
-                                        [&](const LogLine& line) { return line.Message == lines[i].Message; });
-        complaints.push_back(ComplaintOf(lines[i], source, scan, static_cast<size_t>(same)));
-    }
+    std::map<std::string_view, size_t> seen;
+    for (const LogLine& line : lines)
+        complaints.push_back(ComplaintOf(line, source, scan, seen[line.Message]++));
     return complaints;
 }
 

@@ -54,6 +54,21 @@ bool IsRawVideo(const SdpSection& media)
     return IsVideo(media) && format && format->Value.find("ST2110-20") != std::string_view::npos;
 }
 
+void AboutNul(const SdpScan& scan, Hints& hints)
+{
+    const auto look = [&](const SdpSection& section)
+    {
+        for (const SdpLine& line : section.Lines)
+            if (const size_t at = line.Content.find('\0'); at != std::string_view::npos)
+            {
+                hints.Add("NUL", line.At(line.Content.substr(at)), "the reader takes the text up to this byte alone");
+                return true;
+            }
+        return false;
+    };
+    if (!look(scan.Session)) static_cast<void>(std::any_of(scan.Medias.begin(), scan.Medias.end(), look));
+}
+
 // The session: a connection or a clock there counts for no media.
 void AboutSession(const SdpScan& scan, Hints& hints)
 {
@@ -259,6 +274,7 @@ constexpr void (*kMediaHints[])(const SdpSection&, Hints&) = {
 std::vector<Complaint> HintsFor(const SdpScan& scan)
 {
     Hints hints;
+    AboutNul(scan, hints);
     AboutSession(scan, hints);
     AboutKinds(scan, hints);
     for (const SdpSection& media : scan.Medias)

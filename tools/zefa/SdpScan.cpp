@@ -27,7 +27,8 @@ std::string_view TrimBlanks(std::string_view text)
 Place SdpLine::At(std::string_view piece) const
 {
     if (piece.data() < Content.data() || piece.data() > Content.data() + Content.size()) return Start();
-    return {Number, static_cast<size_t>(piece.data() - Content.data()) + 3}; // behind "x="
+    const size_t before = Letter ? 3 : 1; // "x=" and columns from 1
+    return {Number, static_cast<size_t>(piece.data() - Content.data()) + before};
 }
 
 std::vector<SdpAttribute> SdpSection::Attributes(std::string_view name) const

@@ -395,6 +395,20 @@ class Zefa(unittest.TestCase):
         _, err = self.zefa("receive", file, "--timeout", "1", expect=NOTHING)
         self.assertEqual("zefa: Nothing arrived for 1 s.\n", err)
 
+    def test_ReceivedMediaOnTheStandardOutputStandsAlone(self):
+        self.start_service()
+        port = free_udp_port()
+        file = self.write("video.sdp", description(port=port))
+        sent = self.write("sent", bytes([0x80, 0x10]) * (SLOT_BYTES // 2))
+        sending = self.start("send", file, "--input", sent, "--loop")
+        self.addCleanup(sending.communicate)
+        self.addCleanup(sending.terminate)
+        receiving = self.start("receive", file, "--output", "-", "--slots", "2", "--timeout", "20", "--json")
+        out, err = receiving.communicate(timeout=60)
+        self.assertEqual(GOOD, receiving.returncode, err)
+        self.assertEqual(2 * SLOT_BYTES, len(out))
+        self.assertEqual(2, json.loads(err.splitlines()[-1])["slots"])
+
     def test_ReceiveSaysWhatADescriptionLacks(self):
         self.start_service()
         two = self.write("two.sdp", description(media="m=audio 5004 RTP/AVP 97\r\nc=IN IP4 127.0.0.1\r\n"
@@ -447,6 +461,14 @@ class Zefa(unittest.TestCase):
         self.assertEqual(20 * 480 * 2 * 2, len(bytes_))
         self.assertIn(content, bytes_)
         self.assertEqual(20, received["slots"])
+
+    def test_OneMediaOfSeveralIsTakenByItsNumber(self):
+        content = b"".join((i & 0x7FFF).to_bytes(2, "big") for i in range(480 * 2))
+        audio = AUDIO.format(port=free_udp_port())
+        several = description(port=free_udp_port(), media=audio[audio.index("m="):])
+        bytes_, received, _ = self.transfer(several, content, "--media", "1", slots=3)
+        self.assertEqual(3 * 480 * 2 * 2, len(bytes_))
+        self.assertIn(content, bytes_)
 
     def test_AncillaryPacketsThatOneSendsTheOtherReceives(self):
         text = description("exactframerate=50; SSN=ST2110-40:2018;", port=free_udp_port())

@@ -117,6 +117,17 @@ TEST(ComplaintsOf, ASentenceThatComesAgainSpeaksOfTheNextMedia)
     EXPECT_EQ(Kind::Warning, complaints[0].Severity);
 }
 
+TEST(ComplaintsOf, AfterAHundredRepeatsNoPlaceIsSearched)
+{
+    const std::vector<LogLine> lines(101, {"Warning", R"(Unsupported depth value "9".)"});
+
+    const auto complaints = ComplaintsOf(lines, "reader", SdpScan(kText));
+
+    EXPECT_EQ(8u, complaints[99].Where.Line);
+    EXPECT_EQ(0u, complaints[100].Where.Line);
+    EXPECT_EQ("depth", complaints[100].Key);
+}
+
 TEST(Complaint, IsOneLineOfTextOrARecord)
 {
     const Complaint placed{Kind::Warning, "reader", "depth", {5, 31}, "too\nmuch"};
