@@ -80,7 +80,8 @@ protected:
         Folder = name;
         fs::create_directories(Folder / "state");
         SetAnswer("");
-        Script("pmc", "[ -e conf ] || exit 0\necho \"$@\" > pmc-arguments\ncat answer\n");
+        Script("pmc",
+               "[ -e conf ] || exit 0\necho \"$@\" > new.arguments && mv new.arguments pmc-arguments\ncat answer\n");
         Script("ptp4l", kRuns);
     }
     ~Daemon() override { fs::remove_all(Folder); }
