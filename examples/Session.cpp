@@ -150,9 +150,9 @@ Options ParseOptions(int argc, char** argv, const std::string& files, std::initi
 int RunExample(const char* name, const std::function<void()>& run)
 try
 {
-    std::setvbuf(stdout, nullptr, _IOLBF, 0); // a line is there when it is printed, also through a pipe
-    std::signal(SIGINT, [](int) { interrupted = 1; });
-    std::signal(SIGTERM, [](int) { interrupted = 1; });
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);           // a line is there when it is printed, also through a pipe
+    for (const int signal : {SIGINT, SIGTERM, SIGPIPE}) // the last one: nobody reads what we print
+        std::signal(signal, [](int) { interrupted = 1; });
     run();
     return 0;
 }

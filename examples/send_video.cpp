@@ -41,7 +41,7 @@ void BurnIn(const Canvas& canvas, uint32_t width, uint32_t number)
     const uint32_t square = width / 40 / 2 * 2;
     for (uint32_t bit = 0; bit < 32; ++bit)
         canvas.Fill((4 + bit) * square, 2 * square, square, square, number >> (31 - bit) & 1 ? kWhite : kBlack);
-    canvas.Fill(4 * square, 4 * square, 32 * square, 7 * square, kBlack);
+    canvas.Fill(3 * square, 4 * square, 33 * square, 7 * square, kBlack);
     for (uint32_t place = 8; place-- > 0; number /= 10)
         for (uint32_t i = 0; i < 15; ++i)
             if (kDigits[number % 10] >> (14 - i) & 1)

@@ -401,13 +401,14 @@ struct EndlessCase
     const char* program;
     std::vector<std::pair<const char*, const char*>> descriptions; // and the port in each
     std::vector<std::string> options;
+    int signal = SIGINT;
 };
 
 class EndlessExamples : public Examples, public testing::WithParamInterface<EndlessCase>
 {
 };
 
-TEST_P(EndlessExamples, EndWithSuccessOnAnInterruptAndCleanUp)
+TEST_P(EndlessExamples, EndWithSuccessOnASignalAndCleanUp)
 {
     std::vector<std::string> arguments = With(GetParam().options);
     for (const auto& [description, port] : GetParam().descriptions)
@@ -416,7 +417,7 @@ TEST_P(EndlessExamples, EndWithSuccessOnAnInterruptAndCleanUp)
     ASSERT_TRUE(program.SaysWithin("path 0: 127.0.0.1", std::chrono::seconds(20))) << program.Output();
     std::this_thread::sleep_for(std::chrono::milliseconds(300)); // into the loop
 
-    program.Interrupt();
+    program.Interrupt(GetParam().signal);
 
     EXPECT_EQ(0, program.Wait(std::chrono::seconds(20))) << program.Output();
     EXPECT_NE(std::string::npos, program.Output().find(" slots, ")) << program.Output();
@@ -425,18 +426,37 @@ TEST_P(EndlessExamples, EndWithSuccessOnAnInterruptAndCleanUp)
 
 INSTANTIATE_TEST_SUITE_P(
     All, EndlessExamples,
-    testing::Values(EndlessCase{"SendVideo", "send_video", {{"video.sdp", "5000"}}, {}},
-                    EndlessCase{"SendTone", "send_tone", {{"audio.sdp", "5004"}}, {}},
-                    EndlessCase{"RecordWav", "record_wav", {{"audio.sdp", "5004"}}, {"--output", "/dev/null"}},
-                    EndlessCase{"SendCaptions", "send_captions", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
-                    EndlessCase{"PrintAnc", "print_anc", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
-                    EndlessCase{
-                        "LoopThroughVideo", "loop_through", {{"video.sdp", "5000"}, {"video_changed.sdp", "5002"}}, {}},
-                    EndlessCase{"LoopThroughAudio",
-                                "loop_through",
-                                {{"audio.sdp", "5004"}, {"audio_delayed.sdp", "5006"}},
-                                {"--delay-ms", "100"}}),
+    testing::Values(
+        EndlessCase{"SendVideo", "send_video", {{"video.sdp", "5000"}}, {}},
+        EndlessCase{"SendTone", "send_tone", {{"audio.sdp", "5004"}}, {}},
+        EndlessCase{"RecordWav", "record_wav", {{"audio.sdp", "5004"}}, {"--output", "/dev/null"}},
+        EndlessCase{"SendCaptions", "send_captions", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
+        EndlessCase{"PrintAnc", "print_anc", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
+        EndlessCase{"PrintAncThatNobodyReads", "print_anc", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}, SIGPIPE},
+        EndlessCase{"SendToneThatIsTerminated", "send_tone", {{"audio.sdp", "5004"}}, {}, SIGTERM},
+        EndlessCase{"LoopThroughVideo", "loop_through", {{"video.sdp", "5000"}, {"video_changed.sdp", "5002"}}, {}},
+        EndlessCase{"LoopThroughAudio",
+                    "loop_through",
+                    {{"audio.sdp", "5004"}, {"audio_delayed.sdp", "5006"}},
+                    {"--delay-ms", "100"}}),
     [](const auto& instance) { return instance.param.name; });
+
+TEST_F(Examples, AServiceThatIsKilledIsAnErrorAndNobodyHangs)
+{
+    const std::string audio = Describe(Folder, "audio.sdp", {{"5004", std::to_string(FreeUdpPort())}});
+    const std::string ancillary = Describe(Folder, "ancillary.sdp", {{"5008", std::to_string(FreeUdpPort())}});
+    Program sender("send_tone", With({audio}), Folder);
+    Program receiver("print_anc", With({ancillary, "--standard", "3"}), Folder);
+    ASSERT_TRUE(sender.SaysWithin("path 0", std::chrono::seconds(20))) << sender.Output();
+    ASSERT_TRUE(receiver.SaysWithin("path 0", std::chrono::seconds(20))) << receiver.Output();
+
+    Service.Stop(SIGKILL);
+
+    EXPECT_EQ(1, sender.Wait(std::chrono::seconds(30)));
+    EXPECT_EQ(1, receiver.Wait(std::chrono::seconds(30)));
+    EXPECT_NE(std::string::npos, sender.Output().find("send_tone: No slot could be locked")) << sender.Output();
+    EXPECT_NE(std::string::npos, receiver.Output().find("print_anc: No slot could be locked")) << receiver.Output();
+}
 
 // What a user does wrong is answered by a sentence and exit code 1.
 struct WrongCase

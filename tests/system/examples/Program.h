@@ -110,7 +110,7 @@ public:
         return true;
     }
 
-    void Interrupt() { ::kill(Pid, SIGINT); }
+    void Interrupt(int signal = SIGINT) { ::kill(Pid, signal); }
 
     // Exit status, or minus the signal that ended it; -1000 when it had to be killed after `limit`.
     int Wait(std::chrono::seconds limit = std::chrono::seconds(60))
