@@ -1,0 +1,279 @@
+#!/usr/bin/python3
+"""Video that the service sends, before programs that nobody here wrote: every pixel as it was sent.
+
+    send.py --bin FOLDER CASE        FOLDER holds mxsd and send_samples
+    send.py --list
+
+Everything runs in a network namespace of its own, so nothing reaches a network card; where the machine does not give
+the rights for one, unicast cases run on the loopback and multicast cases say so and end with 77."""
+import argparse
+import dataclasses
+import hashlib
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+
+import numpy
+
+from peers import SKIPPED, Namespace, Programs, free_port
+
+FRAMES = 3  # of noise, that are sent over and over
+WANTED = 9  # frames that must arrive
+UNSETTLED = 4  # frames that GStreamer's merging of two paths may spoil before it runs
+PAUSE = 250  # milliseconds from frame to frame: these receivers are slow, and the machine has other work
+
+
+@dataclasses.dataclass
+class Case:
+    peer: str
+    bits: int = 10
+    sampling: str = "YCbCr-4:2:2"
+    interlaced: bool = False
+    group: str = ""
+    paths: int = 1
+
+    @property
+    def raster(self):
+        return (1920, 1080) if self.interlaced else (1280, 720)
+
+    @property
+    def samples_per_line(self):
+        return self.raster[0] * (2 if "4:2:2" in self.sampling else 3)
+
+    @property
+    def group_bytes_and_pixels(self):
+        return {"YCbCr-4:2:2": (self.bits // 2, 2)}.get(self.sampling, (3, 1))
+
+
+CASES = {
+    "FfmpegTenBits": Case("ffmpeg"),
+    "FfmpegEightBits": Case("ffmpeg", bits=8),
+    "FfmpegMulticast": Case("ffmpeg", group="239.100.1.40"),
+    "FfmpegInterlaced": Case("ffmpeg", interlaced=True),
+    "GstreamerTenBits": Case("gstreamer"),
+    "GstreamerEightBits": Case("gstreamer", bits=8),
+    "GstreamerMulticast": Case("gstreamer", group="239.100.1.41"),
+    "GstreamerRgb": Case("gstreamer", bits=8, sampling="RGB"),
+    "Gstreamer444": Case("gstreamer", bits=8, sampling="YCbCr-4:4:4"),
+    "GstreamerTwoPaths": Case("gstreamer", paths=2),
+    "Tshark": Case("tshark"),
+    "TsharkInterlaced": Case("tshark", interlaced=True),
+}
+
+
+def noise(case):
+    """Samples in the order of the wire: frame, line of the frame, sample."""
+    shape = (FRAMES, case.raster[1], case.samples_per_line)
+    return numpy.random.default_rng(13).integers(0, 1 << case.bits, shape, dtype=numpy.uint16)
+
+
+def as_slots(case, frames):
+    """As the slots have them: field behind field, words of 16 bits."""
+    if case.interlaced:
+        frames = numpy.concatenate([frames[:, 0::2], frames[:, 1::2]], axis=1)
+    return frames.astype("<u2").tobytes()
+
+
+def packed(samples, bits):
+    flat = samples.reshape(-1)
+    if bits == 8:
+        return flat.astype(numpy.uint8).tobytes()
+    expanded = (flat[:, None] >> numpy.arange(bits - 1, -1, -1, dtype=numpy.uint16)) & 1
+    return numpy.packbits(expanded.astype(numpy.uint8).reshape(-1)).tobytes()
+
+
+def planar(frame):
+    """4:2:2 of Cb Y Cr Y as three planes."""
+    groups = frame.reshape(frame.shape[0], -1, 4)
+    luma = groups[:, :, 1::2].reshape(frame.shape[0], -1)
+    return b"".join(plane.astype("<u2").tobytes() for plane in (luma, groups[:, :, 0], groups[:, :, 2]))
+
+
+def with_alpha(frame):
+    """4:4:4 of Cb Y Cr as A Y Cb Cr; nobody writes the alpha."""
+    pixels = frame.reshape(-1, 3)
+    return numpy.stack([numpy.zeros(len(pixels)), pixels[:, 1], pixels[:, 0], pixels[:, 2]],
+                       axis=1).astype(numpy.uint8).tobytes()
+
+
+def as_received(case, frame):
+    """What the peer writes for a frame."""
+    if case.peer == "ffmpeg" and case.bits == 10:
+        return planar(frame)
+    if case.sampling == "YCbCr-4:4:4":
+        return with_alpha(frame)
+    return packed(frame, case.bits)
+
+
+def description(case, address, ports):
+    width, height = case.raster
+    scan = "interlace; exactframerate=25" if case.interlaced else "exactframerate=50"
+    head = ["v=0", "o=- 1 1 IN IP4 127.0.0.1", "s=interop", "t=0 0"]
+    if case.paths > 1:
+        head.append("a=group:DUP " + " ".join(f"path{i}" for i in range(case.paths)))
+    media = []
+    for i, port in enumerate(ports):
+        media += [f"m=video {port} RTP/AVP 96", f"c=IN IP4 {address}" + ("/1" if case.group else ""),
+                  "a=rtpmap:96 raw/90000",
+                  f"a=fmtp:96 sampling={case.sampling}; width={width}; height={height}; {scan}; depth={case.bits}; "
+                  "TCS=SDR; colorimetry=BT709; PM=2110GPM; SSN=ST2110-20:2017;", "a=mediaclk:direct=0"]
+        if case.paths > 1:
+            media.append(f"a=mid:path{i}")
+    return "\r\n".join([*head, *media, ""])
+
+
+def ffmpeg(case, sdp, target, _address, _ports):
+    output = ["-c:v", "rawvideo", "-pix_fmt", "yuv422p10le" if case.bits == 10 else "uyvy422"]
+    return ["ffmpeg", "-nostdin", "-v", "error", "-protocol_whitelist", "file,udp,rtp", "-buffer_size", "8000000",
+            "-reorder_queue_size", "0", "-i", str(sdp), "-fps_mode", "passthrough", *output, "-f", "rawvideo",
+            "-flush_packets", "1", "-y", str(target)]
+
+
+def gstreamer(case, _sdp, target, address, ports):
+    width, height = case.raster
+    caps = (f"application/x-rtp,media=video,clock-rate=90000,encoding-name=RAW,payload=96,sampling={case.sampling},"
+            f"depth=(string){case.bits},width=(string){width},height=(string){height}")
+    source = " ".join(f"udpsrc address={address} multicast-iface=lo port={port} buffer-size=8000000 caps={caps} ! f."
+                      for port in ports)
+    merge = "rtpjitterbuffer latency=1000 ! " if case.paths > 1 else ""
+    return (f"gst-launch-1.0 -e -q {source} funnel name=f ! {caps} ! {merge}rtpvrawdepay "
+            f"! filesink location={target} buffer-mode=unbuffered").split()
+
+
+def await_size(path, size, seconds):
+    for _ in range(seconds * 10):
+        if path.exists() and path.stat().st_size >= size:
+            return True
+        time.sleep(0.1)
+    return False
+
+
+def sending(case, files, binaries, url, *options):
+    if case.interlaced:
+        options += ("--standard", "6")  # 1080i, 50 fields a second
+    return [binaries / "send_samples", files["sdp"], "--samples", files["source"], "--service", url, "--interface", "lo",
+            "--pause-ms", str(PAUSE), *options]
+
+
+def receive(case, frames, files, binaries, programs, url):
+    address, ports = case.group or "127.0.0.1", [free_port() for _ in range(case.paths)]
+    files["sdp"].write_text(description(case, address, ports), newline="")
+    peer = {"ffmpeg": ffmpeg, "gstreamer": gstreamer}[case.peer]
+    programs.start("receiver", peer(case, files["sdp"], files["raw"], address, ports))
+    time.sleep(1)  # until it listens: it does not say when
+    programs.start("send_samples", sending(case, files, binaries, url, "--seconds", "50"))
+    expected = [as_received(case, frame) for frame in frames]
+    size = len(expected[0])
+    if not await_size(files["raw"], WANTED * size, 50):
+        programs.fail("the peer did not receive enough")
+    programs.end("receiver")
+    got = files["raw"].read_bytes()[:WANTED * size]
+    known = {hashlib.sha256(frame).digest(): number for number, frame in enumerate(expected)}
+    numbers = [known.get(hashlib.sha256(got[at:at + size]).digest()) for at in range(0, len(got), size)]
+    print("frames that arrived:", numbers)
+    if case.paths > 1:
+        numbers = numbers[UNSETTLED:]
+    first = numbers[0]
+    if first is None or numbers != [(first + i) % FRAMES for i in range(len(numbers))]:
+        return f"frames that were never sent, or not in this order: {numbers}"
+    return ""
+
+
+def inspect(case, frames, files, binaries, programs, url):
+    """What a dissector makes of our packets, and whether their payloads are the frames."""
+    # Datagrams that the kernel is to cut out of one buffer pass a capture uncut unless the link cannot take them.
+    subprocess.run(["ip", "-n", programs.namespace.name, "link", "set", "lo", "gso_max_segs", "1"], check=True)
+    port = free_port()
+    files["sdp"].write_text(description(case, "127.0.0.1", [port]), newline="")
+    programs.start("tshark", ["tshark", "-i", "lo", "-B", "64", "-f", f"udp port {port}", "-w", files["raw"], "-q"])
+    if not await_size(files["raw"], 1, 10):
+        programs.fail("tshark does not capture")
+    result = subprocess.run(programs.namespace.command(sending(case, files, binaries, url, "--slots", str(FRAMES))),
+                            capture_output=True, text=True, timeout=60, check=False)
+    print(result.stdout, result.stderr, sep="")
+    time.sleep(1)
+    programs.end("tshark")
+    fields = ("rtp.version", "rtp.padding", "rtp.ext", "rtp.cc", "rtp.p_type", "rtp.ssrc", "_ws.malformed",
+              "_ws.expert.message", "rtp.seq", "rtp.marker", "rtp.timestamp", "rtp.payload")
+    table = subprocess.run(["tshark", "-r", files["raw"], "-d", f"udp.port=={port},rtp", "-T", "fields"]
+                           + [word for field in fields for word in ("-e", field)],
+                           capture_output=True, text=True, check=True).stdout
+    packets = [dict(zip(fields, line.split("\t"))) for line in table.splitlines()]
+    width, height = case.raster
+    group_bytes, group_pixels = case.group_bytes_and_pixels
+    line_bytes = width // group_pixels * group_bytes
+    per_field = height // 2 if case.interlaced else height
+    picture, lengths, sequence, stamps = bytearray(), set(), None, []
+    for number, packet in enumerate(packets):
+        plain = (packet["rtp.version"], packet["rtp.padding"], packet["rtp.ext"], packet["rtp.cc"], packet["rtp.p_type"],
+                 packet["rtp.ssrc"] == packets[0]["rtp.ssrc"], packet["_ws.malformed"], packet["_ws.expert.message"])
+        if plain != ("2", "0", "0", "0", "96", True, "", ""):
+            return f"packet {number} is {packet}"
+        payload = bytes.fromhex(packet["rtp.payload"])
+        upper, length, line, offset = (int.from_bytes(payload[at:at + 2], "big") for at in (0, 2, 4, 6))
+        now = upper << 16 | int(packet["rtp.seq"])
+        if sequence is not None and now != sequence + 1:
+            return f"packet {number} has the number {now} behind {sequence}"
+        sequence = now
+        place = len(picture) % (line_bytes * height)
+        field, in_field = divmod(place, line_bytes * per_field)
+        expected = (in_field // line_bytes | field << 15, in_field % line_bytes // group_bytes * group_pixels)
+        if (line, offset) != expected or length != len(payload) - 8:
+            return f"packet {number} is at {line}, {offset} and should be at {expected}"
+        picture += payload[8:]
+        ends = (in_field + length) == line_bytes * per_field
+        if packet["rtp.marker"] != ("1" if ends else "0"):
+            return f"packet {number} has the marker {packet['rtp.marker']}"
+        if in_field == 0:
+            stamps.append(int(packet["rtp.timestamp"]))
+        if int(packet["rtp.timestamp"]) != stamps[-1]:
+            return f"packet {number} has another timestamp than its field began with"
+        lengths.add(length)
+    sent = [numpy.concatenate([frame[0::2], frame[1::2]]) if case.interlaced else frame for frame in frames]
+    if bytes(picture) != b"".join(packed(frame, case.bits) for frame in sent):
+        return f"{len(packets)} packets with {len(picture)} bytes, which are not those of the frames"
+    steps = [(after - before) % (1 << 32) for before, after in zip(stamps, stamps[1:])]
+    print("timestamps step by", steps, "lengths are", sorted(lengths))
+    wrong = [step for step in steps if step == 0 or step % 1800]
+    return f"timestamps are no multiple of the field's or frame's time apart: {wrong}" if wrong else ""
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--bin", type=pathlib.Path)
+    parser.add_argument("--list", action="store_true")
+    parser.add_argument("case", nargs="?")
+    arguments = parser.parse_args()
+    if arguments.list:
+        print("\n".join(CASES))
+        return 0
+    case = CASES[arguments.case]
+    namespace = Namespace()
+    try:
+        if (case.group or case.peer == "tshark") and not namespace.private:
+            print(f"skipped: this needs a network namespace, and none could be made: {namespace.reason}")
+            return SKIPPED
+        with tempfile.TemporaryDirectory() as folder:
+            programs = Programs(namespace, folder)
+            try:
+                names = {"source": "source.raw", "sdp": "stream.sdp", "raw": "received.raw"}
+                files = {name: pathlib.Path(folder) / file for name, file in names.items()}
+                frames = noise(case)
+                files["source"].write_bytes(as_slots(case, frames))
+                url = programs.service(arguments.bin.resolve())
+                work = inspect if case.peer == "tshark" else receive
+                wrong = work(case, frames, files, arguments.bin.resolve(), programs, url)
+                if wrong:
+                    programs.fail(wrong)
+            finally:
+                programs.close()
+        print("all pixels are those that were sent")
+        return 0
+    finally:
+        namespace.close()
+
+
+if __name__ == "__main__":
+    sys.exit(main())
