@@ -62,7 +62,7 @@ size_t SendAll(AncillaryPacketizer& packetizer, std::span<const uint8_t> slot)
     size_t packets = 0;
     for (size_t sent = 0; sent < count;)
     {
-        std::vector<uint8_t> room(65536);
+        std::vector<uint8_t> room(4 * kMostDatagram);
         const Burst burst = packetizer.Write(sent, count, room);
         Require(burst.count > 0 && burst.totalBytes <= room.size() && burst.datagramBytes <= kMostDatagram);
         for (size_t at = 0; at < burst.totalBytes; at += burst.datagramBytes, ++sent)
@@ -77,7 +77,24 @@ size_t SendAll(AncillaryPacketizer& packetizer, std::span<const uint8_t> slot)
     return packets;
 }
 
-// Each slot is an allocation of its own and exactly as long as a slot: the sanitizer sees what leaves it.
+// Each slot is an allocation of its own and exactly as long as a slot: the sanitizer sees what leaves it. They are used
+// over and over, like a ring's, since four megabytes cost more than a run.
+using SlotMemory = std::unique_ptr<uint8_t[]>;
+
+std::vector<SlotMemory>& IdleSlots()
+{
+    static std::vector<SlotMemory> slots;
+    return slots;
+}
+
+SlotMemory TakeSlot(size_t bytes)
+{
+    if (IdleSlots().empty()) return std::make_unique<uint8_t[]>(bytes);
+    SlotMemory slot = std::move(IdleSlots().back());
+    IdleSlots().pop_back();
+    return slot;
+}
+
 class CheckingSink : public SlotSink
 {
 public:
@@ -89,7 +106,7 @@ public:
     uint8_t* OpenSlot(void*& slot) override
     {
         if (++Asked % 7 == 0) return nullptr; // a ring that is full now and then
-        Slots.push_back(std::make_unique_for_overwrite<uint8_t[]>(Layout.lockSize));
+        Slots.push_back(TakeSlot(Layout.lockSize));
         slot = Slots.back().get();
         return Slots.back().get();
     }
@@ -104,7 +121,8 @@ public:
     {
         SendAll(Packets, {Find(slot)->get(), Layout.lockSize});
         Require(Packets.Refused() == 0);
-        Slots.erase(Find(slot));
+        IdleSlots().push_back(std::move(*Find(slot)));
+        Slots.remove(nullptr);
     }
     bool Empty() const { return Slots.empty(); }
 
@@ -121,7 +139,7 @@ private:
 
     const SlotLayout Layout;
     AncillaryPacketizer Packets;
-    std::list<Slot> Slots;
+    std::list<SlotMemory> Slots;
     uint32_t Asked = 0;
 };
 
@@ -146,12 +164,14 @@ void Receive(const AncillaryConfig& config, std::span<const uint8_t> rest)
 void Send(const AncillaryConfig& config, uint8_t number, std::span<const uint8_t> content)
 {
     const SlotLayout layout = LayoutOf(config);
+    SlotMemory slot = TakeSlot(layout.lockSize);
+    for (const auto& [other, place] : layout.buffers)
+        std::fill_n(slot.get() + place.offset, 12, uint8_t{0}); // no playlist
     const BufferPlace& place = layout.buffers.at(number % 16);
-    std::vector<uint8_t> slot(layout.lockSize);
-    const size_t bytes = std::min<size_t>(content.size(), place.size);
-    std::copy_n(content.begin(), bytes, slot.begin() + static_cast<std::ptrdiff_t>(place.offset));
+    std::copy_n(content.begin(), std::min<size_t>(content.size(), place.size), slot.get() + place.offset);
     AncillaryPacketizer packetizer(config, {.payloadType = kPayloadType});
-    SendAll(packetizer, slot);
+    SendAll(packetizer, {slot.get(), layout.lockSize});
+    IdleSlots().push_back(std::move(slot));
 }
 
 } // namespace

@@ -94,7 +94,7 @@ size_t AncillaryPlaylistWriter::Finish()
 size_t AncillaryPlaylistReader::StatedBytes(std::span<const uint8_t> buffer)
 {
     if (buffer.size() < kEmptyPlaylistBytes) return 0;
-    const size_t bytes = buffer[0] | buffer[1] << 8 | buffer[2] << 16 | size_t{buffer[3]} << 24;
+    const size_t bytes = size_t{buffer[0]} | size_t{buffer[1]} << 8 | size_t{buffer[2]} << 16 | size_t{buffer[3]} << 24;
     return bytes >= kEmptyPlaylistBytes && bytes <= buffer.size() ? bytes : 0;
 }
 

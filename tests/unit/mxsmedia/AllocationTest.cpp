@@ -1,7 +1,10 @@
 // The way of a packet into a slot takes no memory from the heap: this program counts what each thread asks for.
+#include "mxs/media/AncillaryAssembler.h"
+#include "mxs/media/AncillaryPacketizer.h"
 #include "mxs/media/AudioAssembler.h"
 #include "mxs/media/VideoAssembler.h"
 
+#include "AncillaryPackets.h"
 #include "AudioPackets.h"
 
 #include <array>
@@ -226,6 +229,50 @@ TEST(Allocation, AudioWithLossesAndJumpsOnTwoPathsTakesNone)
     EXPECT_GT(checksum, 0u);
     EXPECT_EQ(sink.Committed, 275u);
     EXPECT_GT(sink.Losses, 0u);
+}
+
+TEST(Allocation, AncillaryDataInAndOutTakesNone)
+{
+    constexpr uint32_t kFrames = 50;
+    Words full(4 + 255, 0x200);
+    full[2] = 0x2FF;
+    std::vector<Bytes> packets;
+    for (uint32_t i = 0; i < kFrames * 4; ++i)
+        packets.push_back(AncDatagram({.sequence = i, .timestamp = i / 4 * 1800, .marker = i % 4 == 3},
+                                      std::vector<Anc>(4, {.line = static_cast<uint16_t>(9 + i % 4), .words = full})));
+    FixedSink sink(LayoutOf(Progressive1080()).lockSize);
+    AncillaryAssembler assembler(Progressive1080(), {.payloadType = 100}, sink);
+    AncillaryPacketizer packetizer(Progressive1080(), {.payloadType = 100});
+    const Bytes slot = [&]
+    {
+        Bytes bytes(LayoutOf(Progressive1080()).lockSize);
+        const Bytes playlist = PlaylistOf({{9, false, std::vector<Words>(100, full)}});
+        std::copy(playlist.begin(), playlist.end(), bytes.begin());
+        return bytes;
+    }();
+    Bytes room(65536);
+    uint64_t nowNs = 1'000'000'000;
+    size_t sent = 0;
+
+    const uint64_t before = allocations;
+    for (uint32_t i = 0; i < packets.size(); ++i)
+    {
+        if (i % 13 != 6) assembler.Push(packets[i], 0, nowNs);
+        nowNs += 5'000'000;
+        assembler.Tick(nowNs);
+    }
+    for (uint32_t i = 0; i < 10; ++i)
+    {
+        const size_t count = packetizer.Begin(slot, {});
+        for (size_t first = 0; first < count;)
+            first += packetizer.Write(first, count, room).count;
+        sent += count;
+    }
+    const uint64_t taken = allocations - before;
+
+    EXPECT_EQ(taken, 0u);
+    EXPECT_GT(assembler.Counters().committed, kFrames / 2);
+    EXPECT_EQ(sent, 10u * 25);
 }
 
 } // namespace
