@@ -151,7 +151,7 @@ TEST_F(Streams, TheNewOneHasDefaultsAndALayoutAndNoRail)
                               "Data":{"BufferInfo":{"0":{"Offset":0,"Size":4147200}}}})"),
               Get("Status/Essence"));
     EXPECT_EQ(json::object(), Get("Status/Common")["FlowRailDescriptor"]["Description"]);
-    EXPECT_EQ(9u, Get("Status/Network").size());
+    EXPECT_EQ(10u, Get("Status/Network").size());
 }
 
 TEST_F(Streams, DocumentsComeBackAndTheLayoutFollowsTheEssence)
