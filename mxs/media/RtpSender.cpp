@@ -95,7 +95,8 @@ void RtpSender::Stop()
     Conductor = nullptr;
     TellLost();
     if (const uint64_t refused = Shown.refused.load(std::memory_order_relaxed); refused > 0)
-        Say(std::to_string(refused) + " things that the application put into its slots could not be sent.");
+        Say(std::to_string(refused) +
+            " playlists, sections and packets of the application were no good and have not been sent.");
     Release();
 }
 
