@@ -150,21 +150,9 @@ Bytes CaptionEncoder::NextPacket()
     const uint8_t high = uint8_t(Sequence >> 8), low = uint8_t(Sequence & 255);
     ++Sequence;
     const uint8_t flags = 0x43; // caption data, of a service that is active
-    Bytes packet{0x96,
-                 0x69,
-                 0,
-                 uint8_t(RateCode << 4 | 0xF),
-                 flags,
-                 high,
-                 low,
-                 kCcData,
-                 uint8_t(0xE0 | Triplets),
-                 0xF8,
-                 0x80,
-                 0x80,
-                 0xF9,
-                 0x80,
-                 0x80}; // the first two triplets: line 21 has nothing to say
+    const uint8_t rate = uint8_t(RateCode << 4 | 0xF), count = uint8_t(0xE0 | Triplets);
+    // In the first two triplets line 21 has nothing to say.
+    Bytes packet{0x96, 0x69, 0, rate, flags, high, low, kCcData, count, 0xF8, 0x80, 0x80, 0xF9, 0x80, 0x80};
     for (uint32_t i = 2; i < Triplets; ++i)
     {
         std::array<uint8_t, 3> triplet{0xF8 | kPacketData, 0, 0}; // not valid: a filler
