@@ -36,7 +36,7 @@ LineRange LinesOf(bool field, uint32_t activeHeight, bool progressive, uint32_t 
 {
     if (!field) return {0, totalHeight};
     for (const FieldRow& row : kFields)
-        if (row.activeHeight == activeHeight && row.progressive == progressive && fieldIndex + 1 < row.borders.size())
+        if (row.activeHeight == activeHeight && row.progressive == progressive && fieldIndex < row.borders.size() - 1)
             return {row.borders[fieldIndex], row.borders[fieldIndex + 1]};
     return {}; // no line belongs to it
 }

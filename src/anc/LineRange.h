@@ -12,9 +12,11 @@ struct LineRange // a line is in it when First < line <= Last
     bool Contains(uint32_t line) const { return First < line && line <= Last; }
 };
 
-// TRequest: one of the requests of IAncPlaylistManager.h.
+// `field`: the lines of one field of a frame of `activeHeight` lines, none for a height or a field that is not known.
+// Otherwise those of the frame.
 LineRange LinesOf(bool field, uint32_t activeHeight, bool progressive, uint32_t totalHeight, uint32_t fieldIndex);
 
+// TRequest: one of the requests of IAncPlaylistManager.h.
 template <class TRequest>
 LineRange LinesOf(const TRequest& request)
 {

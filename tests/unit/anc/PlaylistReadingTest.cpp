@@ -415,6 +415,62 @@ TEST_F(Parse, CorruptedEndWithoutAMarkerLeavesTheLastWord)
                                     "contain an ANC packet)"));
 }
 
+TEST_F(Parse, PacketBeforeAZeroWordThatBeginsNoPacketIsDropped)
+{
+    const Words almost[] = {{0, 1019, 0x3FF}, {0, 0x3FF, 1019}};
+    for (const Words& words : almost)
+    {
+        Store.Init(kStandard, false, AllStreams(), 1);
+        Progress.clear();
+        EXPECT_EQ(ParseWords(Head(0) + Words{0x800A, 38} + kTwoWords + words + kNoWords + kEnd), 0u);
+
+        ASSERT_EQ(Count(10), 1u);
+        EXPECT_EQ(Packet(10, 0, 0)->DID_UB, 0x41);
+        EXPECT_EQ(Take(Warnings).size(), 1u);
+    }
+}
+
+TEST_F(Parse, FillerBeforeTwoZeroWordsIsNoHeaderToBeFound)
+{
+    EXPECT_EQ(ParseWords(Head(0) + Words{0x800A, 18} + kTwoWords + Words{0x0111, 0xFFFF, 0, 0, 0x0222, 0x800C, 0} +
+                         kNoWords + kEnd),
+              0u);
+
+    EXPECT_EQ(Count(10), 0u);
+    EXPECT_EQ(Count(12), 1u);
+    EXPECT_THAT(Errors, IsEmpty());
+}
+
+TEST_F(Parse, HeaderThatIsFoundAgainMustHaveALineOfTheFrame)
+{
+    EXPECT_EQ(ParseWords(Head(0) + Words{0x800A, 18} + kTwoWords + Words{0x0111, 0x8466, 0} + kNoWords + kEnd), 2u);
+
+    EXPECT_EQ(Count(10), 0u);
+    EXPECT_THAT(Errors, ElementsAre("Invalid line number at 00000020h in playlist0"));
+}
+
+TEST_F(Parse, HeaderIsNotFoundWithFewerThanThreeWordsLeft)
+{
+    std::vector<uint8_t> bytes = BytesOf(Head(0) + Words{0x800A, 18} + kTwoWords + Words{0x0111, 0x800C, 0});
+    Buffers[kPlaylist0] = ExactBuffer(bytes); // 4 bytes from the header on
+
+    EXPECT_EQ(Manager.Parse(Asked()), 2u);
+    EXPECT_EQ(Take(Errors), (Texts{"Invalid data at 00000022h in playlist0 (remaining buffer size too small to "
+                                   "contain an ANC packet)"})); // the last word
+
+    bytes.push_back(0); // 5 bytes
+    Buffers[kPlaylist0] = ExactBuffer(bytes);
+    Progress.clear();
+    EXPECT_EQ(Manager.Parse(Asked()), 0u);
+    EXPECT_THAT(Errors, IsEmpty());
+
+    bytes.push_back(0); // 6 bytes: the header's two zero words
+    Buffers[kPlaylist0] = ExactBuffer(bytes);
+    Progress.clear();
+    EXPECT_EQ(Manager.Parse(Asked()), 2u);
+    EXPECT_EQ(Progress[kPlaylist0], (Place{38, 12}));
+}
+
 TEST_F(Parse, PacketMayBeFollowedByAHeaderAPadOrAPacket)
 {
     EXPECT_EQ(
@@ -459,6 +515,7 @@ TEST_F(ParseRawLine, PointsIntoTheBuffer)
 
     ExpectRawLine(10, 0, 1920, Buffers[kPlaylist0].Bytes.get() + 12);
     EXPECT_EQ(Count(20), 1u);
+    ASSERT_FALSE(Debug.empty());
     EXPECT_EQ(Debug[0], "New VBI line 10 detected at 00000008h -> get it");
 }
 
@@ -486,6 +543,31 @@ TEST_F(ParseRawLine, OfTenBitsIsTwiceAsLong)
     EXPECT_EQ(Manager.Parse(request), 0u);
 
     ExpectRawLine(10, 0, 1920, Buffers[kPlaylist0].Bytes.get() + 12); // the store's own size
+    EXPECT_EQ(Count(20), 1u);
+}
+
+TEST_F(ParseRawLine, OfTenBitsBelow1280HasFourBytesASample)
+{
+    Store.Init(0, false, AllStreams(), 1);
+    Playlists = 2;
+    Buffers[kPlaylist0 + 1] = ExactBuffer(RawLine(0xB00A, 2880));
+    ANC_PARSE_REQUEST request = Asked();
+    request.ActiveWidth = 720;
+    request.TotalHeight = 525;
+    request.Vbi10Bit = 1;
+
+    EXPECT_EQ(Manager.Parse(request), 0u);
+
+    ExpectRawLine(10, 1, 1440, Buffers[kPlaylist0 + 1].Bytes.get() + 12);
+    EXPECT_EQ(Count(20, 1), 1u);
+}
+
+TEST_F(ParseRawLine, IsOneWhateverTheHeaderSaysOfTheHorizontalArea)
+{
+    EXPECT_EQ(ParseWords(RawLine(0xE00A, 1920)), 0u);
+
+    ExpectRawLine(10, 0, 1920, Buffers[kPlaylist0].Bytes.get() + 12);
+    EXPECT_EQ(Count(10), 0u);
     EXPECT_EQ(Count(20), 1u);
 }
 
@@ -601,7 +683,7 @@ const FieldCase kFieldCases[] = {
     {480, 0, 0, 1, 262},  {480, 0, 1, 263, 525},       {487, 0, 0, 1, 263},  {487, 0, 1, 264, 525},
     {576, 0, 0, 1, 312},  {576, 0, 1, 313, 625},       {720, 1, 0, 1, 385},  {720, 1, 1, 386, 750},
     {1080, 1, 0, 1, 581}, {1080, 1, 1, 582, 1125},     {1080, 0, 0, 1, 563}, {1080, 0, 1, 564, 1125},
-    {1080, 0, 2, 1, 0},   {1080, 0, 4000000000, 1, 0}, {1081, 0, 0, 1, 0},
+    {1080, 0, 2, 1, 0},   {1080, 0, UINT32_MAX, 1, 0}, {1081, 0, 0, 1, 0},
 };
 } // namespace
 
@@ -675,6 +757,45 @@ TEST_F(ParsePart, EveryCutLeadsToTheSamePackets)
         ASSERT_EQ(Count(10), 1u) << cut;
         ASSERT_EQ(Count(11), 3u) << cut;
     }
+}
+
+TEST_F(ParsePart, WithoutAHeaderLeavesTheProgress)
+{
+    Buffers[kPlaylist0] = ExactBuffer(TwoLines());
+
+    for (const uint32_t available : {8u, 9u})
+    {
+        EXPECT_EQ(ParseUpTo(available, false), 0u);
+        EXPECT_EQ(Progress[kPlaylist0], (Place{0, 0}));
+    }
+    EXPECT_EQ(ParseUpTo(90, true), 0u);
+    EXPECT_EQ(Count(11), 3u);
+}
+
+TEST_F(ParsePart, InvalidLineIsToldAndTheLineBeforeItReadAgain)
+{
+    Buffers[kPlaylist0] = ExactBuffer(Head(0) + Words{0x800A, 14} + kNoWords + Words{kFill, 0x8466, 14} + kNoWords);
+
+    EXPECT_EQ(ParseUpTo(46, false), 0u);
+    EXPECT_EQ(Take(Errors), (Texts{"Invalid line number at 0000001ch in playlist0"}));
+    EXPECT_EQ(Count(10), 0u);
+    EXPECT_EQ(Progress[kPlaylist0], (Place{8, 9}));
+
+    EXPECT_EQ(ParseUpTo(46, true), 2u);
+    EXPECT_EQ(Count(10), 1u);
+}
+
+TEST_F(ParsePart, CutLineWithPictureHasNoVerticalRoomWhenItIsReadAgain)
+{
+    Buffers[kPlaylist0] =
+        ExactBuffer(Head(0) + Words{0xC064, 14} + kNoWords + Words{kFill, 0x8064, 14} + kNoWords + kEnd);
+
+    EXPECT_EQ(ParseUpTo(46, false), 0u);
+    EXPECT_EQ(Progress[kPlaylist0], (Place{8, 99}));
+    EXPECT_EQ(ParseUpTo(50, true), 6u);
+
+    EXPECT_EQ(Count(100), 1u);
+    EXPECT_THAT(StoreErrors, ElementsAre("Stream0 - Line100 - V : Packet size 7 is greater than line capacity 0"));
 }
 
 TEST_F(ParsePart, CutLineEndsTheCallBeforeTheNextPlaylist)
