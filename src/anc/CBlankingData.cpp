@@ -140,16 +140,19 @@ void CBlankingData::TakeVideoStandard(uint32_t videoStandard, bool doubleVanc)
     LineMemory.reset();
     Streams = {};
     NbLines = 0;
-    VideoStandard = videoStandard;
+    VideoStandard = kNoVideoStandard; // should there be no memory, the next Init tries again
     if (videoStandard == kNoVideoStandard) return;
 
     const uint32_t lines = RowOf(videoStandard).TotalLines;
     LineVancCapacity = static_cast<uint32_t>(GetLineCapacity(videoStandard, 0, false)) * (doubleVanc ? 2 : 1);
     LineHancCapacity = static_cast<uint32_t>(GetLineCapacity(videoStandard, 1, true));
-    if (lines == 0) return;
-    // Zeros from the system, which gives pages when they are touched: of 48 streams few are ever used.
-    LineMemory.reset(static_cast<LineRecord*>(std::calloc(size_t{kStreams} * lines, sizeof(LineRecord))));
-    if (!LineMemory) throw std::bad_alloc();
+    if (lines != 0)
+    {
+        // Zeros from the system, which gives pages when they are touched: of 48 streams few are ever used.
+        LineMemory.reset(static_cast<LineRecord*>(std::calloc(size_t{kStreams} * lines, sizeof(LineRecord))));
+        if (!LineMemory) throw std::bad_alloc();
+    }
+    VideoStandard = videoStandard;
     for (uint32_t stream = 0; stream < kStreams; ++stream)
         Streams[stream].Lines = LineMemory.get() + size_t{stream} * lines;
     NbLines = lines;
@@ -362,12 +365,18 @@ uint32_t CBlankingData::FindLineInUse(uint32_t line, uint32_t stream) const
     return std::max(line, lines.FirstTouched);
 }
 
+bool CBlankingData::Owns(const ZEFA_ANC_PACKET* packet) const
+{
+    const auto isHere = [packet](const PacketChunk& chunk)
+    { return IsIn(packet, &chunk.Records, sizeof chunk.Records); };
+    return std::any_of(PacketPools.begin(), PacketPools.end(),
+                       [&isHere](const auto& pool) { return pool.AnyChunk(isHere); });
+}
+
 // A packet that says so of itself but lies in a pool, or that came before, is none to be freed.
 void CBlankingData::KeepExternal(ZEFA_ANC_PACKET* packet)
 {
-    for (const auto& pool : PacketPools)
-        for (const PacketChunk* chunk = pool.Head(); chunk; chunk = chunk->Next)
-            if (IsIn(packet, &chunk->Records, sizeof chunk->Records)) return;
+    if (Owns(packet)) return;
     if (std::find(ExternalPackets.begin(), ExternalPackets.end(), packet) == ExternalPackets.end())
         ExternalPackets.push_back(packet);
 }

@@ -21,6 +21,7 @@ class CBlankingData : public IBlankingData
 {
 public:
     static constexpr size_t kDataChunkBytes = 32768;
+    static constexpr size_t kTailBytes = 2 * 256; // of a chunk, handed out to nobody
     static constexpr size_t kPacketsOfChunk = 1024;
     static constexpr size_t kPacketStride = 48;
 
@@ -47,12 +48,16 @@ public:
     uint32_t SetVbiLine(uint32_t line, uint32_t stream, uint8_t* data) override;
     uint32_t FindLineInUse(uint32_t line, uint32_t stream) const override;
 
+    // Whether the packet lies in this store's memory, be it in use or given back.
+    bool Owns(const ZEFA_ANC_PACKET* packet) const;
+
 private:
     struct DataChunk
     {
         DataChunk* Next;
         uint32_t FreeBytes = kDataChunkBytes;
-        alignas(std::max_align_t) std::array<uint8_t, kDataChunkBytes> Bytes;
+        // An application may raise DataCount_UB of a packet: from the last block on, too, there are 255 words to read.
+        alignas(std::max_align_t) std::array<uint8_t, kDataChunkBytes + kTailBytes> Bytes;
 
         void Reset() { FreeBytes = kDataChunkBytes; }
     };

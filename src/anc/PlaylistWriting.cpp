@@ -95,6 +95,13 @@ uint32_t CAncPlaylistManager::Generate(const ANC_GENERATE_REQUEST& request)
         }
         if (begins) Store32(buffer + 4, 0);
         if (firstLine > endLine) continue;
+        if (!writing.Fits(0))
+        {
+            // A playlist that was read has come to the end of its buffer, and has its end marker somewhere before it.
+            // Lines above the last one seen may still have packets: lines need not rise.
+            request.SetProgress(bufferType, position, static_cast<uint16_t>(endLine));
+            continue;
+        }
 
         WriteLines(writing, firstLine, endLine);
         ClosePlaylist(writing, endLine, endLine == lines.Last);
@@ -187,8 +194,6 @@ void CAncPlaylistManager::ClosePlaylist(Writing& writing, uint32_t endLine, bool
         writing.Position = end; // also from an odd position
         return;
     }
-    // A playlist that was read has come to the end of its buffer, and has its end marker somewhere before it.
-    if (!writing.Fits(0)) return;
     Store32(writing.Bytes + writing.Position, kEndMarker);
     writing.Position += kEndMarkerBytes;
     Store32(writing.Bytes, writing.Position);

@@ -25,6 +25,16 @@ public:
     // The chunk that memory is taken from, null before the first AddChunk.
     TChunk* Head() const { return Newest; }
 
+    // Whether `predicate` holds for one of the chunks, in use or kept.
+    template <class TPredicate>
+    bool AnyChunk(TPredicate predicate) const
+    {
+        for (const TChunk* list : {Newest, Spare})
+            for (const TChunk* chunk = list; chunk; chunk = chunk->Next)
+                if (predicate(*chunk)) return true;
+        return false;
+    }
+
     // Puts an unused chunk at the head; null, and all as it was, when there is no memory.
     TChunk* AddChunk()
     {

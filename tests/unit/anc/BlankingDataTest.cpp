@@ -405,6 +405,19 @@ TEST_F(BlankingData, PacketOfAPoolThatSaysItIsExternalIsNotFreed)
     EXPECT_EQ(Count(9), 0u);
 }
 
+TEST_F(BlankingData, StoreKnowsItsPacketsEvenThoseThatItTookBack)
+{
+    CBlankingData other(Into(StoreErrors), Into(StoreDebug));
+    ZEFA_ANC_PACKET mine{};
+    const ZEFA_ANC_PACKET* packet = MakePacket(1, 1, {});
+
+    EXPECT_TRUE(Store.Owns(packet));
+    EXPECT_FALSE(Store.Owns(&mine));
+    EXPECT_FALSE(other.Owns(packet));
+    Use(kStandard);
+    EXPECT_TRUE(Store.Owns(packet));
+}
+
 TEST_F(BlankingData, PacketThatWasPutOnTwoLinesEndsNoWalk)
 {
     ZEFA_ANC_PACKET* packet = MakePacket(1, 1, {});
@@ -513,6 +526,16 @@ TEST_F(BlankingData, ClearedVerticalAreaHasTheRoomOfItsOwnLine)
 
     Use(kStandard);
     EXPECT_EQ(Insert(100, 0), 0u) << "from the next frame on as before";
+}
+
+TEST_F(BlankingData, ClearedVerticalAreaOfADoubledStoreHasTheSimpleRoom)
+{
+    Use(kHd720, true);
+    EXPECT_EQ(Room(9, false), 2560u);
+
+    EXPECT_EQ(Store.RemovePacket(9, 0, -1, false, nullptr), 0u);
+
+    EXPECT_EQ(Room(9, false), 1280u);
 }
 
 // ---- raw lines, frames ----

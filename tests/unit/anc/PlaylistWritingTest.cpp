@@ -14,6 +14,19 @@ protected:
         return request;
     }
 
+    ANC_FINALIZE_REQUEST AskedToFinalize(uint32_t activeWidth)
+    {
+        const auto common = Request<ANC_GENERATE_REQUEST>();
+        ANC_FINALIZE_REQUEST request;
+        request.NbChannels = 8;
+        request.NbLinks = 1;
+        request.ActiveWidth = activeWidth;
+        request.GetBuffer = common.GetBuffer;
+        request.GetProgress = common.GetProgress;
+        request.GetFinalSize = [](uint32_t) { return 54u; };
+        return request;
+    }
+
     // The first bytes of a buffer that was generated, as many as its own size says.
     std::vector<uint8_t> Generated(uint32_t type = kPlaylist0)
     {
@@ -194,6 +207,58 @@ TEST_F(Generate, PacketWithoutWordsHasNoneWhateverItsCountSays)
     EXPECT_EQ(Generated(), BytesOf(Head(30) + Words{0x800A, 14} + kNoWords + kEnd));
 }
 
+TEST_F(Generate, CountThatWasRaisedBehindTheLastWordsOfAChunkReadsNothingOfOthers)
+{
+    // 63 blocks of 512 bytes and 128 of 4 are a chunk of 32768.
+    for (int i = 0; i < 63; ++i)
+        MakePacket(1, 1, Words(255, 0x3FF));
+    for (int i = 0; i < 127; ++i)
+        MakePacket(1, 1, {0x3FF});
+    ZEFA_ANC_PACKET* packet = MakePacket(0xFF, 0xFE, {0x201});
+    packet->UserWords_pUS[1] = 0x3FF; // the checksum's place
+    Buffers[kPlaylist0] = ExactBuffer(600);
+    Store.InsertPacket(10, 0, -1, packet);
+    packet->DataCount_UB = 255;
+
+    EXPECT_EQ(Manager.Generate(Asked()), 0u);
+
+    // 0FFh + 1FEh + 0FFh + 001h + 1FFh = 5FCh
+    EXPECT_EQ(Generated(), BytesOf(Head(540) + Words{0x800A, 524, 0, 0x3FF, 0x3FF, 0x2FF, 0x1FE, 0x2FF, 0x201, 0x3FF} +
+                                   Words(253, 0) + Words{0x1FC} + kEnd));
+}
+
+TEST_F(Generate, PacketThatWasPutOnALineTwiceIsWrittenTwice)
+{
+    Buffers[kPlaylist0] = ExactBuffer(64);
+    ZEFA_ANC_PACKET* packet = MakePacket(0x41, 0x05, {});
+    Store.InsertPacket(10, 0, -1, packet);
+    Store.InsertPacket(10, 0, -1, packet);
+
+    EXPECT_EQ(Manager.Generate(Asked()), 0u);
+
+    EXPECT_EQ(Generated(), BytesOf(Head(44) + Words{0x800A, 28} + kNoWords + kNoWords + kEnd));
+    EXPECT_EQ(Count(10), 0u);
+}
+
+TEST_F(Generate, PacketOfAnotherStoreThatWasEmptiedIsAnEmptyOneAndEndsItsLine)
+{
+    // DID 0, SDID 0, DC 0: 200h + 200h + 200h, 9 bits of it are 0.
+    const Words empty{0, 0x3FF, 0x3FF, 0x200, 0x200, 0x200, 0x200};
+    CBlankingData other(Into(StoreErrors), Into(StoreDebug));
+    other.Init(kStandard, false, AllStreams(), 1);
+    ZEFA_ANC_PACKET* foreign = nullptr;
+    ASSERT_EQ(other.AllocatePacket(2, &foreign, 0), 0u);
+    Buffers[kPlaylist0] = ExactBuffer(90);
+    Store.InsertPacket(10, 0, -1, MakePacket(0x41, 0x05, {}));
+    Store.InsertPacket(10, 0, -1, foreign);
+    Store.InsertPacket(10, 0, -1, MakePacket(0x41, 0x05, {}));
+    other.Init(kStandard, false, AllStreams(), 1);
+
+    EXPECT_EQ(Manager.Generate(Asked()), 0u);
+
+    EXPECT_EQ(Generated(), BytesOf(Head(44) + Words{0x800A, 28} + kNoWords + empty + kEnd));
+}
+
 // ---- raw lines ----
 
 TEST_F(Generate, RawLineStandsInPlaceOfVerticalPackets)
@@ -292,6 +357,28 @@ TEST_F(Generate, LastLineWithAPacketHasNoMarker)
     EXPECT_EQ(Generated(), BytesOf(Head(30) + Words{0x8465, 14} + kNoWords + kEnd));
 }
 
+TEST_F(Generate, LastLineWithAHorizontalPacketOrARawLineHasNoMarker)
+{
+    uint8_t* rawLine = Store.AllocateVbiLine(0);
+    std::memset(rawLine, 0, 1920);
+    for (const bool raw : {false, true})
+    {
+        Progress.clear();
+        Buffers[kPlaylist0] = ExactBuffer(2000);
+        if (raw)
+            Store.SetVbiLine(1125, 0, rawLine);
+        else
+            Store.InsertPacket(1125, 0, -1, MakePacket(0x41, 0x05, {}, true));
+        ANC_GENERATE_REQUEST request = Asked();
+        request.MarkEmptyFrame = 1;
+
+        EXPECT_EQ(Manager.Generate(request), 0u);
+
+        EXPECT_EQ(Generated(), BytesOf(raw ? Head(1936) + Words{0xA465, 1920} + Words(960, 0) + kEnd
+                                           : Head(30) + Words{0xC465, 14} + kNoWords + kEnd));
+    }
+}
+
 TEST_F(Generate, MarkerThatDoesNotFitIsRefused)
 {
     Buffers[kPlaylist0] = ExactBuffer(19);
@@ -370,7 +457,7 @@ TEST_F(Generate, PlaylistThatWasReadToTheEndOfItsBufferStaysAsItIs)
     EXPECT_EQ(FinalSize.count(kPlaylist0), 0u);
 }
 
-TEST_F(Generate, PacketBehindAPlaylistThatWasReadIsRefused)
+TEST_F(Generate, PacketBehindAPlaylistThatWasReadIsLeftOutWithoutAWord)
 {
     Buffers[kPlaylist0] = ExactBuffer(TwoLines());
     ASSERT_EQ(Manager.Parse(Request<ANC_PARSE_REQUEST>()), 0u);
@@ -379,7 +466,22 @@ TEST_F(Generate, PacketBehindAPlaylistThatWasReadIsRefused)
     EXPECT_EQ(Manager.Generate(Asked()), 0u);
 
     EXPECT_EQ(Buffers[kPlaylist0].Content(), BytesOf(TwoLines()));
-    EXPECT_THAT(Errors, ElementsAre("Playlist0 buffer is too small : Line12 - BufSize_UL=90"));
+    EXPECT_EQ(Progress[kPlaylist0], (Place{90, 1125}));
+    EXPECT_THAT(Errors, IsEmpty());
+}
+
+TEST_F(Generate, PlaylistThatWasReadWithFallingLinesStaysAsItIs)
+{
+    const Words falling =
+        Head(50) + Words{0x8014, 14} + kNoWords + Words{kFill, 0x800A, 14} + kNoWords + Words{kFill} + kEnd;
+    Buffers[kPlaylist0] = ExactBuffer(falling);
+    ASSERT_EQ(Manager.Parse(Request<ANC_PARSE_REQUEST>()), 0u);
+    ASSERT_EQ(Progress[kPlaylist0].Line, 10);
+
+    EXPECT_EQ(Manager.Generate(Asked()), 0u);
+
+    EXPECT_EQ(Buffers[kPlaylist0].Content(), BytesOf(falling));
+    EXPECT_THAT(Errors, IsEmpty());
 }
 
 TEST_F(Generate, EveryProgressStaysInside)
@@ -432,20 +534,24 @@ TEST_F(Generate, FinalizeClosesWhatWasNotBegunAndStoresTheSizeOfTheRest)
     Buffers[kPlaylist0 + 1] = ExactBuffer(11);
     Buffers[kPlaylist0 + 2] = ExactBuffer(64);
     Progress[kPlaylist0 + 2] = {50, 1125};
-    ANC_FINALIZE_REQUEST request;
-    const auto common = Request<ANC_GENERATE_REQUEST>();
-    request.NbChannels = 8;
-    request.NbLinks = 1;
-    request.ActiveWidth = 1920;
-    request.GetBuffer = common.GetBuffer;
-    request.GetProgress = common.GetProgress;
-    request.GetFinalSize = [](uint32_t) { return 54u; };
 
-    EXPECT_EQ(Manager.Finalize(request), 0u);
+    EXPECT_EQ(Manager.Finalize(AskedToFinalize(1920)), 0u);
 
     EXPECT_EQ(Buffers[kPlaylist0].Content(), BytesOf({12, 0, 0, 0, 0xFFFF, 0xFFFF, 0, 0}));
     EXPECT_EQ(Buffers[kPlaylist0 + 1].Content(), std::vector<uint8_t>(11)); // too small for an empty one
     EXPECT_EQ(Generated(kPlaylist0 + 2).size(), 54u);
+}
+
+TEST_F(Generate, FinalizeLeavesEvenPlaylistsAloneBelow1280ActiveSamples)
+{
+    Playlists = 2;
+    Buffers[kPlaylist0] = ExactBuffer(12);
+    Buffers[kPlaylist0 + 1] = ExactBuffer(12);
+
+    EXPECT_EQ(Manager.Finalize(AskedToFinalize(1279)), 0u);
+
+    EXPECT_EQ(Buffers[kPlaylist0].Content(), std::vector<uint8_t>(12));
+    EXPECT_EQ(Buffers[kPlaylist0 + 1].Content(), BytesOf({12, 0, 0, 0, 0xFFFF, 0xFFFF}));
 }
 
 TEST_F(Generate, TrailerStandsBehindThePlaylist)
