@@ -1,0 +1,336 @@
+// What the media engine costs: conversion of samples beside a copy of the same bytes, a packet sent and received by one
+// conductor beside a bare loop with the same offloads, and the time from the unlock of a slot at a sender to its lock at
+// a receiver.
+#include "mxs/media/ConductorLoop.h"
+#include "mxs/media/MediaStream.h"
+#include "mxs/media/PixelGroups.h"
+#include "mxs/media/SampleConversion.h"
+#include "mxs/media/SystemMediaClock.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <flowrail1.h>
+#include <memory>
+#include <netinet/in.h>
+#include <netinet/udp.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <thread>
+#include <time.h>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+using namespace mxs::media;
+
+constexpr uint32_t kLoopback = 0x7F000001;
+constexpr size_t kFramePackets = 4320; // of 1080 lines: four of 1200 bytes of samples each
+constexpr size_t kDatagramBytes = 1220;
+constexpr size_t kBurst = 44;
+constexpr uint32_t kSlots = 8;
+
+[[noreturn]] void Fail(const char* what)
+{
+    std::fprintf(stderr, "bench_media: %s failed\n", what);
+    std::exit(1);
+}
+
+uint64_t NsOf(clockid_t clock)
+{
+    timespec now{};
+    clock_gettime(clock, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+// ---- samples ----
+
+struct Format
+{
+    const char* name;
+    uint32_t networkDepth;
+    BitProperties application;
+};
+
+const Format kFormats[] = {
+    {"10InPacked10", 10, {1, 1, 0, 0}}, {"10In16Little", 10, {1, 1, 1, 1}},     {"10In16Big", 10, {1, 1, 1, 0}},
+    {"10In32Little", 10, {1, 1, 2, 1}}, {"10InPackedLittle", 10, {1, 1, 0, 1}}, {"10In8", 10, {1, 0, 0, 0}},
+    {"12In16Little", 12, {1, 2, 1, 1}}, {"8In16Little", 8, {1, 0, 1, 1}},
+};
+
+constexpr uint64_t kGroups = 960 * 540; // half a frame of 1080 lines, in packets of 240 groups
+
+void Convert(benchmark::State& state, const Format& format, bool toSlot)
+{
+    const PixelGroup& group = *FindPixelGroup(1, format.networkDepth);
+    const SampleConverter converter(group, format.application);
+    std::vector<uint8_t> payload(kGroups * group.bytes, 0x35);
+    std::vector<uint8_t> slot(kGroups * group.components * StoredBits(format.application) / 8);
+    converter.Write(slot.data(), 0, payload.data(), kGroups);
+    for (auto _ : state)
+    {
+        for (uint64_t first = 0; first < kGroups; first += 240)
+            if (toSlot)
+                converter.Write(slot.data(), first, payload.data() + first * group.bytes, 240);
+            else
+                converter.Read(slot.data(), first, payload.data() + first * group.bytes, 240);
+        benchmark::DoNotOptimize(slot.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * payload.size())); // as they travel
+}
+
+void Copy(benchmark::State& state)
+{
+    std::vector<uint8_t> from(kGroups * 5, 0x35), to(from.size());
+    for (auto _ : state)
+    {
+        for (size_t at = 0; at < from.size(); at += 1200)
+            std::memcpy(to.data() + at, from.data() + at, 1200);
+        benchmark::DoNotOptimize(to.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * from.size()));
+}
+
+// ---- packets ----
+
+class NoDrops : public PortDropRules
+{
+public:
+    bool IsDropped(uint64_t, uint16_t) const noexcept override { return false; }
+};
+
+sockaddr_in AddressOf(uint16_t port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(kLoopback);
+    address.sin_port = htons(port);
+    return address;
+}
+
+uint16_t PortOf(int handle)
+{
+    sockaddr_in address{};
+    socklen_t size = sizeof address;
+    getsockname(handle, reinterpret_cast<sockaddr*>(&address), &size);
+    return ntohs(address.sin_port);
+}
+
+// The least that a sender and a receiver on one thread do: a burst is written from a frame, sent, read and copied to
+// its place, packet by packet. As many frames by turns as rings have slots, or all of it would stay in the cache.
+// `paced`: the thread sleeps between bursts, as long as a frame of 59.94 a second leaves it.
+void BareLoop(benchmark::State& state, bool paced)
+{
+    constexpr uint64_t kBurstNs = 16'683'333ULL * 1080 / 1125 * kBurst / kFramePackets;
+    const int receiver = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0), sender = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address = AddressOf(0);
+    const int room = 16 << 20, one = 1;
+    setsockopt(receiver, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room);
+    setsockopt(receiver, IPPROTO_UDP, UDP_GRO, &one, sizeof one);
+    if (bind(receiver, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
+    address = AddressOf(PortOf(receiver));
+    if (connect(sender, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("connect");
+    const int segment = kDatagramBytes;
+    if (setsockopt(sender, IPPROTO_UDP, UDP_SEGMENT, &segment, sizeof segment) != 0) Fail("UDP_SEGMENT");
+
+    std::vector<uint8_t> frames(kSlots * kFramePackets * 1200, 1), places(frames.size()),
+        burst(kBurst * kDatagramBytes), got(65536);
+    uint64_t lost = 0;
+    size_t turn = 0;
+    for (auto _ : state)
+    {
+        const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
+        uint8_t* const frame = frames.data() + turn * kFramePackets * 1200;
+        uint8_t* const place = places.data() + turn * kFramePackets * 1200;
+        turn = (turn + 1) % kSlots;
+        size_t sent = 0, read = 0;
+        uint64_t dueNs = NsOf(CLOCK_MONOTONIC);
+        while (sent < kFramePackets)
+        {
+            if (paced)
+            {
+                const uint64_t untilNs = std::max(dueNs += kBurstNs, NsOf(CLOCK_MONOTONIC));
+                const timespec until{static_cast<time_t>(untilNs / 1'000'000'000),
+                                     static_cast<long>(untilNs % 1'000'000'000)};
+                clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+            }
+            const size_t count = std::min(kBurst, kFramePackets - sent);
+            for (size_t i = 0; i < count; ++i)
+                std::memcpy(burst.data() + i * kDatagramBytes + 20, frame + (sent + i) * 1200, 1200);
+            if (send(sender, burst.data(), count * kDatagramBytes, 0) < 0) Fail("send");
+            sent += count;
+            for (ssize_t bytes = 0; (bytes = recv(receiver, got.data(), got.size(), 0)) > 0;)
+                for (size_t at = 0; at < static_cast<size_t>(bytes) && read < kFramePackets;
+                     at += kDatagramBytes, ++read)
+                    std::memcpy(place + read * 1200, got.data() + at + 20, 1200);
+        }
+        lost += kFramePackets - read;
+        state.SetIterationTime(static_cast<double>(NsOf(CLOCK_PROCESS_CPUTIME_ID) - before) / 1e9);
+    }
+    close(sender);
+    close(receiver);
+    state.counters["lost"] = static_cast<double>(lost);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFramePackets)); // packets a second of one core
+}
+
+VideoConfig Packed10(uint32_t width, uint32_t height, uint32_t rate)
+{
+    VideoConfig video;
+    video.width = width;
+    video.height = height;
+    video.framerate = rate;
+    video.network = video.application = {1, 1, 0, 0};
+    return video;
+}
+
+// A sender and a receiver of one format on one conductor, with the application's ends of their rings.
+class Road
+{
+public:
+    explicit Road(const VideoConfig& video) : SlotBytes(LayoutOf(video).lockSize)
+    {
+        const int probe = socket(AF_INET, SOCK_DGRAM, 0);
+        sockaddr_in address = AddressOf(0);
+        if (bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
+        NetworkConfig network;
+        network.payloadType = 96;
+        network.connections.resize(1);
+        network.connections[0].destinationIp = network.connections[0].interfaceAddress = kLoopback;
+        network.connections[0].destinationPort = PortOf(probe);
+        network.connections[0].networkInterfaceId = 1;
+        network.connections[0].interfaceName = "lo";
+        close(probe);
+        CommonConfig common;
+        common.queueDepth = kSlots;
+        MediaSettings settings;
+        settings.log = [](const std::string&) {};
+        Receiver = MakeMediaStream(Direction::Receive, common, network, video, settings, Drops);
+        Sender = MakeMediaStream(Direction::Send, common, network, video, settings, Drops);
+        if (!Loop.Start(1) && !Loop.Start(0)) Fail("a conductor");
+        if (Receiver->Start(Loop).Failed() || Sender->Start(Loop).Failed()) Fail("a stream");
+        In = Open(*Sender);
+        Out = Open(*Receiver);
+        if (Out->AddConsumer(&Token) != FLOW_RAIL_OK) Fail("a consumer");
+    }
+    ~Road()
+    {
+        In.reset();
+        Out.reset();
+        Sender->Stop();
+        Receiver->Stop();
+    }
+
+    void Put()
+    {
+        void* slot = nullptr;
+        if (In->LockProducer(SlotBytes, 10000, &slot) != FLOW_RAIL_OK) Fail("a lock");
+        In->UnlockProducer(slot);
+    }
+    // The RTP timestamp of the slot that comes next.
+    uint32_t Take()
+    {
+        void* slot = nullptr;
+        if (Out->LockConsumer(&Token, SlotBytes, 10000, &slot) != FLOW_RAIL_OK) Fail("a slot");
+        TakenNs = NsOf(CLOCK_MONOTONIC);
+        FLOW_RAIL_METADATA record{};
+        uint32_t count = 0;
+        Out->GetMetadata(slot, FLOW_RAIL_METADATA_TIMESTAMP, &record, 1, &count);
+        Out->UnlockConsumer(&Token, slot);
+        return record.Value;
+    }
+
+    uint64_t TakenNs = 0;
+    std::unique_ptr<MediaStream> Sender, Receiver;
+
+private:
+    static std::unique_ptr<CFlowRail> Open(const MediaStream& stream)
+    {
+        FLOW_RAIL_DESCRIPTOR descriptor{FLOW_RAIL_TYPE_FILE_MAP, stream.RailDescription()};
+        std::unique_ptr<CFlowRail> rail(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
+        if (rail->Open(&descriptor) != FLOW_RAIL_OK) Fail("a rail");
+        return rail;
+    }
+
+    const uint32_t SlotBytes;
+    NoDrops Drops;
+    ConductorLoop Loop;
+    std::unique_ptr<CFlowRail> In, Out;
+    uint64_t Token = 0;
+};
+
+// Processor time of the whole process, whose other threads only hand slots on.
+void OneConductor(benchmark::State& state)
+{
+    VideoConfig video = Packed10(1920, 1080, 60);
+    video.fractional = true;
+    Road road(video);
+    for (int frame = 0; frame < 4; ++frame)
+        road.Put();
+    for (auto _ : state)
+    {
+        const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
+        road.Put();
+        road.Take();
+        state.SetIterationTime(static_cast<double>(NsOf(CLOCK_PROCESS_CPUTIME_ID) - before) / 1e9);
+    }
+    state.counters["lost"] = static_cast<double>(road.Receiver->Counters().lostPackets);
+    state.counters["underruns"] = static_cast<double>(road.Sender->Counters().underruns);
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFramePackets)); // packets a second of one core
+}
+
+// ---- latency ----
+
+// A small picture a thousand times a second, so that little of it is the frame's own time. "road_us" is what is left of
+// the way when the wait for the frame's moment and the pacing up to the last packet are taken off.
+void UnlockToLock(benchmark::State& state)
+{
+    constexpr double kOffsetUs = 1000.0 * 43 / 1125 + 1000.0 * 1080 / 1125 * 3 / 4; // of the last of four packets
+    Road road(Packed10(8, 4, 1000));
+    const SystemMediaClock clock;
+    std::vector<double> roads;
+    for (auto _ : state)
+    {
+        std::this_thread::sleep_for(std::chrono::microseconds(1700)); // anywhere in a frame
+        const uint64_t unlockedNs = NsOf(CLOCK_MONOTONIC);
+        road.Put();
+        const uint32_t timestamp = road.Take();
+        const uint64_t taiNs = clock.TaiNs(), nowNs = NsOf(CLOCK_MONOTONIC);
+        const double sinceMomentUs =
+            static_cast<double>(static_cast<uint32_t>(taiNs / 1000 * 9 / 100) - timestamp) / 0.09 -
+            static_cast<double>(nowNs - road.TakenNs) / 1e3;
+        roads.push_back(sinceMomentUs - kOffsetUs);
+        state.SetIterationTime(static_cast<double>(road.TakenNs - unlockedNs) / 1e9);
+    }
+    std::nth_element(roads.begin(), roads.begin() + static_cast<std::ptrdiff_t>(roads.size() / 2), roads.end());
+    state.counters["road_us"] = roads[roads.size() / 2];
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    prctl(PR_SET_TIMERSLACK, 1000UL); // as conductors have it
+    benchmark::RegisterBenchmark("Copy", Copy);
+    for (const Format& format : kFormats)
+    {
+        benchmark::RegisterBenchmark((std::string("ToSlot") + format.name).c_str(), Convert, format, true);
+        benchmark::RegisterBenchmark((std::string("FromSlot") + format.name).c_str(), Convert, format, false);
+    }
+    for (int run = 0; run < 3; ++run) // by turns
+    {
+        benchmark::RegisterBenchmark("BareLoop", BareLoop, false)->UseManualTime()->Iterations(150);
+        benchmark::RegisterBenchmark("BareLoopPaced", BareLoop, true)->UseManualTime()->Iterations(150);
+        benchmark::RegisterBenchmark("OneConductor", OneConductor)->UseManualTime()->Iterations(150);
+    }
+    benchmark::RegisterBenchmark("UnlockToLock", UnlockToLock)->UseManualTime()->Iterations(1000);
+    benchmark::Initialize(&count, arguments);
+    if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
