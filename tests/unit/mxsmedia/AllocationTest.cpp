@@ -2,14 +2,20 @@
 #include "mxs/media/AncillaryAssembler.h"
 #include "mxs/media/AncillaryPacketizer.h"
 #include "mxs/media/AudioAssembler.h"
+#include "mxs/media/ConductorLoop.h"
 #include "mxs/media/VideoAssembler.h"
 
 #include "AncillaryPackets.h"
 #include "AudioPackets.h"
+#include "Network.h"
 
 #include <array>
+#include <atomic>
 #include <cstdlib>
+#include <flowrail1.h>
+#include <memory>
 #include <new>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -273,6 +279,93 @@ TEST(Allocation, AncillaryDataInAndOutTakesNone)
     EXPECT_EQ(taken, 0u);
     EXPECT_GT(assembler.Counters().committed, kFrames / 2);
     EXPECT_EQ(sent, 10u * 25);
+}
+
+// Shows what the conductor's thread has asked for.
+class AllocationMeter : public ConductorTask
+{
+public:
+    int WakeDescriptor() const override { return -1; }
+    uint64_t Run(uint64_t nowNs) override
+    {
+        Seen.store(allocations);
+        ++Runs;
+        return nowNs + 1'000'000;
+    }
+    uint64_t TakeBytesMoved() override { return 0; }
+    uint64_t TakePacketsMoved() override { return 0; }
+
+    // Of all that the thread has done so far.
+    uint64_t Read()
+    {
+        const uint64_t before = Runs;
+        while (Runs < before + 2)
+            std::this_thread::yield();
+        return Seen;
+    }
+
+private:
+    std::atomic<uint64_t> Seen{0}, Runs{0};
+};
+
+class NoDrops : public PortDropRules
+{
+public:
+    bool IsDropped(uint64_t, uint16_t) const noexcept override { return false; }
+};
+
+std::unique_ptr<CFlowRail> OpenRail(const MediaStream& stream)
+{
+    FLOW_RAIL_DESCRIPTOR descriptor{FLOW_RAIL_TYPE_FILE_MAP, stream.RailDescription()};
+    std::unique_ptr<CFlowRail> rail(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
+    EXPECT_EQ(rail->Open(&descriptor), 0u);
+    return rail;
+}
+
+TEST(Allocation, AConductorThatSendsAndReceivesTakesNone)
+{
+    VideoConfig video = SmallVideo(64, 32);
+    video.framerate = 200;
+    video.application = {.sampling = 1, .depth = 1, .padding = 1, .endianness = 1};
+    const uint32_t slotBytes = LayoutOf(video).lockSize;
+    CommonConfig common;
+    common.queueDepth = 4;
+    NetworkConfig network;
+    network.payloadType = 96;
+    network.connections = {LoopbackConnection(kLoopback, DeafPort()), LoopbackConnection(kLoopback, DeafPort())};
+    const NoDrops drops;
+    ConductorLoop loop;
+    AllocationMeter meter;
+    ASSERT_TRUE(loop.Start(static_cast<uint32_t>(AnyCore())));
+    const auto receiver = MakeMediaStream(Direction::Receive, common, network, video, {}, drops);
+    const auto sender = MakeMediaStream(Direction::Send, common, network, video, {}, drops);
+    ASSERT_EQ(receiver->Start(loop).code, 0u);
+    ASSERT_EQ(sender->Start(loop).code, 0u);
+    loop.Add(meter);
+    const auto in = OpenRail(*sender), out = OpenRail(*receiver);
+    uint64_t token = 0;
+    ASSERT_EQ(out->AddConsumer(&token), 0u);
+    const auto passOne = [&]
+    {
+        void* slot = nullptr;
+        ASSERT_EQ(in->LockProducer(slotBytes, kPatienceMs, &slot), 0u);
+        in->AddMetadata(slot, FLOW_RAIL_METADATA_END, slotBytes - 1, 0);
+        in->UnlockProducer(slot);
+        ASSERT_EQ(out->LockConsumer(&token, slotBytes, kPatienceMs, &slot), 0u);
+        out->UnlockConsumer(&token, slot);
+    };
+    passOne();
+
+    const uint64_t before = meter.Read();
+    for (int frame = 0; frame < 20; ++frame)
+        passOne();
+    const uint64_t taken = meter.Read() - before;
+
+    EXPECT_GT(before, 0u);
+    EXPECT_EQ(taken, 0u);
+    loop.Remove(meter);
+    sender->Stop();
+    receiver->Stop();
 }
 
 } // namespace
