@@ -68,8 +68,6 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
         return;
     }
     if (!slot && !late) slot = Begin(packet, field, index, nowNs);
-    const bool endsFrame = packet.marker && (!Interlaced || field == 1);
-    if (endsFrame) FrameEndIndex = index;
     Intake.Fill(taken); // before the first frame too: what comes is not lost
     if (!slot)
     {
@@ -81,9 +79,9 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
     slot->seen[field] = true;
     slot->timestamp[field] = packet.timestamp;
     Take(*slot, Payload, field, index);
-    if (endsFrame)
+    if (packet.marker && (!Interlaced || field == 1))
     {
-        slot->markerIndex = index;
+        slot->marked = true;
         End(*slot, nowNs);
     }
     CommitWhole(nowNs);
@@ -117,7 +115,6 @@ void AncillaryAssembler::CloseAfterSilence(uint64_t nowNs)
         Commit(*Open[0], nowNs);
     Synced = false;
     SyncTimestampKnown = false;
-    FrameEndIndex = 0;
     LeadInIndex = 0;
     Recent = {};
 }
@@ -172,9 +169,7 @@ AncillaryAssembler::Slot* AncillaryAssembler::Begin(const RtpPacket& packet, siz
     if (Slot* partner = FindPartner(packet.timestamp, field)) return partner;
     if (!Synced)
     {
-        const bool behindEnd = FrameEndIndex != 0 && index == FrameEndIndex + 1;
-        const bool otherTime = SyncTimestampKnown && packet.timestamp != SyncTimestamp;
-        Synced = field == 0 && (behindEnd || otherTime);
+        Synced = field == 0 && SyncTimestampKnown && packet.timestamp != SyncTimestamp;
         SyncTimestampKnown = true;
         SyncTimestamp = packet.timestamp;
         if (!Synced) return nullptr;
@@ -196,7 +191,7 @@ AncillaryAssembler::Slot* AncillaryAssembler::OpenNext(uint64_t index, uint64_t 
     slot.firstIndex = index;
     slot.lastIndex = index;
     slot.packets = 0;
-    slot.markerIndex = 0;
+    slot.marked = false;
     slot.ended = false;
     slot.endNs = 0;
     slot.list.Clear();
@@ -235,7 +230,7 @@ bool AncillaryAssembler::IsWhole(const Slot& slot) const
     const bool startKnown = slot.firstIndex == LeadInIndex + 1 || IsEndOfAnother(slot, slot.firstIndex - 1);
     const auto begins = [&](const Slot* other) { return other != &slot && other->firstIndex == slot.lastIndex + 1; };
     const auto end = Open.begin() + static_cast<std::ptrdiff_t>(OpenCount);
-    const bool endKnown = slot.markerIndex == slot.lastIndex || std::any_of(Open.begin(), end, begins);
+    const bool endKnown = slot.marked || std::any_of(Open.begin(), end, begins);
     return startKnown && endKnown;
 }
 

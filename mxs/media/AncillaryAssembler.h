@@ -37,8 +37,8 @@ private:
         uint64_t firstIndex = 0; // of its RTP packets
         uint64_t lastIndex = 0;
         uint64_t packets = 0;
-        uint64_t markerIndex = 0; // of the packet that ends the frame, 0 before it came
-        bool ended = false;       // the sender has gone on, what is still missing is late
+        bool marked = false; // the packet that ends the frame has come
+        bool ended = false;  // the sender has gone on, what is still missing is late
         uint64_t endNs = 0;
         AncillaryList list;
     };
@@ -86,8 +86,7 @@ private:
     bool Synced = false; // a frame's start has been seen, so the frames that follow are kept
     bool SyncTimestampKnown = false;
     uint32_t SyncTimestamp = 0;
-    uint64_t FrameEndIndex = 0; // index of the latest marker that ends a frame
-    uint64_t LeadInIndex = 0;   // index of the latest packet before the first frame
+    uint64_t LeadInIndex = 0; // index of the latest packet before the first frame
 
     std::array<Slot, kOpenSlots> Slots;
     std::array<Slot*, kOpenSlots> Open{}; // in the order of their frames

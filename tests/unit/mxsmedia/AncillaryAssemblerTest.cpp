@@ -439,6 +439,48 @@ TEST_F(AncillaryAssemblerTest, AFieldThatIsMissingWholeLeavesASlotWithTheOther)
     EXPECT_EQ(Count().intake.lost, 2u);
 }
 
+TEST_F(AncillaryAssemblerTest, FieldsThatAreFurtherApartBelongToTwoFrames)
+{
+    Make(Interlaced1080());
+    LeadIn(3);
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true, .field = 2}, {{.line = 9}}));
+    Push(AncDatagram({.sequence = 103, .timestamp = 94505, .marker = true, .field = 3}, {{.line = 571}}));
+    Wait(10 * kMs);
+
+    ASSERT_EQ(Committed().size(), 2u);
+    ExpectPlaylists(0, {{0, PlaylistOf({{9, false, {kTimecode}}})}});
+    ExpectPlaylists(1, {{0, PlaylistOf({{571, false, {kTimecode}}})}});
+    EXPECT_EQ(Committed()[1].records[0].value, 93003u); // 94505 less a nominal field
+}
+
+TEST_F(AncillaryAssemblerTest, AMissingFieldHasTheDistanceThatTheFieldsBeforeItHad)
+{
+    Make(Interlaced1080());
+    LeadIn(3);
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true, .field = 2}));
+    Push(AncDatagram({.sequence = 101, .timestamp = 90000, .marker = true, .field = 3}));
+    Push(AncDatagram({.sequence = 102, .timestamp = 93003, .marker = true, .field = 2}));
+    Wait(1000 * kMs);
+
+    ASSERT_EQ(Committed().size(), 2u);
+    EXPECT_EQ(Committed()[1].records[0].value, 93003u);
+    EXPECT_EQ(Committed()[1].records[1].value, 93003u);
+}
+
+TEST_F(AncillaryAssemblerTest, TheFirstSlotOfAnInterlacedStreamBeginsWithAFirstField)
+{
+    Make(Interlaced1080());
+    Push(AncDatagram({.sequence = 98, .timestamp = 90000, .marker = true, .field = 2}));
+    Push(AncDatagram({.sequence = 99, .timestamp = 91502, .marker = true, .field = 3}));
+    Push(AncDatagram({.sequence = 100, .timestamp = 93003, .marker = true, .field = 2}));
+    Push(AncDatagram({.sequence = 101, .timestamp = 94505, .marker = true, .field = 3}));
+
+    ASSERT_EQ(Committed().size(), 1u);
+    EXPECT_EQ(Committed()[0].records[0].value, 93003u);
+    EXPECT_EQ(Committed()[0].records[1].value, 94505u);
+    EXPECT_EQ(Count().incomplete, 0u);
+}
+
 TEST_F(AncillaryAssemblerTest, AProgressiveStreamDoesNotLookAtFields)
 {
     LeadIn();
@@ -494,6 +536,18 @@ TEST_F(AncillaryAssemblerTest, AfterASecondOfSilenceWhatIsOpenIsCommittedAndTheN
     ExpectPlaylists(1, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
     EXPECT_EQ(Count().intake.lost, 0u);
     EXPECT_EQ(Count().intake.ssrc, 9u);
+}
+
+TEST_F(AncillaryAssemblerTest, SilenceThatOnlyThePacketBehindItTellsOfIsSilenceToo)
+{
+    LeadIn();
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000}, {{.words = kCaptions}}));
+    NowNs += 1000 * kMs;
+    Push(AncDatagram({.sequence = 101, .timestamp = 90000, .marker = true}, {{}})); // the same numbers go on
+
+    ASSERT_EQ(Committed().size(), 1u);
+    EXPECT_TRUE(IsMarkedAsLost(0));
+    ExpectPlaylists(0, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
 }
 
 TEST_F(AncillaryAssemblerTest, TheUpperHalfOfTheSequenceNumberMovesOrStandsStill)

@@ -141,7 +141,7 @@ TEST(AncillaryPacketizer, BelowAWidthOf1280OddBuffersAloneAreSentAndColourIsNoCh
 
 TEST(AncillaryPacketizer, ADatagramTakesWhat1452BytesHoldAndTheLastOneHasTheMarker)
 {
-    Words full(4 + 255, 0x2AA); // 328 bytes; four of them, or three and 35 packets of 12 bytes with one of 24 to spare
+    Words full(4 + 255, 0x2AA); // 328 bytes
     full[2] = 0x2FF;
     AncillaryPacketizer packetizer(Progressive1080(), kSettings);
     const Bytes slot = SlotOf({{0, PlaylistOf({{9, false, std::vector<Words>(5, full)}, {10, false, {kNoData}}})}});
@@ -154,14 +154,43 @@ TEST(AncillaryPacketizer, ADatagramTakesWhat1452BytesHoldAndTheLastOneHasTheMark
                                         {packet, {.line = 10, .offset = 0xFFD, .words = kNoData}})}));
     EXPECT_EQ(packetizer.OffsetNs(0), 0u);
     EXPECT_EQ(packetizer.OffsetNs(1), 100'000u);
+}
 
-    // 119 packets of 12 bytes make 1448 bytes with the headers; one more would not fit.
-    const auto many =
-        DatagramsOf(packetizer, SlotOf({{0, PlaylistOf({{9, false, std::vector<Words>(120, kNoData)}})}}), {});
-    ASSERT_EQ(many.size(), 2u);
-    EXPECT_EQ(many[0].size(), 1448u);
-    EXPECT_EQ(many[0][16], 119);
-    EXPECT_EQ(many[1].size(), 32u);
+TEST(AncillaryPacketizer, ADatagramIsFilledToTheLastByteAndNoFurther)
+{
+    Words full(4 + 255, 0x2AA);
+    full[2] = 0x2FF;
+    const auto sizes = [&](size_t small, const Words& last)
+    {
+        std::vector<Section> sections{{9, false, std::vector<Words>(4, full)},
+                                      {10, false, std::vector<Words>(small, kNoData)}};
+        sections.push_back({11, false, {last}});
+        AncillaryPacketizer packetizer(Progressive1080(), kSettings);
+        std::vector<size_t> bytes;
+        for (const Bytes& datagram : DatagramsOf(packetizer, SlotOf({{0, PlaylistOf(sections)}}), {}))
+            bytes.push_back(datagram.size());
+        return bytes;
+    };
+    // 20 + 4 * 328 + 9 * 12 are 1440 bytes.
+    EXPECT_EQ(sizes(9, kNoData), (std::vector<size_t>{1452}));
+    EXPECT_EQ(sizes(9, kCaptions), (std::vector<size_t>{1440, 36})); // 16 bytes do not fit
+    EXPECT_EQ(sizes(10, kNoData), (std::vector<size_t>{1452, 32}));
+}
+
+TEST(AncillaryPacketizer, AShorterDatagramEndsABurst)
+{
+    Words full(4 + 255, 0x2AA);
+    full[2] = 0x2FF;
+    AncillaryPacketizer packetizer(Interlaced1080(), kSettings);
+    const size_t count = packetizer.Begin(
+        SlotOf({{0, PlaylistOf({{9, false, std::vector<Words>(5, full)}, {571, false, {kNoData}}})}}), {});
+    ASSERT_EQ(count, 3u);
+
+    Bytes room(65536);
+    EXPECT_EQ(packetizer.Write(0, count, room).count, 2u); // 1332 and 348 bytes
+    const Burst last = packetizer.Write(2, count, room);
+    EXPECT_EQ(last.count, 1u);
+    EXPECT_EQ(last.totalBytes, 32u);
 }
 
 TEST(AncillaryPacketizer, DatagramsOfOneSizeAndAShorterOneMakeABurst)

@@ -237,6 +237,14 @@ TEST(AncillaryPlaylistReader, WhatIsNoPacketEndsItsSectionAndTheNextIsRead)
                   (ReadAll{{{10, false, kShort}}, 1}));
 }
 
+TEST(AncillaryPlaylistReader, APacketDoesNotReachIntoTheNextSection)
+{
+    const Bytes longer{0x00, 0x00, 0xFF, 0x03, 0xFF, 0x03, 0x60, 0x02,
+                       0x60, 0x02, 0x02, 0x01, 0x04, 0x01, 0xC5, 0x02}; // two user words announced, one there
+    EXPECT_EQ(Read(Playlist({{0x09, 0x80, 0x10, 0x00}, longer, {0x0A, 0x80, 0x0E, 0x00}, kShortBytes, kEnd})),
+              (ReadAll{{{10, false, kShort}}, 1}));
+}
+
 TEST(AncillaryPlaylistReader, WhereNoSectionCanBeToldTheRestIsRefused)
 {
     const Bytes good = Joined({{0x0A, 0x80, 0x0E, 0x00}, kShortBytes});
