@@ -11,10 +11,11 @@ namespace mxs::ptp
 namespace
 {
 
-constexpr double kHighestRate = 500e-6;                // no oscillator is worse
-constexpr int64_t kShortestBase = kNsPerSecond / 2;    // of a rate: below, the noise of the offsets counts
-constexpr int64_t kLongestRun = 60 * kNsPerSecond;     // that a rate is good for
-constexpr double kRateShare = 0.25;                    // of a new rate beside the old one
+constexpr double kHighestRate = 500e-6;             // no oscillator is worse
+constexpr int64_t kShortestBase = kNsPerSecond / 2; // of a rate: below, the noise of the offsets counts
+constexpr int64_t kLongestRun = 60 * kNsPerSecond;  // that a rate is good for
+constexpr double kRateShare = 0.25;                 // of a new rate beside the old one
+constexpr int64_t kFarthestNs = 4'000'000'000 * kNsPerSecond;
 constexpr int64_t kLeastTaiOffset = 10 * kNsPerSecond; // the kernel's own: below, nobody has told it
 
 int64_t ReadNs(clockid_t clock)
@@ -32,6 +33,12 @@ int UtcOffsetOfPtp4l(const TimeProperties& time)
 }
 
 } // namespace
+
+bool IsPlausible(const MasterSample& sample)
+{
+    const auto isNear = [](int64_t ns) { return ns >= -kFarthestNs && ns <= kFarthestNs; };
+    return isNear(sample.systemNs) && isNear(sample.offsetFromMasterNs);
+}
 
 int64_t TaiMinusSystemNs(const MasterSample& sample)
 {
@@ -92,6 +99,7 @@ void ServiceClock::Publish(bool follows, const Relation& relation)
 
 void ServiceClock::Take(const MasterSample& sample)
 {
+    if (!IsPlausible(sample)) return Hold();
     const std::lock_guard lock(Mutex);
     if (!Last || Last->systemNs != sample.systemNs) // else it is the same measurement once more
     {

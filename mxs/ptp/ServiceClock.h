@@ -24,7 +24,11 @@ struct MasterSample
     TimeProperties time;
 };
 
-// TAI less the system's clock, by a look. On the PTP timescale the master's time is TAI, and ptp4l has moved the
+// Neither time is farther from 0 than 4e18 ns, 126 years: sums and differences of two stay within 64 bits. A network can
+// say anything.
+bool IsPlausible(const MasterSample& sample);
+
+// TAI less the system's clock, by a look that is plausible. On the PTP timescale the master's time is TAI, and ptp4l has moved the
 // system's clock there, by the UTC offset, before it took the difference; otherwise the master is taken to tell UTC.
 int64_t TaiMinusSystemNs(const MasterSample& sample);
 
@@ -63,7 +67,7 @@ public:
     uint64_t TaiNs() const noexcept override;
 
     // The daemon's thread alone.
-    void Take(const MasterSample& sample); // the port is a slave
+    void Take(const MasterSample& sample); // the port is a slave; a look that is not plausible is as Hold
     void Hold();                           // it no longer is: the time runs on as it did
     void Release();                        // there is no daemon: the system's clock
 

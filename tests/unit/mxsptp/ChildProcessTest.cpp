@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <poll.h>
 #include <sstream>
 #include <sys/stat.h>
@@ -136,6 +137,27 @@ TEST(ChildProcess, WithoutTheRightHasNoWayToSetTheClock)
     for (const char* set : {"CapInh", "CapPrm", "CapEff", "CapAmb"})
         EXPECT_EQ(Set(status, set) & kSetTheClock, 0u) << set;
     EXPECT_TRUE((Set(status, "CapBnd") & kSetTheClock) == 0 || Set(status, "NoNewPrivs") == 1) << status;
+}
+
+TEST(ChildProcess, WithTheRightIsGivenWhatThisProcessHas)
+{
+    ChildProcess child("/bin/cat", {"/proc/self/status"}, ClockRight::Keep);
+    std::string status;
+    while (const std::optional<std::string> piece = child.ReadOutput())
+    {
+        status += *piece;
+        pollfd more{child.Output(), POLLIN, 0};
+        ASSERT_EQ(poll(&more, 1, 20000), 1);
+    }
+    std::ifstream file("/proc/self/status");
+    std::ostringstream own;
+    own << file.rdbuf();
+
+    for (const char* set : {"CapEff", "CapBnd", "NoNewPrivs"})
+    {
+        EXPECT_NE(Set(status, set), UINT64_MAX) << status;
+        EXPECT_EQ(Set(status, set), Set(own.str(), set)) << set;
+    }
 }
 
 TEST(FindProgram, TakesTheFirstFolderThatHasAnExecutable)

@@ -197,6 +197,37 @@ TEST_F(Daemon, RunsPtp4lWithItsFileAndTellsWhatPmcSays)
     EXPECT_FALSE(Clock.Read().followsPtp);
 }
 
+TEST_F(Daemon, Ptp4lHasTheRightToSetTheClockOnlyWhereItIsToDisciplineIt)
+{
+    Script("ptp4l", std::string("grep -E '^(CapBnd|NoNewPrivs):' /proc/self/status > rights\n") + kRuns);
+    SetAnswer(Answer("LISTENING"));
+    std::string rights[2], files[2];
+    for (const bool discipline : {false, true})
+    {
+        PtpSettings settings = Settings();
+        settings.disciplineClock = discipline;
+        PtpDaemon daemon(settings, Clock);
+        fs::remove(Folder / "conf"); // without it pmc has nothing to say
+        daemon.SetConfig(OnLoopback());
+        ASSERT_TRUE(Becomes([&] { return CountOf(Log(), "INITIALIZING to LISTENING") == (discipline ? 2u : 1u); }));
+        rights[discipline] = ReadText(Folder / "rights");
+        files[discipline] = ReadText(Folder / "conf");
+    }
+    std::string own;
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("CapBnd:") || line.starts_with("NoNewPrivs:")) own += line + "\n";
+
+    EXPECT_EQ(rights[true], own);
+    EXPECT_EQ(CountOf(own, "\n"), 2u);
+    if (own.find("NoNewPrivs:\t1") == std::string::npos) // else there was nothing to take
+    {
+        EXPECT_NE(rights[false], own);
+    }
+    EXPECT_EQ(CountOf(files[true], "clock_servo "), 0u) << "its own";
+    EXPECT_EQ(CountOf(files[false], "clock_servo "), 1u);
+}
+
 TEST_F(Daemon, ClockFollowsASlaveAndHoldsWhenItIsNoneAnyMore)
 {
     SetAnswer(Answer("SLAVE", 250));

@@ -169,6 +169,34 @@ TEST(ServiceClock, TheSameMeasurementOnceMoreChangesNothing)
     EXPECT_EQ(clock.Read().taiMinusSystemNs, 32 * kSecond);
 }
 
+TEST(ServiceClock, LooksThatNoClockCanShowAreAsIfThePortWereNoSlave)
+{
+    constexpr int64_t kFarthest = 4000000000 * kSecond;
+    const int64_t now = SystemNs();
+    const MasterSample impossible[] = {Sample(now + 1, INT64_MIN),     Sample(now + 1, INT64_MAX),
+                                       Sample(now + 1, kFarthest + 1), Sample(now + 1, -kFarthest - 1),
+                                       Sample(INT64_MIN, 0),           Sample(INT64_MAX, 0)};
+    for (const MasterSample& sample : impossible)
+    {
+        ServiceClock clock;
+        clock.Take(sample);
+        EXPECT_FALSE(clock.Read().followsPtp) << sample.systemNs << " " << sample.offsetFromMasterNs;
+
+        clock.Take(Sample(now, 5 * kSecond));
+        ASSERT_TRUE(clock.Read().locked);
+        clock.Take(sample);
+        EXPECT_FALSE(clock.Read().locked);
+        EXPECT_TRUE(clock.Read().followsPtp);
+        EXPECT_EQ(clock.Read().taiMinusSystemNs, 32 * kSecond);
+    }
+    ServiceClock clock;
+    clock.Take(Sample(now, -kFarthest));
+    EXPECT_EQ(clock.Read().taiMinusSystemNs, kFarthest + 37 * kSecond);
+    clock.Take(Sample(now + 1, kFarthest));
+    EXPECT_EQ(clock.Read().taiMinusSystemNs, 37 * kSecond - kFarthest);
+    EXPECT_EQ(clock.TaiNs(), 0u) << "before 1970";
+}
+
 TEST(ServiceClock, ReadersSeeOneRelationOrTheOtherAndNeverAMixture)
 {
     ServiceClock clock;
