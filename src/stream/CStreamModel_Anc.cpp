@@ -108,8 +108,9 @@ ZEFA_ERRORCODE CStreamModel_Anc::StartStream()
 
 ZEFA_ERRORCODE CStreamModel_Anc::StopStream()
 {
-    if (const ZEFA_ERRORCODE status = CStreamModel::StopStream(); status != ZEFA_NO_ERROR) return status;
+    // Before the base closes the rail: no playlist is read or written while its memory goes away.
     const std::lock_guard lock(SlotDataMutex);
+    if (const ZEFA_ERRORCODE status = CStreamModel::StopStream(); status != ZEFA_NO_ERROR) return status;
     SlotDataPool.clear();
     TakenElements = 0;
     return ZEFA_NO_ERROR;
@@ -179,9 +180,9 @@ void CStreamModel_Anc::ReleaseElement(ANC_SLOT_DATA* element)
     element->Progress = {};
     element->FinalSize = {};
     element->Loaded = IsTransmit();
-    element->Store.Init(StoreStandard(), false, AllStreams(), 1);
     element->Taken = false;
     --TakenElements;
+    element->Store.Init(StoreStandard(), false, AllStreams(), 1); // last, for another standard may find no memory
 }
 
 uint8_t* CStreamModel_Anc::GetPlaylistBuffer(void* slot, uint32_t bufferType, uint32_t* size)
@@ -288,8 +289,13 @@ ZEFA_ERRORCODE CStreamModel_Anc::InsertPacket(void* slot, uint32_t line, uint32_
     const std::lock_guard lock(SlotDataMutex);
     ZEFA_ERRORCODE status;
     ANC_SLOT_DATA* const element = OpenSlot(slot, &status);
-    return element ? TranslateTransmit(element->Store.InsertPacket(line, StreamOfBuffer(bufferType), index, packet))
-                   : status;
+    if (!element) return status;
+    // What a store takes for external it frees: not a packet of the library, of whichever slot.
+    if (packet && packet->External_B &&
+        std::any_of(SlotDataPool.begin(), SlotDataPool.end(),
+                    [packet](const ANC_SLOT_DATA& each) { return each.Store.Owns(packet); }))
+        packet->External_B = 0;
+    return TranslateTransmit(element->Store.InsertPacket(line, StreamOfBuffer(bufferType), index, packet));
 }
 
 ZEFA_ERRORCODE CStreamModel_Anc::RemovePacket(void* slot, uint32_t line, uint32_t bufferType, int32_t index,

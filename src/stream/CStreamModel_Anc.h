@@ -75,7 +75,8 @@ private:
     // The element of the slot, ready to be asked, or null and the code to return.
     ANC_SLOT_DATA* OpenSlot(void* slot, ZEFA_ERRORCODE* status);
 
-    // Guards all below against the StopStream of another thread. Taken before Mutex, never while Mutex is held.
+    // Guards all below, and the memory of locked slots, against the StopStream of another thread, which holds it across
+    // its exchange. Taken before Mutex, never while Mutex is held.
     std::mutex SlotDataMutex;
     anc::CAncPlaylistManager PlaylistManager = MakePlaylistManager();
     std::deque<ANC_SLOT_DATA> SlotDataPool; // as many as the ring has slots, from StartStream to StopStream

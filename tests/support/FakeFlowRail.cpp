@@ -84,7 +84,11 @@ public:
     uint32_t Close() override
     {
         NOTE("Close");
-        return Fake().Result(FakeFlowRail::CLOSE);
+        const uint32_t result = Fake().Result(FakeFlowRail::CLOSE);
+        if (result == FLOW_RAIL_OK && Fake().WipesAtClose)
+            for (FakeFlowRail::Slot& slot : Fake().Slots)
+                std::fill(slot.Bytes.begin(), slot.Bytes.end(), uint8_t{0xEE});
+        return result;
     }
 
     uint32_t AddConsumer(uint64_t* consumer) override

@@ -62,6 +62,7 @@ public:
     uint32_t FillBytes = 0, SpaceBytes = 0; // what the status queries tell
     bool GivesRecordsOfAnyType = false;     // GetMetadata forgets to look at the type
     int32_t RetrievedTooFew = 0;            // GetMetadata says so many less than it was asked for
+    bool WipesAtClose = false;              // a Close overwrites all slots, as if their memory were gone
     bool Journals = true;                   // notes each call in the CallJournal; off where nothing may be allocated
     std::deque<Slot> Slots;                 // handed out in turn by both locks
 

@@ -173,14 +173,17 @@ TEST_F(AncStream, BufferAtTheEndOfTheSlotIsReadUpToItsLastByte)
     auto model = AncStarted(kReceive);
     WritePlaylists(0);
     std::memset(Buffer(0, 15), 0, kBufferBytes);
-    Words words{256, 0, 0, 0, 0x800A, 236};
-    for (uint16_t i = 0; i < 17; ++i) // up to two bytes before the end: 12 + 17 x 14
+    Words words{256, 0, 0, 0, 0x800A, 244}; // 12 + 16 x 14 + 20 bytes
+    for (uint16_t i = 0; i < 16; ++i)
         words.insert(words.end(), {0, 0x3FF, 0x3FF, 0x241, 0x205, 0x200, 0x246});
-    words.resize(kBufferBytes / 2, 0xFFFF);
+    words.insert(words.end(), {0, 0x3FF, 0x3FF, 0x241, 0x205, 0x203, 0x201, 0x202, 0x103, 0x14F});
     Write(0, 15, words);
     void* slot = Lock(*model);
 
     EXPECT_EQ(Count(*model, slot, 10, ZEFA_BUFFER_ANC_15), 17u);
+    ZEFA_ANC_PACKET* packet = nullptr;
+    ASSERT_EQ(ZEFA_SlotAncGetPacket(model.get(), slot, 10, ZEFA_BUFFER_ANC_15, 16, &packet), ZEFA_NO_ERROR);
+    EXPECT_EQ(reinterpret_cast<uint8_t*>(packet->UserWords_pUS + 4), Rail().Slots[0].Bytes.data() + kSlotBytes);
 
     EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
     EXPECT_EQ(Read(0, 15, kBufferBytes / 2), words);
@@ -196,6 +199,70 @@ TEST_F(AncStream, ReceivedPacketsMayBeTakenOff)
     EXPECT_EQ(ZEFA_SlotAncRemovePacket(model.get(), slot, 10, kType, 0, 0), ZEFA_NO_ERROR);
     EXPECT_EQ(Count(*model, slot, 10), 0u);
     EXPECT_EQ(ZEFA_SlotAncRemovePacket(model.get(), slot, 10, kType, ZEFA_ANC_PACKET_INDEX_ALL, 0), ZEFA_NO_ERROR);
+}
+
+TEST_F(AncStream, AllPacketsOfOneAreaMayBeTakenOffAndTheOthersStay)
+{
+    auto model = AncStarted(kReceive);
+    WritePlaylists(0);
+    Write(0, 0, {64,    0,     0,      0,      0xC00A, 14,    0,     0x3FF, 0x3FF,  0x245, 0x205,
+                 0x200, 0x24A, 0xFFFF, 0x800A, 28,     0,     0x3FF, 0x3FF, 0x241,  0x205, 0x200,
+                 0x246, 0,     0x3FF,  0x3FF,  0x241,  0x205, 0x200, 0x246, 0xFFFF, 0xFFFF});
+    void* slot = Lock(*model);
+    ASSERT_EQ(Count(*model, slot, 10), 3u);
+
+    EXPECT_EQ(ZEFA_SlotAncRemovePacket(model.get(), slot, 10, kType, ZEFA_ANC_PACKET_INDEX_ALL, 0), ZEFA_NO_ERROR);
+
+    ASSERT_EQ(Count(*model, slot, 10), 1u);
+    ZEFA_ANC_PACKET* packet = nullptr;
+    EXPECT_EQ(ZEFA_SlotAncGetPacket(model.get(), slot, 10, kType, 0, &packet), ZEFA_NO_ERROR);
+    EXPECT_EQ(packet->InHANC_B, 1u);
+    EXPECT_EQ(ZEFA_SlotAncRemovePacket(model.get(), slot, 10, kType, ZEFA_ANC_PACKET_INDEX_ALL, 1), ZEFA_NO_ERROR);
+    EXPECT_EQ(Count(*model, slot, 10), 0u);
+}
+
+TEST_F(AncStream, RefusedUnlockOfAReceivedSlotKeepsItsPackets)
+{
+    auto model = AncStarted(kReceive);
+    WritePlaylists(0);
+    void* slot = Lock(*model);
+    ASSERT_EQ(Count(*model, slot, 10), 1u);
+    Rail().Next(FakeFlowRail::UNLOCK_CONSUMER, {8});
+
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_ERR_INCORRECT_STATE);
+
+    EXPECT_EQ(Count(*model, slot, 10), 1u);
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(AncStream, ReceivedSlotIsGivenBackWhenTheStandardHasNoRowAnyMore)
+{
+    auto model = AncStarted(kReceive);
+    WritePlaylists(0);
+    void* slot = Lock(*model);
+    ASSERT_EQ(Count(*model, slot, 10), 1u);
+    EXPECT_EQ(Configure(*model, 1000), ZEFA_NO_ERROR);
+    Rail().Next(FakeFlowRail::UNLOCK_CONSUMER, {8});
+
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_ERR_INCORRECT_STATE);
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
+
+    for (uint32_t i = 0; i < kSlots; ++i) // the element is free again
+        Lock(*model);
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(AncStream, LineThatTheStandardAtTheStartDidNotHaveGivesTheReadersCodeAsItStands)
+{
+    auto model = AncStarted(kReceive, 0); // 525 lines
+    EXPECT_EQ(Configure(*model, kStandard), ZEFA_NO_ERROR);
+    WritePlaylists(0);
+    Write(0, 0, {30, 0, 0, 0, 0x8258, 14, 0, 0x3FF, 0x3FF, 0x241, 0x205, 0x200, 0x246, 0xFFFF, 0xFFFF}); // line 600
+    void* slot = Lock(*model);
+    uint32_t count = 0;
+
+    EXPECT_EQ(ZEFA_SlotAncGetNbPackets(model.get(), slot, 10, kType, &count), ZEFA_ERR_INVALID_HANDLE);
 }
 
 TEST_F(AncStream, ReceiveStreamRefusesNewPacketsBeforeAnyReading)
@@ -356,6 +423,37 @@ TEST_F(AncStream, RefusedUnlockKeepsTheSlotAndWritesItOnce)
     EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
 
     EXPECT_THAT(Calls(), ElementsAre("AddMetadata(slot 0, 2, 4095, 0)", "UnlockProducer(slot 0)"));
+}
+
+TEST_F(AncStream, QuestionAfterARefusedUnlockReadsBehindWhatWasWritten)
+{
+    auto model = AncStarted(kTransmit);
+    void* slot = Lock(*model);
+    Rail().Next(FakeFlowRail::UNLOCK_PRODUCER, {8});
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_ERR_INCORRECT_STATE);
+    const auto written = Rail().Slots[0].Bytes;
+    uint32_t count = 0;
+
+    EXPECT_EQ(ZEFA_SlotAncGetNbPackets(model.get(), slot, 10, kType, &count), ZEFA_ERR_OPERATION_FAILED);
+
+    EXPECT_THAT(Errors(), ElementsAre("Invalid data at 0000000ch in playlist0 (out of line context)"));
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
+    EXPECT_EQ(Rail().Slots[0].Bytes, written);
+}
+
+TEST_F(AncStream, PacketOfAnotherSlotThatSaysItIsExternalIsNotFreed)
+{
+    auto model = AncStarted(kTransmit);
+    void* first = Lock(*model);
+    void* second = Lock(*model);
+    ZEFA_ANC_PACKET* packet = Allocate(*model, first, 2);
+    packet->External_B = 1;
+
+    EXPECT_EQ(ZEFA_SlotAncInsertPacket(model.get(), second, 10, kType, -1, packet), ZEFA_NO_ERROR);
+
+    EXPECT_EQ(packet->External_B, 0) << "as the library gave it";
+    EXPECT_EQ(model->UnlockSlot(second), ZEFA_NO_ERROR);
+    EXPECT_EQ(model->UnlockSlot(first), ZEFA_NO_ERROR);
 }
 
 TEST_F(AncStream, InsertAndAllocateTranslateTheStoresCodes)
@@ -539,10 +637,52 @@ TEST_F(AncStream, StartAfterAStopBeginsAnew)
     EXPECT_EQ(ZEFA_SlotAncGetNbPackets(model.get(), slot, 526, kType, &count), ZEFA_ERR_BAD_ARGUMENT); // 525 lines now
 }
 
+TEST_F(AncStream, StartUponAStartBeginsAnew)
+{
+    auto model = AncStarted(kTransmit);
+    void* slot = Lock(*model);
+    EXPECT_EQ(ZEFA_SlotAncInsertPacket(model.get(), slot, 10, kType, -1, Allocate(*model, slot, 0)), ZEFA_NO_ERROR);
+
+    EXPECT_EQ(model->StartStream(), ZEFA_NO_ERROR);
+
+    EXPECT_EQ(Count(*model, slot, 10), 0u);
+    for (uint32_t i = 1; i < kSlots; ++i) // that question has taken one element
+        Lock(*model);
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
+TEST_F(AncStream, TransmitWithoutAStandardHasNoLineAndWritesNoPlaylist)
+{
+    auto model = Made(kTransmit);
+    EXPECT_EQ(model->StartStream(), ZEFA_NO_ERROR);
+    void* slot = Lock(*model);
+    ZEFA_ANC_PACKET* packet = Allocate(*model, slot, 2);
+
+    EXPECT_EQ(ZEFA_SlotAncInsertPacket(model.get(), slot, 1, kType, -1, packet), ZEFA_ERR_BAD_ARGUMENT);
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
+
+    EXPECT_EQ(Rail().Slots[0].Bytes, std::vector<uint8_t>(kSlotBytes));
+}
+
+TEST_F(AncStream, UnknownStandardThatWasSetWritesTheZeroOfTheHeadAlone)
+{
+    auto model = AncStarted(kTransmit, 45);
+    std::fill(Rail().Slots[0].Bytes.begin(), Rail().Slots[0].Bytes.end(), uint8_t{0x77});
+    void* slot = Lock(*model);
+
+    EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
+
+    for (uint32_t key = 0; key < 16; ++key) // of 0 active samples: the odd ones
+        EXPECT_EQ(Read(0, key, 6), key % 2 != 0 ? (Words{0x7777, 0x7777, 0, 0, 0x7777, 0x7777}) : Words(6, 0x7777));
+    EXPECT_THAT(Errors(), IsEmpty());
+}
+
 TEST_F(AncStream, StandardBelow1280UsesTheOddBuffersAlone)
 {
     auto model = AncStarted(kTransmit, 0);
     void* slot = Lock(*model);
+    EXPECT_EQ(ZEFA_SlotAncInsertPacket(model.get(), slot, 10, kType, -1, Allocate(*model, slot, 0)), ZEFA_NO_ERROR)
+        << "and is never sent";
 
     EXPECT_EQ(model->UnlockSlot(slot), ZEFA_NO_ERROR);
 

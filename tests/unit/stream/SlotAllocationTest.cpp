@@ -1,4 +1,5 @@
-// No slot operation allocates: every allocation of this thread is counted while one runs.
+// No slot operation allocates: every allocation of this thread is counted while one runs. And what becomes of ancillary
+// slots when there is no memory.
 #include "StreamModelTest.h"
 
 #include <cstdlib>
@@ -13,10 +14,12 @@ namespace
 {
 thread_local bool Counting = false;
 thread_local int Allocations = 0;
+thread_local bool NoMemory = false;
 
 void* Allocate(std::size_t size)
 {
     if (Counting) ++Allocations;
+    if (NoMemory) throw std::bad_alloc();
     if (void* memory = std::malloc(size ? size : 1)) return memory;
     throw std::bad_alloc();
 }
@@ -25,6 +28,21 @@ void* Allocate(std::size_t size)
 void* operator new(std::size_t size)
 {
     return Allocate(size);
+}
+
+// What the chunks of a store come from.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    if (Counting) ++Allocations;
+    return NoMemory ? nullptr : std::malloc(size);
+}
+
+// What the lines of a store come from; the linker leads calls here.
+extern "C" void* __real_calloc(std::size_t count, std::size_t size);
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    return NoMemory ? nullptr : __real_calloc(count, size);
 }
 
 void* operator new[](std::size_t size)
@@ -177,11 +195,11 @@ protected:
                 std::memcpy(slot.Bytes.data() + key * 256, kPlaylist, sizeof kPlaylist);
     }
 
-    void Configure(CStreamModel& model)
+    void Configure(CStreamModel& model, uint32_t standard = 7)
     {
         ZEFA_ESSENCE_CONFIG config{};
         config.EssenceType_E = ZEFA_ESSENCE_TYPE_ST2110_40;
-        config.Essence_X.ST2110_40_X.VideoStandard_E = 7;
+        config.Essence_X.ST2110_40_X.VideoStandard_E = standard;
         ASSERT_EQ(model.SetEssenceConfig(&config), ZEFA_NO_ERROR);
     }
 };
@@ -237,5 +255,71 @@ TEST_F(AncSlotOperations, TransmitAllocatesNothing)
 
     EXPECT_EQ(allocations, 0);
     EXPECT_EQ(worst, ZEFA_NO_ERROR);
+}
+
+TEST_F(AncSlotOperations, ReadingMorePacketsThanThereIsMemoryForFails)
+{
+    // 1100 packets on five lines, where the first chunk of a store, which it has from the start on, holds 1024.
+    constexpr size_t kSlotBytes = 16384;
+    constexpr uint16_t kPacket[] = {0, 0x3FF, 0x3FF, 0x241, 0x205, 0x200, 0x246};
+    std::vector<uint16_t> words{0, 0, 0, 0};
+    for (uint16_t line = 1; line <= 5; ++line)
+    {
+        words.insert(words.end(), {static_cast<uint16_t>(0x8000 + line), 220 * sizeof kPacket});
+        for (int i = 0; i < 220; ++i)
+            words.insert(words.end(), std::begin(kPacket), std::end(kPacket));
+    }
+    words.resize(kSlotBytes / 2, 0xFFFF);
+    FakeFlowRail::Instance().Reset(4, kSlotBytes);
+    FakeFlowRail::Instance().AlignmentBytes = kSlotBytes;
+    std::memcpy(FakeFlowRail::Instance().Slots[0].Bytes.data(), words.data(), kSlotBytes);
+    Rest.Stream.LockSize = kSlotBytes;
+    Rest.Stream.BufferInfo = {{0, BUFFER_INFO(0, kSlotBytes)}};
+    CStreamModel_Anc model(&Rest, 0, 2);
+    Configure(model);
+    Start(model);
+    void* slot = nullptr;
+    ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+    uint32_t count = 0;
+
+    NoMemory = true;
+    const ZEFA_ERRORCODE result = ZEFA_SlotAncGetNbPackets(&model, slot, 5, ZEFA_BUFFER_ANC_0, &count);
+    NoMemory = false;
+
+    EXPECT_EQ(result, ZEFA_ERR_FATAL);
+    EXPECT_EQ(ZEFA_SlotAncGetNbPackets(&model, slot, 5, ZEFA_BUFFER_ANC_0, &count), ZEFA_NO_ERROR);
+    EXPECT_EQ(count, 144u); // 1024 - 4 x 220: the next call goes on behind the playlist
+}
+
+TEST_F(AncSlotOperations, UnlockWithoutMemoryForTheLinesOfAnotherStandardGivesTheElementBackAllTheSame)
+{
+    FakeFlowRail::Instance().Reset(8, 4096); // more than elements
+    CStreamModel_Anc model(&Rest, 1, 2);
+    Configure(model);
+    Start(model);
+    void* slot = nullptr;
+    for (int i = 0; i < 4; ++i) // all elements
+        ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+    Configure(model, 0);
+
+    NoMemory = true;
+    bool raised = false;
+    try
+    {
+        model.UnlockSlot(slot);
+    }
+    catch (const std::bad_alloc&)
+    {
+        raised = true;
+    }
+    NoMemory = false;
+
+    EXPECT_TRUE(raised);
+    uint32_t count = 0;
+    ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+    EXPECT_EQ(model.GetNbPackets(slot, 10, ZEFA_BUFFER_ANC_1, &count), ZEFA_ERR_BAD_ARGUMENT); // the store has no line
+    EXPECT_EQ(model.UnlockSlot(slot), ZEFA_NO_ERROR);
+    ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+    EXPECT_EQ(model.GetNbPackets(slot, 525, ZEFA_BUFFER_ANC_1, &count), ZEFA_NO_ERROR);
 }
 } // namespace

@@ -3,7 +3,10 @@
 #include "StreamModelTest.h"
 
 #include <atomic>
+#include <cstring>
 #include <thread>
+
+#include "stream/CStreamModel_Anc.h"
 
 namespace
 {
@@ -49,6 +52,58 @@ TEST_F(SlotThreads, StatusAndStopBesideTheMediaLoop)
 
         EXPECT_EQ(model->GetCommonStatus(&status), ZEFA_ERR_INCORRECT_STATE);
         EXPECT_EQ(Rail().LivingRails(), 0u);
+    }
+}
+
+// Playlists are read and written in the memory of slots, which the stop takes away.
+TEST_F(SlotThreads, StopBesideThePacketsOfAncillarySlots)
+{
+    constexpr uint16_t kPlaylist[] = {30,    0,     0,     0,     0x800A, 14,     0,     0x3FF,
+                                      0x3FF, 0x241, 0x205, 0x200, 0x246,  0xFFFF, 0xFFFF};
+    constexpr uint32_t kBufferBytes = kSlotBytes / 16;
+    Rest.Stream.BufferInfo.clear();
+    for (uint32_t key = 0; key < 16; ++key)
+        Rest.Stream.BufferInfo.emplace(key, BUFFER_INFO(key * kBufferBytes, kBufferBytes));
+    Rail().WipesAtClose = true;
+
+    for (int round = 0; round < 20; ++round)
+    {
+        const uint32_t type = round % 2 == 0 ? kReceive : kTransmit;
+        Quillmont::Trellis::Zefa::CStreamModel_Anc model(&Rest, type, kAncillary);
+        ZEFA_ESSENCE_CONFIG config{};
+        config.EssenceType_E = ZEFA_ESSENCE_TYPE_ST2110_40;
+        config.Essence_X.ST2110_40_X.VideoStandard_E = 7;
+        ASSERT_EQ(model.SetEssenceConfig(&config), ZEFA_NO_ERROR);
+        for (FakeFlowRail::Slot& slot : Rail().Slots)
+            for (size_t key = 0; key < 16; ++key)
+                std::memcpy(slot.Bytes.data() + key * kBufferBytes, kPlaylist, sizeof kPlaylist);
+        ASSERT_EQ(model.StartStream(), ZEFA_NO_ERROR);
+        Rail().Journals = false;
+        Forget();
+        std::atomic<uint32_t> packets{0};
+        std::thread media(
+            [&]
+            {
+                void* slot = nullptr;
+                while (model.LockSlot(&slot) == ZEFA_NO_ERROR)
+                {
+                    ZEFA_ANC_PACKET* packet = nullptr;
+                    if (type == kTransmit && model.AllocatePacket(slot, 2, &packet) == ZEFA_NO_ERROR)
+                        model.InsertPacket(slot, 10, ZEFA_BUFFER_ANC_15, -1, packet);
+                    uint32_t count = 0;
+                    model.GetNbPackets(slot, 10, ZEFA_BUFFER_ANC_15, &count);
+                    packets += count;
+                    model.UnlockSlot(slot);
+                }
+            });
+
+        while (packets < 20)
+            std::this_thread::yield();
+        EXPECT_EQ(model.StopStream(), ZEFA_NO_ERROR);
+        media.join();
+
+        // A slot that was locked just before the stop finds no store.
+        EXPECT_THAT(Errors(), testing::Each("There have been too many ANC slot request.\r\n"));
     }
 }
 } // namespace
