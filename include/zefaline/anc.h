@@ -25,7 +25,9 @@ typedef struct ZEFA_ANC_PACKET
 
 /** @name Packets of a slot
  *  The five functions are for the thread that holds the slot, from ZEFA_LockSlot to ZEFA_UnlockSlot. They write no
- *  trace and wait for nothing but a ZEFA_StopStream of another thread, which ends all packets.
+ *  trace. They wait for a ZEFA_StopStream of another thread, which ends all packets. The first of them on a slot of a
+ *  receive stream asks for the slot's buffers as ZEFA_GetSlotBuffer does, and so waits for a ZEFA_LockSlot or a
+ *  ZEFA_GetStreamCommonStatus of another thread, too.
  *
  *  On a receive stream the first of them on a slot reads the playlists of all sixteen buffers; packets then point into
  *  the slot. The call that finds a damaged playlist fails with ZEFA_ERR_OPERATION_FAILED, and with
@@ -33,10 +35,13 @@ typedef struct ZEFA_ANC_PACKET
  *  damage are there, and the next call goes on with the next playlist. ZEFA_ERR_FATAL says that there was no memory.
  *
  *  On a transmit stream ZEFA_UnlockSlot writes the playlists of all buffers. What does not fit a buffer is left out,
- *  and the log tells it.
+ *  and the log tells it. A signal of fewer than 1280 active samples in a line has the odd buffers alone: the even ones
+ *  are left as they are, on both sides, and packets put there are never sent.
  *
  *  The video standard is that of the last ZEFA_SetStreamEssenceConfig on this handle; set it before ZEFA_StartStream.
- *  On a receive stream without one the functions raise std::out_of_range, "invalid map<K, T> key".
+ *  On a receive stream without one the functions raise std::out_of_range, "invalid map<K, T> key". After another one
+ *  was set while the stream runs, the reading call fails with ZEFA_ERR_INVALID_HANDLE at a line that the standard at
+ *  the start does not have.
  *  @{ */
 
 /**
@@ -97,7 +102,7 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SlotAncGetPacket(ZEFA_HANDLE Stream, ZEFA_SLOT Slot
 
 /**
  * Puts a packet on a line of a slot of a transmit stream, in the area that its InHANC_B names. A packet is put on one
- * line, once.
+ * line, once. Below 1280 active samples in a line it is sent from an odd buffer alone.
  *
  * @param Stream Handle of an ancillary data stream.
  * @param Slot Slot that is locked.
