@@ -1,7 +1,6 @@
 // Registry of streams.
 #include "mxs/StreamStore.h"
 
-#include "mxs/Documents.h"
 #include "mxs/Refusal.h"
 
 namespace mxs
@@ -10,11 +9,6 @@ namespace mxs
 std::shared_ptr<Stream> StreamStore::Create(const StreamCreate& create, uint64_t contextId)
 {
     if (create.id != 0) throw Refusal(kIncorrectConfiguration, "The key \"ID\" is not 0; streams cannot be attached.");
-    // The media side alone knows what it can do. Its word on a default configuration is final only where it has
-    // neither the essence nor the direction.
-    const media::Outcome able = media::CheckEssence(create.direction, DefaultEssence(create.essence));
-    if (able.code == kNotImplemented) throw Refusal(able.code, able.message);
-
     const auto stream = std::make_shared<Stream>(Ids.Next(), contextId, create, Services);
     {
         const std::lock_guard lock(Mutex);

@@ -13,11 +13,11 @@ namespace test
 
 struct FakeMedia
 {
-    mxs::media::Outcome startOutcome; // of every Start
-    bool sendIsMissing = true;        // CheckEssence answers 2 for it, and for essences other than video
-    bool throwNoMemory = false;       // Start throws std::bad_alloc
-    std::string throwError;           // unless empty, Start throws std::runtime_error with it
-    std::function<void()> onStart;    // called by each Start
+    mxs::media::Outcome startOutcome;   // of every Start
+    mxs::media::Outcome essenceOutcome; // of every CheckEssence, unless it succeeds
+    bool throwNoMemory = false;         // Start throws std::bad_alloc
+    std::string throwError;             // unless empty, Start throws std::runtime_error with it
+    std::function<void()> onStart;      // called by each Start
     mxs::media::NetworkCounters counters;
     mxs::media::ProcessingTimes times;
     uint32_t slotsDropped = 0;

@@ -108,26 +108,35 @@ TEST_F(Streams, ASharedOneIsListedToOthersAndStillItsOwners)
     EXPECT_EQ(8u, other.Get("MXS/Stream/Mines/" + shared + "/State").ErrCode());
 }
 
-TEST_F(Streams, WhatTheMediaSideDoesNotHaveIsRefusedAtCreationAndOnlyThat)
+TEST_F(Streams, AreOfTwoDirectionsAndThreeEssences)
 {
     const auto create = [&](const char* type, int essence)
     {
         return User().Send("POST", "MXS/Stream/Mines/",
                            json{{"Type", type}, {"Essence", essence}, {"Shared", false}, {"ID", Session::kNoId}});
     };
-    for (const auto& [type, essence] : {std::pair{"TX", 1}, std::pair{"RX", 2}, std::pair{"RX", 3}, std::pair{"TX", 3}})
-    {
-        EXPECT_EQ(2u, create(type, essence).ErrCode());
-        EXPECT_EQ(501u, create(type, essence).status);
-    }
     EXPECT_EQ(4u, create("RX", 0).ErrCode());
+    EXPECT_EQ(4u, create("RX", 4).ErrCode());
     EXPECT_EQ(4u, create("BOTH", 1).ErrCode());
     EXPECT_EQ(json::array(), User().GetJson("MXS/Stream/Mines/")["ID"]);
 
-    Fake().sendIsMissing = false; // the media side has learnt it
-    EXPECT_EQ(201u, create("TX", 1).status);
-    EXPECT_EQ(201u, create("RX", 3).status);
-    EXPECT_EQ(201u, create("RX", 2).status);
+    for (const char* type : {"RX", "TX"})
+        for (const int essence : {1, 2, 3})
+            EXPECT_EQ(201u, create(type, essence).status) << type << essence;
+    EXPECT_EQ(6u, User().GetJson("MXS/Stream/Mines/")["ID"].size());
+}
+
+TEST_F(Streams, AFormatThatTheMediaSideDoesNotHaveIsRefusedWhenItIsConfigured)
+{
+    Stream = User().CreateStream();
+    const json before = Get("Config/Essence");
+    Fake().essenceOutcome = {2, "not here"};
+
+    const Reply reply = Put("Config/Essence", Essence());
+
+    EXPECT_EQ(2u, reply.ErrCode());
+    EXPECT_EQ(501u, reply.status);
+    EXPECT_EQ(before, Get("Config/Essence"));
 }
 
 TEST_F(Streams, TheNewOneHasDefaultsAndALayoutAndNoRail)
@@ -464,7 +473,6 @@ TEST_F(Streams, AnotherContextsAreNotFound)
 
 TEST_F(Streams, ASourceAddressOfASenderIsOneOfItsInterface)
 {
-    Fake().sendIsMissing = false;
     CreateAll();
     Stream = User()
                  .Send("POST", "MXS/Stream/Mines/",
