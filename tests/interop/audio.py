@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Audio between the service and programs that nobody here wrote, both ways: every sample as it was sent.
 
-    audio.py --bin FOLDER CASE        FOLDER holds mxsd, record_wav and send_samples
+    audio.py --bin FOLDER CASE        FOLDER holds mxsd, zefa, record_wav, send_samples and
+                                      gstreamer_description
     audio.py --list
 
 Everything runs in a network namespace of its own, so nothing reaches a network card; where the machine does not give
@@ -17,7 +18,7 @@ import time
 
 import numpy
 
-from peers import SKIPPED, Namespace, Programs, free_port
+from peers import SKIPPED, Namespace, Programs, free_port, gstreamer_by_description, write_description
 
 RATE = 48000
 PERIOD = 4 * RATE  # frames of noise that are sent over and over
@@ -32,6 +33,7 @@ class Case:
     channels: int = 2
     packet_us: int = 1000
     group: str = ""
+    written: bool = False  # the description is the library's own text
 
     @property
     def frame_bytes(self):
@@ -56,7 +58,9 @@ def formats(peer, direction):
 
 
 CASES = dict([case for peer in ("ffmpeg", "gstreamer") for direction in ("receive", "send")
-              for case in formats(peer, direction)] + [("ToTshark", Case("tshark", "inspect", packet_us=125))])
+              for case in formats(peer, direction)] +
+             [(f"To{peer.capitalize()}ByOurDescription", Case(peer, "send", written=True))
+              for peer in ("ffmpeg", "gstreamer")] + [("ToTshark", Case("tshark", "inspect", packet_us=125))])
 
 
 def description(case, address, port):
@@ -64,6 +68,14 @@ def description(case, address, port):
         "v=0", "o=- 1 1 IN IP4 127.0.0.1", "s=interop", "t=0 0", f"m=audio {port} RTP/AVP 97",
         f"c=IN IP4 {address}" + ("/1" if case.group else ""), f"a=rtpmap:97 L{case.bits}/{RATE}/{case.channels}",
         f"a=ptime:{case.packet_us / 1000:g}", "a=mediaclk:direct=0", ""])
+
+
+def describe(case, sdp, address, port, binaries):
+    if case.written:
+        write_description(binaries, sdp, address, [port], "--essence", "audio", "--codec", f"L{case.bits}",
+                          "--channels", str(case.channels))
+    else:
+        sdp.write_text(description(case, address, port), newline="")
 
 
 def ffmpeg_sends(case, source, address, port):
@@ -74,7 +86,7 @@ def ffmpeg_sends(case, source, address, port):
             "-c:a", f"pcm_s{case.bits}be", "-payload_type", "97", "-rtpflags", "skip_rtcp", "-f", "rtp", target]
 
 
-def ffmpeg_receives(case, sdp, target, _address, _port):
+def ffmpeg_receives(case, sdp, target, _address, _port, _binaries):
     return ["ffmpeg", "-nostdin", "-v", "error", "-protocol_whitelist", "file,udp,rtp", "-buffer_size", "4000000",
             "-i", str(sdp), "-c:a", f"pcm_s{case.bits}be", "-f", f"s{case.bits}be", "-flush_packets", "1", "-y", str(target)]
 
@@ -92,7 +104,9 @@ def gstreamer_sends(case, source, address, port):
             + ("multicast-iface=lo ttl-mc=1" if case.group else "")).split()
 
 
-def gstreamer_receives(case, _sdp, target, address, port):
+def gstreamer_receives(case, sdp, target, address, port, binaries):
+    if case.written:
+        return gstreamer_by_description(binaries, sdp, target, address, port, f"rtpL{case.bits}depay")
     return (f"gst-launch-1.0 -e -q udpsrc address={address} port={port} multicast-iface=lo buffer-size=4000000 "
             f"caps=application/x-rtp,media=audio,clock-rate={RATE},encoding-name=L{case.bits},channels={case.channels},"
             f"payload=97 ! rtpL{case.bits}depay ! filesink location={target} buffer-mode=unbuffered").split()
@@ -144,8 +158,8 @@ def receive(case, sent, files, binaries, programs, url):
 
 def send(case, sent, files, binaries, programs, url):
     address, port = case.group or "127.0.0.1", free_port()
-    files["sdp"].write_text(description(case, address, port), newline="")
-    programs.start("receiver", RECEIVERS[case.peer](case, files["sdp"], files["raw"], address, port))
+    describe(case, files["sdp"], address, port, binaries)
+    programs.start("receiver", RECEIVERS[case.peer](case, files["sdp"], files["raw"], address, port, binaries))
     programs.start("send_samples", [binaries / "send_samples", files["sdp"], "--samples", files["source"], "--service",
                                     url, "--interface", "lo", "--seconds", "30"])
     wanted = WANTED * case.frame_bytes

@@ -80,3 +80,19 @@ def free_port():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
         probe.bind(("127.0.0.1", 0))
         return probe.getsockname()[1]
+
+
+def write_description(binaries, sdp, address, ports, *options):
+    """The library's own text, byte for byte."""
+    paths = [word for port in ports for word in ("--path", f"{address}:{port}")]
+    subprocess.run([binaries / "zefa", "sdp", "write", "--source", "127.0.0.1", *paths, *options, "--output", sdp],
+                   check=True)
+    print(sdp.read_text())
+
+
+def gstreamer_by_description(binaries, sdp, target, address, port, depayloader):
+    """A receiver with the format that GStreamer itself reads out of the description."""
+    described = subprocess.run([binaries / "gstreamer_description", sdp], capture_output=True, text=True, check=True)
+    caps = described.stdout.splitlines()[0].replace("application/x-unknown", "application/x-rtp", 1)
+    return (f"gst-launch-1.0 -e -q udpsrc address={address} port={port} buffer-size=8000000".split() + [f"caps={caps}"]
+            + f"! {depayloader} ! filesink location={target} buffer-mode=unbuffered".split())

@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Video that the service sends, before programs that nobody here wrote: every pixel as it was sent.
 
-    send.py --bin FOLDER CASE        FOLDER holds mxsd and send_samples
+    send.py --bin FOLDER CASE        FOLDER holds mxsd, zefa, send_samples and
+                                     gstreamer_description
     send.py --list
 
 Everything runs in a network namespace of its own, so nothing reaches a network card; where the machine does not give
@@ -17,7 +18,7 @@ import time
 
 import numpy
 
-from peers import SKIPPED, Namespace, Programs, free_port
+from peers import SKIPPED, Namespace, Programs, free_port, gstreamer_by_description, write_description
 
 FRAMES = 3  # of noise, that are sent over and over
 WANTED = 9  # frames that must arrive
@@ -33,6 +34,7 @@ class Case:
     interlaced: bool = False
     group: str = ""
     paths: int = 1
+    written: bool = False  # the description is the library's own text
 
     @property
     def raster(self):
@@ -58,6 +60,8 @@ CASES = {
     "GstreamerRgb": Case("gstreamer", bits=8, sampling="RGB"),
     "Gstreamer444": Case("gstreamer", bits=8, sampling="YCbCr-4:4:4"),
     "GstreamerTwoPaths": Case("gstreamer", paths=2),
+    "FfmpegByOurDescription": Case("ffmpeg", written=True),
+    "GstreamerByOurDescription": Case("gstreamer", written=True),
     "Tshark": Case("tshark"),
     "TsharkInterlaced": Case("tshark", interlaced=True),
 }
@@ -124,14 +128,23 @@ def description(case, address, ports):
     return "\r\n".join([*head, *media, ""])
 
 
-def ffmpeg(case, sdp, target, _address, _ports):
+def describe(case, sdp, address, ports, binaries):
+    if case.written:
+        write_description(binaries, sdp, address, ports, "--standard", "1280x720p50", "--depth", str(case.bits))
+    else:
+        sdp.write_text(description(case, address, ports), newline="")
+
+
+def ffmpeg(case, sdp, target, _address, _ports, _binaries):
     output = ["-c:v", "rawvideo", "-pix_fmt", "yuv422p10le" if case.bits == 10 else "uyvy422"]
     return ["ffmpeg", "-nostdin", "-v", "error", "-protocol_whitelist", "file,udp,rtp", "-buffer_size", "8000000",
             "-reorder_queue_size", "0", "-i", str(sdp), "-fps_mode", "passthrough", *output, "-f", "rawvideo",
             "-flush_packets", "1", "-y", str(target)]
 
 
-def gstreamer(case, _sdp, target, address, ports):
+def gstreamer(case, sdp, target, address, ports, binaries):
+    if case.written:
+        return gstreamer_by_description(binaries, sdp, target, address, ports[0], "rtpvrawdepay")
     width, height = case.raster
     caps = (f"application/x-rtp,media=video,clock-rate=90000,encoding-name=RAW,payload=96,sampling={case.sampling},"
             f"depth=(string){case.bits},width=(string){width},height=(string){height}")
@@ -159,9 +172,9 @@ def sending(case, files, binaries, url, *options):
 
 def receive(case, frames, files, binaries, programs, url):
     address, ports = case.group or "127.0.0.1", [free_port() for _ in range(case.paths)]
-    files["sdp"].write_text(description(case, address, ports), newline="")
+    describe(case, files["sdp"], address, ports, binaries)
     peer = {"ffmpeg": ffmpeg, "gstreamer": gstreamer}[case.peer]
-    programs.start("receiver", peer(case, files["sdp"], files["raw"], address, ports))
+    programs.start("receiver", peer(case, files["sdp"], files["raw"], address, ports, binaries))
     time.sleep(1)  # until it listens: it does not say when
     programs.start("send_samples", sending(case, files, binaries, url, "--seconds", "50"))
     expected = [as_received(case, frame) for frame in frames]
