@@ -17,7 +17,7 @@ class StreamStore
 public:
     StreamStore(const StreamServices& services, size_t limit) : Services(services), Limit(limit) {}
 
-    // Refuses: 2 an essence or direction that the service does not have, 10 too many.
+    // Refuses: 4 an id, for no stream is attached twice, 10 too many.
     std::shared_ptr<Stream> Create(const StreamCreate& create, uint64_t contextId);
     std::shared_ptr<Stream> Find(uint64_t id, uint64_t contextId) const; // refuses with 8 what is not the context's
     void Delete(uint64_t id, uint64_t contextId);                        // in any state
