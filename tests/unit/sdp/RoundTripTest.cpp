@@ -166,21 +166,22 @@ TEST(RoundTrip, EveryVideoStandardComesBackOnOnePathAndOnTwo)
         }
 }
 
-TEST(RoundTrip, EverySamplingDepthColorimetryAndTransferComesBack)
+TEST(RoundTrip, EverySamplingDepthColorimetryAndTransferComesBackOnOnePathAndOnTwo)
 {
     for (uint32_t sampling = 0; sampling <= 5; ++sampling)
         for (uint32_t depth = 0; depth <= 2; ++depth)
             for (uint32_t colorimetry = 0; colorimetry <= 7; ++colorimetry)
                 for (uint32_t transfer = 0; transfer <= 9; ++transfer)
-                {
-                    const ConfigurationPointer video = Make(ZEFA_ESSENCE_TYPE_ST2110_20, 1);
-                    video->Video().NetworkBitSampling_E = sampling;
-                    video->Video().NetworkBitDepth_E = depth;
-                    video->Video().Colorimetry_E = colorimetry;
-                    video->Video().Tcs_E = transfer;
-                    ExpectComesBack(*video, std::to_string(sampling) + " " + std::to_string(depth) + " " +
-                                                std::to_string(colorimetry) + " " + std::to_string(transfer));
-                }
+                    for (const uint32_t paths : {1u, 2u})
+                    {
+                        const ConfigurationPointer video = Make(ZEFA_ESSENCE_TYPE_ST2110_20, paths);
+                        video->Video().NetworkBitSampling_E = sampling;
+                        video->Video().NetworkBitDepth_E = depth;
+                        video->Video().Colorimetry_E = colorimetry;
+                        video->Video().Tcs_E = transfer;
+                        ExpectComesBack(*video, std::to_string(sampling) + " " + std::to_string(depth) + " " +
+                                                    std::to_string(colorimetry) + " " + std::to_string(transfer));
+                    }
 }
 
 TEST(RoundTrip, EveryAudioFormatComesBackWithAndWithoutAChannelOrder)
@@ -224,15 +225,16 @@ TEST(RoundTrip, EveryClockModeAndDelayComesBackForEveryEssence)
                         }
 }
 
-TEST(RoundTrip, AnOffsetComesBackWhereItIsNotTheDefault)
+TEST(RoundTrip, AnOffsetComesBackWhereItIsNotTheDefaultOnOnePathAndOnTwo)
 {
     for (const uint32_t offset : {0u, 37u, 2147483647u})
-    {
-        const ConfigurationPointer video = Make(ZEFA_ESSENCE_TYPE_ST2110_20, 1);
-        video->Video().UseDefaultTrOffset_B = 0;
-        video->Video().TrOffset_UL = offset;
-        ExpectComesBack(*video, std::to_string(offset));
-    }
+        for (const uint32_t paths : {1u, 2u})
+        {
+            const ConfigurationPointer video = Make(ZEFA_ESSENCE_TYPE_ST2110_20, paths);
+            video->Video().UseDefaultTrOffset_B = 0;
+            video->Video().TrOffset_UL = offset;
+            ExpectComesBack(*video, std::to_string(offset));
+        }
 }
 
 TEST(RoundTrip, AllPathsOfTheArrayComeBack)
