@@ -94,14 +94,14 @@ std::vector<std::string> FakeRequest::Values(const std::string& name) const
 class FakeMxs::Server
 {
 public:
-    Server()
+    explicit Server(uint16_t port)
     {
         // The free port of the one address may be taken on the other: then another is tried.
-        for (int attempt = 0; attempt < 20 && !Listen(); ++attempt)
+        for (int attempt = 0; attempt < 20 && !Listen(port); ++attempt)
             Listeners.clear();
         if (Listeners.empty())
         {
-            std::fputs("FakeMxs: no port is free on 127.0.0.1 and ::1.\n", stderr);
+            std::fputs("FakeMxs: no port, or not the wanted one, is free on 127.0.0.1 and ::1.\n", stderr);
             std::abort();
         }
         for (tcp::acceptor& listener : Listeners)
@@ -158,9 +158,9 @@ public:
     uint16_t Port = 0;
 
 private:
-    bool Listen()
+    bool Listen(uint16_t port)
     {
-        Port = 0;
+        Port = port;
         for (const char* address : {"127.0.0.1", "::1"})
         {
             const tcp::endpoint endpoint(asio::ip::make_address(address), Port);
@@ -168,6 +168,8 @@ private:
             tcp::acceptor listener(Context);
             listener.open(endpoint.protocol(), error);
             if (!error && endpoint.protocol() == tcp::v6()) listener.set_option(asio::ip::v6_only(true), error);
+            // Connections of the one that had the port before may linger.
+            if (!error && port != 0) listener.set_option(asio::socket_base::reuse_address(true), error);
             if (!error) listener.bind(endpoint, error);
             if (error == asio::error::address_in_use) return false;
             if (!error) listener.listen(asio::socket_base::max_listen_connections, error);
@@ -295,7 +297,7 @@ private:
     bool Stopping = false;
 };
 
-FakeMxs::FakeMxs() : Impl(std::make_unique<Server>()) {}
+FakeMxs::FakeMxs(uint16_t port) : Impl(std::make_unique<Server>(port)) {}
 
 FakeMxs::~FakeMxs() = default;
 

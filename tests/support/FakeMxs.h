@@ -71,7 +71,7 @@ struct FakeAnswer
 class FakeMxs
 {
 public:
-    FakeMxs();
+    explicit FakeMxs(uint16_t port = 0); // 0: one that is free; otherwise that of a service which has gone
     ~FakeMxs();
     FakeMxs(const FakeMxs&) = delete;
     FakeMxs& operator=(const FakeMxs&) = delete;

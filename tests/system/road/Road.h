@@ -19,6 +19,16 @@ namespace test
 
 #define ZEFA_OK(call) ASSERT_EQ(ZEFA_NO_ERROR, (call))
 
+// Counters follow the slots by a moment, and the system follows a close.
+template <class Condition>
+bool Await(Condition&& condition)
+{
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition() && std::chrono::steady_clock::now() < limit)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    return condition();
+}
+
 inline uint64_t InterfaceNamed(ZEFA_HANDLE context, const std::string& name)
 {
     uint64_t ids[ZEFA_MAX_LIST_IDS];
@@ -93,11 +103,11 @@ public:
 
     ~VideoStream()
     {
+        if (!Handle) return;
         if (Started)
         {
             EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_StopStream(Handle));
         }
-        if (!Handle) return;
         EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_CloseStream(Handle));
         EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_DestroyStream(Handle));
     }
