@@ -3,6 +3,7 @@
 #include "Network.h"
 
 #include "support/MxsProcess.h"
+#include "system/audio/AudioRoad.h"
 
 #include <algorithm>
 #include <array>
@@ -11,6 +12,8 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
+#include <poll.h>
+#include <thread>
 #include <zefaline.h>
 
 namespace test
@@ -133,6 +136,50 @@ protected:
         return static_cast<double>(Status().CurrentSystemTime_ULL) / 1e9 - now.count();
     }
 
+    // A stream of audio that is kept filled, with the timestamps that the service takes from its clock.
+    class SteadyAudio
+    {
+    public:
+        SteadyAudio(const std::string& url, const Endpoint& to)
+            : With(url),
+              Stream(With, ZEFA_STREAM_TYPE_TX, {.format = Format, .paths = {to}, .slots = 4, .lockTimeoutMs = 20000})
+        {
+            Stream.Start();
+            Filling = std::jthread(
+                [this](const std::stop_token& stopped)
+                {
+                    const Bytes samples = Noise(Format.SlotBytes(), 7);
+                    while (!stopped.stop_requested() && !testing::Test::HasFatalFailure())
+                        Stream.Put(samples.data(), std::nullopt);
+                });
+        }
+
+    private:
+        const AudioFormat Format;
+        Session With;
+        AudioStream Stream;
+        std::jthread Filling; // ends first
+    };
+
+    // Seconds from this machine's UTC to the time that the next packet of the audio tells. Its timestamps count 48000
+    // a second from 1970 and are known but for a multiple of 2^32, 89478 s: the nearest is meant.
+    static double AudioAheadOfThisMachine(UdpSocket& from)
+    {
+        constexpr uint64_t kRate = 48000;
+        while (from.Receive())
+            ; // what waits there is old
+        pollfd readable{from.Descriptor, POLLIN, 0};
+        if (poll(&readable, 1, 20000) != 1) return std::nan("");
+        const std::optional<Bytes> packet = from.Receive();
+        const std::chrono::nanoseconds now = std::chrono::system_clock::now().time_since_epoch();
+        if (!packet || packet->size() < 12) return std::nan("");
+        uint32_t stamp = 0;
+        for (size_t i = 4; i < 8; ++i)
+            stamp = stamp << 8 | (*packet)[i];
+        const auto nowFrames = static_cast<uint64_t>(now.count()) / 125000 * 6; // of 125 us each, six
+        return static_cast<int32_t>(stamp - static_cast<uint32_t>(nowFrames)) / static_cast<double>(kRate);
+    }
+
     inline static std::string WhyNot;
     std::unique_ptr<FarMachine> Far;
     std::unique_ptr<MxsProcess> Service;
@@ -212,6 +259,25 @@ TEST_F(PtpRoad, ServiceTellsTheGrandmastersTai)
 
     EXPECT_TRUE(Becomes([&] { return std::abs(AheadOfThisMachine()) < 0.5; })) << AheadOfThisMachine();
     EXPECT_NEAR(Status().OffsetFromMaster_D, 37e9, 1e6) << "as the daemon counts it";
+}
+
+TEST_F(PtpRoad, TimestampsOfASentStreamFollowTheGrandmaster)
+{
+    const ZEFA_PTP_CONFIG config = Configuration(ZEFA_PTP_PROFILE_0);
+    const Grandmaster grandmaster(*Far, 127);
+    ASSERT_EQ(ZEFA_SetPTPConfig(Context, &config), ZEFA_NO_ERROR);
+    ASSERT_TRUE(Becomes([&] { return Status().PortState_E == ZEFA_PTP_PORT_STATE_SLAVE; }));
+    const Endpoint to = FreeEndpoint();
+    UdpSocket received(to);
+    const SteadyAudio audio(Service->ServiceUrl(), to);
+    double ahead = 0;
+    const auto isAheadBy = [&](double seconds)
+    { return std::abs((ahead = AudioAheadOfThisMachine(received)) - seconds) < 2.0; };
+    ASSERT_TRUE(Becomes([&] { return isAheadBy(37.0); })) << ahead << ": this machine's time, as TAI";
+
+    ASSERT_TRUE(Becomes([&] { return grandmaster.CallItsTimeTai(); }));
+
+    EXPECT_TRUE(Becomes([&] { return isAheadBy(0.0); })) << ahead << ": the grandmaster's TAI is this machine's time";
 }
 
 TEST_F(PtpRoad, DaemonCannotTouchTheClockAndDiesWithAServiceThatIsKilled)

@@ -1,15 +1,20 @@
 // The program itself: options, the URL that it prints, its end.
-#include "HttpClient.h"
+#include "ServiceFixture.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -18,6 +23,8 @@ namespace test
 {
 namespace
 {
+
+namespace fs = std::filesystem;
 
 // mxsd with its two outputs in pipes.
 class Program
@@ -118,7 +125,7 @@ TEST(Program, HelpTellsEveryOption)
     const std::string text = program.RestOfOut();
     EXPECT_EQ(0, program.ExitStatus());
     for (const char* option : {"--port", "--error-style", "--context-ttl", "--multicast-ttl", "--rail-group",
-                               "--log-level", "--memory-limit"})
+                               "--log-level", "--memory-limit", "--discipline-clock"})
         EXPECT_NE(std::string::npos, text.find(option)) << option;
 }
 
@@ -168,6 +175,67 @@ TEST(Program, OptionsReachTheService)
     program.Signal(SIGTERM);
     EXPECT_EQ(0, program.ExitStatus());
     EXPECT_NE(std::string::npos, program.RestOfError().find("debug: "));
+}
+
+// Scripts in the place of ptp4l and pmc: whatever rights they get, they leave the clock alone.
+class ProgramWithScripts : public testing::Test
+{
+protected:
+    ProgramWithScripts()
+    {
+        std::string name = (fs::temp_directory_path() / "mxsd-scripts-XXXXXX").string();
+        if (!mkdtemp(name.data())) throw std::runtime_error("no folder for the test");
+        Folder = name;
+        Script("ptp4l", "[ \"$1\" = -v ] && { echo 3.1.1; exit; }\ncp \"$2\" new && mv new conf\nexec sleep 1000\n");
+        Script("pmc", "");
+        setenv("PATH", (name + ":" + OldPath).c_str(), 1);
+    }
+    ~ProgramWithScripts() override
+    {
+        setenv("PATH", OldPath.c_str(), 1);
+        fs::remove_all(Folder);
+    }
+
+    void Script(const char* name, const std::string& text)
+    {
+        std::ofstream(Folder / name) << "#!/bin/sh\ncd " << Folder.string() << "\n" << text;
+        fs::permissions(Folder / name, fs::perms::owner_all);
+        if (access((Folder / name).c_str(), X_OK) != 0) throw std::runtime_error("scripts do not run here");
+    }
+
+    // The file that ptp4l is given by a service with these options.
+    std::string FileOf(std::vector<std::string> options)
+    {
+        fs::remove(Folder / "conf");
+        options.insert(options.begin(), {"--port", "0"});
+        Program program(options);
+        Session session(PortOf(program.Line()));
+        json config = session.GetJson("MXS/PtpApi/Config");
+        config["InterfaceName"] = "lo";
+        EXPECT_EQ(200u, session.Send("PUT", "MXS/PtpApi/Config", config).status);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!fs::exists(Folder / "conf") && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        program.Signal(SIGTERM);
+        EXPECT_EQ(0, program.ExitStatus());
+        std::ifstream file(Folder / "conf");
+        std::ostringstream text;
+        text << file.rdbuf();
+        return text.str();
+    }
+
+    const std::string OldPath = std::getenv("PATH") ? std::getenv("PATH") : "/usr/bin:/bin";
+    fs::path Folder;
+};
+
+TEST_F(ProgramWithScripts, TheDaemonDisciplinesTheClockOnlyWhenItIsTold)
+{
+    const std::string without = FileOf({}), with = FileOf({"--discipline-clock"});
+
+    EXPECT_TRUE(without.ends_with("\n[lo]\n")) << without;
+    EXPECT_NE(std::string::npos, without.find("\nclock_servo pi\n")) << "a servo that works on nothing";
+    EXPECT_TRUE(with.ends_with("\n[lo]\n")) << with;
+    EXPECT_EQ(std::string::npos, with.find("clock_servo")) << "its own servo";
 }
 
 TEST(Program, RemovingWhatWasAbandonedEndsIt)
