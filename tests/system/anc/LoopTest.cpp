@@ -2,6 +2,8 @@
 // losses.
 #include "AncRoad.h"
 
+#include <set>
+
 using namespace test;
 
 namespace
@@ -132,21 +134,114 @@ TEST_F(AncLoop, WithoutTimestampsOfTheApplicationFramesAreOnePeriodApart)
     AncStream receive(With, ZEFA_STREAM_TYPE_RX, settings), send(With, ZEFA_STREAM_TYPE_TX, settings);
     receive.Start();
     send.Start();
-    for (uint32_t frame = 0; frame < 6; ++frame)
-        send.Put({{.words = {0x101}}});
 
+    // A sender that is late leaves frames out, and never all of them: two neighbours come, sooner or later.
+    constexpr uint32_t kFrameTicks = 1800;
+    std::set<uint32_t> steps;
     std::optional<uint32_t> before;
-    for (uint32_t frame = 1; frame < 6; ++frame)
+    send.Put({}); // the receiver keeps what follows the end of a frame
+    for (int burst = 0; burst < 40 && !steps.contains(kFrameTicks); ++burst)
+    {
+        for (int frame = 0; frame < 5; ++frame)
+            send.Put({{.words = {0x101}}});
+        for (int frame = 0; frame < 5; ++frame)
+        {
+            const std::optional<AncSlot> slot = receive.Take();
+            ASSERT_TRUE(slot);
+            const uint32_t timestamp = slot->timestamps.at(0).Value_UL;
+            if (before) steps.insert(timestamp - *before);
+            before = timestamp;
+        }
+    }
+    EXPECT_EQ(kFrameTicks, *steps.begin()); // none is shorter, none stands still
+    for (const uint32_t step : steps)
+        EXPECT_EQ(0u, step % kFrameTicks) << step;
+}
+
+// A packet that no other frame has.
+std::vector<AncItem> Numbered(uint32_t frame)
+{
+    return {{.did = uint8_t(0x41 + frame), .words = Words(1 + frame, frame)}};
+}
+
+class AncPause : public AncLoop, public testing::WithParamInterface<uint32_t> // milliseconds
+{
+};
+
+TEST_P(AncPause, SendingGoesOnByItselfAtTheTimeOfTheClock)
+{
+    constexpr uint32_t kFrames = 8, kFrameMs = 20, kFrameTicks = 1800;
+    const uint32_t pauseMs = GetParam();
+    const AncSettings settings{.paths = {FreeEndpoint()}, .slots = 2 * kFrames};
+    AncStream receive(With, ZEFA_STREAM_TYPE_RX, settings), send(With, ZEFA_STREAM_TYPE_TX, settings);
+    receive.Start();
+    send.Start();
+
+    for (uint32_t frame = 0; frame < kFrames; ++frame)
+        send.Put(Numbered(frame));
+    ASSERT_TRUE(Await([&] { return send.NetworkStatus().TotalProcessedPacketCount_ULL == kFrames; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
+    for (uint32_t frame = kFrames; frame < 2 * kFrames; ++frame)
+        send.Put(Numbered(frame));
+
+    uint32_t before = 0;
+    for (uint32_t frame = 1; frame < 2 * kFrames; ++frame) // the receiver keeps what follows the end of a frame
     {
         const std::optional<AncSlot> slot = receive.Take();
-        ASSERT_TRUE(slot);
-        const uint32_t now = slot->timestamps.at(0).Value_UL;
-        if (before)
+        ASSERT_TRUE(slot) << "frame " << frame;
+        const uint32_t timestamp = slot->timestamps.at(0).Value_UL;
+        if (frame == kFrames)
         {
-            EXPECT_EQ(0u, (now - *before) % 1800); // a late sender may leave frames out
+            EXPECT_GE(timestamp - before, pauseMs * 90 - kFrameTicks);
+            // After a second of silence a stream begins anew, with the end of a frame.
+            if (timestamp - before > 90000) ++frame;
         }
-        before = now;
+        EXPECT_EQ(Numbered(frame), slot->items) << "frame " << frame;
+        EXPECT_TRUE(slot->losses.empty());
+        before = timestamp;
     }
+    EXPECT_EQ(0u, receive.NetworkStatus().LostPacketsCount_ULL);
+    EXPECT_GE(send.NetworkStatus().UnderrunCount_ULL, pauseMs / kFrameMs - 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfMilliseconds, AncPause, testing::Values(100, 10000),
+                         [](const auto& instance) { return std::to_string(instance.param); });
+
+TEST_F(AncLoop, AReceiverThatStopsForASecondMissesSlotsAndTheRestIsRight)
+{
+    constexpr uint32_t kSlots = 4, kSecond = 50; // frames
+    const AncSettings settings{.paths = {FreeEndpoint()}, .slots = kSlots};
+    AncStream receive(With, ZEFA_STREAM_TYPE_RX, settings), send(With, ZEFA_STREAM_TYPE_TX, settings);
+    receive.Start();
+    send.Start();
+    const auto dropped = [&]
+    {
+        ZEFA_STREAM_COMMON_STATUS status{};
+        EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetStreamCommonStatus(receive.Handle, &status));
+        return status.SlotDropped_UL;
+    };
+    const auto expectFrame = [&](uint32_t frame)
+    {
+        const std::optional<AncSlot> slot = receive.Take();
+        ASSERT_TRUE(slot) << "frame " << frame;
+        EXPECT_EQ(Numbered(frame), slot->items) << "frame " << frame;
+        EXPECT_EQ(1800 * frame, slot->timestamps.at(0).Value_UL);
+        EXPECT_TRUE(slot->losses.empty());
+    };
+
+    for (uint32_t frame = 0; frame <= kSecond; ++frame)
+        send.Put(Numbered(frame), 1800 * frame);
+    // The ring takes four; the first frame shows the receiver where frames end.
+    EXPECT_TRUE(Await([&] { return dropped() == kSecond - kSlots; })) << dropped();
+    for (uint32_t frame = 1; frame <= kSlots; ++frame)
+        expectFrame(frame);
+    for (uint32_t frame = kSecond + 1; frame <= kSecond + 3; ++frame)
+    {
+        send.Put(Numbered(frame), 1800 * frame);
+        expectFrame(frame);
+    }
+    EXPECT_EQ(kSecond - kSlots, dropped());
+    EXPECT_EQ(0u, receive.NetworkStatus().LostPacketsCount_ULL);
 }
 
 // A relay between the two streams, with rules of its own for each path.
