@@ -11,7 +11,6 @@ namespace mxs::media
 namespace
 {
 
-constexpr uint64_t kNever = UINT64_MAX;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr uint32_t kMediaClockHz = 90000;
 constexpr uint32_t kPlaylistEndBytes = 4;
@@ -89,6 +88,7 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
 
 uint64_t AncillaryAssembler::Tick(uint64_t nowNs)
 {
+    const uint64_t lookNs = Intake.Tick(nowNs);
     if (OpenCount > 0 && nowNs >= Intake.HeardNs() + kSilenceNs)
     {
         Intake.Forget();
@@ -102,8 +102,8 @@ uint64_t AncillaryAssembler::Tick(uint64_t nowNs)
         else
             ++i;
     }
-    if (OpenCount == 0) return kNever;
-    uint64_t next = Intake.HeardNs() + kSilenceNs;
+    if (OpenCount == 0) return lookNs;
+    uint64_t next = std::min(lookNs, Intake.HeardNs() + kSilenceNs);
     for (size_t i = 0; i < OpenCount; ++i)
         if (Open[i]->ended) next = std::min(next, Open[i]->endNs + kReorderNs);
     return next;

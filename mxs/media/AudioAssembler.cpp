@@ -12,7 +12,6 @@ namespace mxs::media
 namespace
 {
 
-constexpr uint64_t kNever = UINT64_MAX;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr uint64_t kOrigin = 1ULL << 40; // positions stay above 0, whatever steps back the timestamps make
 constexpr uint64_t kLeastOpen = 2;       // the second takes the next frames while the first waits for late packets
@@ -56,7 +55,8 @@ void AudioAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64
         Aligned = false;
     }
     const std::span<const uint8_t> samples = taken->packet.payload;
-    if (samples.empty() || samples.size() % FrameBytes != 0)
+    // No datagram of audio is longer: one of 64 KiB would be the time of many slots.
+    if (samples.empty() || samples.size() % FrameBytes != 0 || samples.size() > kMostSampleBytes)
     {
         ++Count.malformed;
         return;
@@ -76,12 +76,13 @@ void AudioAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64
 
 uint64_t AudioAssembler::Tick(uint64_t nowNs)
 {
+    const uint64_t lookNs = Intake.Tick(nowNs);
     if (First < Next && nowNs >= Intake.HeardNs() + kSilenceNs) CommitAll(nowNs);
     while (First < Ended && nowNs >= At(First).endedNs + kReorderNs)
         Commit(First, nowNs); // moves First
-    if (First == Next) return kNever;
-    const uint64_t silence = Intake.HeardNs() + kSilenceNs;
-    return First < Ended ? std::min(silence, At(First).endedNs + kReorderNs) : silence;
+    if (First == Next) return lookNs;
+    const uint64_t next = std::min(lookNs, Intake.HeardNs() + kSilenceNs);
+    return First < Ended ? std::min(next, At(First).endedNs + kReorderNs) : next;
 }
 
 uint64_t AudioAssembler::PositionOf(uint32_t timestamp) const

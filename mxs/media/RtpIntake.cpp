@@ -6,29 +6,8 @@
 namespace mxs::media
 {
 
-namespace
+RtpIntake::RtpIntake(const Settings& settings) : Config(settings), PathLoss(HasPaths() ? settings.paths : 0)
 {
-
-// Tells a tracker's verdict to the count of what is missing.
-void CountMissing(uint64_t& lost, uint64_t& countedFrom, const SequenceTracker::Verdict& verdict)
-{
-    if (verdict.arrival == SequenceTracker::Arrival::Restart) countedFrom = verdict.index;
-    lost += verdict.missing;
-}
-
-void CountFilled(uint64_t& lost, uint64_t countedFrom, const SequenceTracker::Verdict& verdict)
-{
-    const bool late = verdict.arrival == SequenceTracker::Arrival::Late;
-    if (late && verdict.index > countedFrom && lost > 0) --lost;
-}
-
-} // namespace
-
-RtpIntake::RtpIntake(const Settings& settings) : Config(settings)
-{
-    const size_t paths = Config.paths > 1 ? Config.paths : 0;
-    Paths.resize(paths);
-    PathCountedFrom.resize(paths);
     Count.paths.resize(Config.paths);
 }
 
@@ -58,6 +37,7 @@ std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagra
         return {};
     }
     Taken taken;
+    Tick(nowNs); // before the silence of a source that has ended is forgotten
     if (!AcceptSource(packet->ssrc, nowNs, taken.afterSilence))
     {
         ++Count.otherSource;
@@ -67,35 +47,43 @@ std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagra
     const uint16_t upperHalf = Config.numbering == Numbering::Extended ? ReadExtendedSequence(packet->payload) : 0;
     PathCounters& counters = Count.paths[path];
     ++counters.received;
-    if (!Paths.empty())
-    {
-        const SequenceTracker::Verdict own = Paths[path].Accept(packet->sequence, upperHalf);
-        CountMissing(counters.lost, PathCountedFrom[path], own);
-        CountFilled(counters.lost, PathCountedFrom[path], own);
-    }
     taken.verdict = Merged.Accept(packet->sequence, upperHalf);
+    if (HasPaths())
+    {
+        PathLoss.Count(path, taken.verdict, nowNs);
+        counters.lost = PathLoss.Lost(path);
+    }
     if (taken.verdict.arrival == SequenceTracker::Arrival::Duplicate)
     {
         ++Count.duplicates;
         return {};
     }
-    CountMissing(Count.lost, CountedFrom, taken.verdict);
-    if (Paths.empty()) counters.lost = Count.lost;
+    if (taken.verdict.arrival == SequenceTracker::Arrival::Restart) CountedFrom = taken.verdict.index;
+    Count.lost += taken.verdict.missing;
+    if (!HasPaths()) counters.lost = Count.lost;
     taken.packet = *packet;
     return taken;
 }
 
 void RtpIntake::Fill(const Taken& taken)
 {
-    CountFilled(Count.lost, CountedFrom, taken.verdict);
-    if (Paths.empty()) Count.paths.front().lost = Count.lost;
+    const bool late = taken.verdict.arrival == SequenceTracker::Arrival::Late;
+    if (late && taken.verdict.index > CountedFrom && Count.lost > 0) --Count.lost;
+    if (!HasPaths()) Count.paths.front().lost = Count.lost;
 }
 
 void RtpIntake::Forget()
 {
     Merged.Forget();
-    for (SequenceTracker& path : Paths)
-        path.Forget();
+    PathLoss.Forget();
+}
+
+uint64_t RtpIntake::Tick(uint64_t nowNs)
+{
+    const uint64_t next = PathLoss.Judge(nowNs);
+    for (size_t path = 0; HasPaths() && path < Config.paths; ++path)
+        Count.paths[path].lost = PathLoss.Lost(path);
+    return next;
 }
 
 } // namespace mxs::media

@@ -2,6 +2,7 @@
 // path and for all together what is missing.
 #pragma once
 
+#include "PathLosses.h"
 #include "RtpPacket.h"
 #include "SequenceTracker.h"
 
@@ -17,7 +18,7 @@ namespace mxs::media
 struct PathCounters
 {
     uint64_t received = 0; // packets of the source on this path
-    uint64_t lost = 0;     // gaps in their sequence that no packet of this path has filled
+    uint64_t lost = 0;     // of the packets that any path told of, the ones that this path has not brought
 };
 
 struct IntakeCounters
@@ -61,6 +62,9 @@ public:
     // A late packet has found its place: the gap that it left is none any more.
     void Fill(const Taken& taken);
 
+    // Counts what paths have not brought though others did; returns the time of the next look, UINT64_MAX for none.
+    uint64_t Tick(uint64_t nowNs);
+
     void Forget(); // the next packet begins a new count, on every path
 
     uint64_t HeardNs() const { return LastHeardNs; } // time of the latest packet of the source
@@ -68,13 +72,13 @@ public:
     const IntakeCounters& Counters() const { return Count; }
 
 private:
+    bool HasPaths() const { return Config.paths > 1; } // a single path is the whole
     bool AcceptSource(uint32_t ssrc, uint64_t nowNs, bool& afterSilence);
 
     const Settings Config;
     SequenceTracker Merged;
-    std::vector<SequenceTracker> Paths; // empty with a single path, which is the whole
-    uint64_t CountedFrom = 0;           // index of the packet with which the count of losses began
-    std::vector<uint64_t> PathCountedFrom;
+    PathLosses PathLoss;
+    uint64_t CountedFrom = 0; // index of the packet with which the count of losses began
     uint64_t LastHeardNs = 0;
     bool Heard = false;
     IntakeCounters Count;

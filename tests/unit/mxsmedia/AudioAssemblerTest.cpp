@@ -155,6 +155,17 @@ TEST_F(AudioAssemblerTest, APayloadThatIsNoWholeNumberOfFramesIsMalformed)
     EXPECT_EQ(Count().intake.lost, 0u); // they came, and were of no use
 }
 
+TEST_F(AudioAssemblerTest, APacketLongerThanADatagramOfAudioIsMalformed)
+{
+    Push(MakeAudioPacket({.sequence = 1}, Pattern(1444, 1)));
+    EXPECT_EQ(Count().malformed, 1u);
+    EXPECT_EQ(Slots().size(), 0u);
+
+    Push(MakeAudioPacket({.sequence = 2}, Pattern(1440, 1))); // fifteen slots at once
+    EXPECT_EQ(Count().malformed, 1u);
+    EXPECT_EQ(Slots().size(), 15u);
+}
+
 TEST_F(AudioAssemblerTest, AMissingPacketIsSilenceAndARecordTenMillisecondsAfterTheEndOfItsSlot)
 {
     const Bytes samples = Samples(1, 5);
@@ -426,7 +437,10 @@ TEST_F(AudioAssemblerTest, TwoPathsThatLoseDifferentPacketsMakeWholeSlots)
         EXPECT_EQ(slot.bytes, SlotOf(samples, slot.records[0].value / 24));
     EXPECT_EQ(Count().intake.lost, 0u);
     EXPECT_EQ(Count().delayed, 0u);
-    EXPECT_EQ(Count().intake.paths[0].lost, 66u); // the 67th is behind its last packet
+    EXPECT_EQ(Count().intake.paths[0].lost, 66u); // the 67th is behind its last packet: it may still come
+    EXPECT_EQ(Assembler->Tick(NowNs), NowNs + 10 * kMs);
+    Wait(10 * kMs);
+    EXPECT_EQ(Count().intake.paths[0].lost, 67u);
     EXPECT_EQ(Count().intake.paths[1].lost, 66u); // the 67th is before its first
     EXPECT_EQ(Count().processed, 200u);
 }
@@ -445,6 +459,9 @@ TEST_F(AudioAssemblerTest, APathThatDiesLeavesNoGap)
     ASSERT_EQ(Slots().size(), 20u);
     for (size_t slot = 0; slot < 20; ++slot)
         EXPECT_EQ(Slots()[slot].bytes, SlotOf(samples, slot));
+    Wait(10 * kMs);
+    EXPECT_EQ(Count().intake.paths[0].lost, 47u); // of 80 packets
+    EXPECT_EQ(Count().intake.paths[1].lost, 0u);
 }
 
 // Whatever is lost, doubled, and out of order within ten milliseconds: each slot holds the samples that arrived, each
