@@ -81,11 +81,25 @@ bool DropClockRight()
     return child;
 }
 
+// Where the service itself has no standard input or output, new descriptors take their numbers, and would be in the way
+// of those that the program is given.
+int AboveStandard(int descriptor)
+{
+    if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
+    const int moved = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int reason = errno;
+    close(descriptor);
+    errno = reason;
+    return moved;
+}
+
 struct Pipe
 {
     Pipe()
     {
         if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+        for (int& end : ends)
+            end = AboveStandard(end);
     }
     ~Pipe()
     {
@@ -111,7 +125,7 @@ ChildProcess::ChildProcess(const std::string& path, const std::vector<std::strin
 
     Pipe output, failure;
     fcntl(output.ends[0], F_SETFL, O_NONBLOCK);
-    const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const int nothing = AboveStandard(open("/dev/null", O_RDONLY | O_CLOEXEC));
     errno = 0;
     const Plan plan{path.c_str(), argv.data(), nothing, output.ends[1], failure.ends[1], getpid(), clockRight};
     Pid = Launch(plan);

@@ -51,7 +51,12 @@ StateFolder::StateFolder(const std::string& parent) : Name(parent + "/" + kPrefi
 {
     if (!mkdtemp(Name.data())) Throw(parent);
     LockFd = Lock(Name, O_CREAT | O_EXCL);
-    if (LockFd < 0) Throw(Name);
+    if (LockFd >= 0) return;
+    const int reason = errno;
+    unlink((Name + "/" + kLockName).c_str()); // it may be there: the file system knows no locks
+    rmdir(Name.c_str());
+    errno = reason;
+    Throw(Name);
 }
 
 StateFolder::~StateFolder()

@@ -5,13 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <optional>
 #include <poll.h>
 #include <sstream>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
@@ -130,6 +134,33 @@ TEST(ChildProcess, InheritsNeitherDescriptorsNorBlockedSignals)
     EXPECT_EQ(text.find("pipe:[" + std::to_string(status.st_ino) + "]"), std::string::npos) << text;
 }
 
+TEST(ChildProcess, HasItsInputAndOutputsWhereThisProcessHasNone)
+{
+    std::array<int, 3> own{};
+    for (int number = 0; number < 3; ++number)
+    {
+        own[static_cast<size_t>(number)] = fcntl(number, F_DUPFD_CLOEXEC, 10);
+        close(number);
+    }
+    std::string text, failure;
+    try
+    {
+        text = Shell("cat; echo out; echo err >&2");
+        RunProgram("/nowhere/program", {}, kLong);
+    }
+    catch (const std::system_error& error)
+    {
+        failure = error.what();
+    }
+    for (int number = 0; number < 3; ++number)
+    {
+        dup2(own[static_cast<size_t>(number)], number);
+        close(own[static_cast<size_t>(number)]);
+    }
+    EXPECT_EQ(text, "out\nerr\n");
+    EXPECT_TRUE(failure.starts_with("/nowhere/program")) << failure;
+}
+
 TEST(ChildProcess, WithoutTheRightHasNoWayToSetTheClock)
 {
     constexpr uint64_t kSetTheClock = uint64_t{1} << 25;       // CAP_SYS_TIME
@@ -199,6 +230,32 @@ TEST(StateFolder, IsForThisUserAloneAndGoesWithTheObject)
     }
     EXPECT_FALSE(fs::exists(path));
     EXPECT_THROW(StateFolder("/nowhere"), std::system_error);
+}
+
+TEST(StateFolder, ThatCannotBeLockedLeavesNothingBehind)
+{
+    std::string parent = (fs::temp_directory_path() / "state-folder-XXXXXX").string();
+    ASSERT_TRUE(mkdtemp(parent.data()));
+    const int free = dup(STDIN_FILENO);
+    close(free);
+    rlimit before{};
+    getrlimit(RLIMIT_NOFILE, &before);
+    const rlimit none{static_cast<rlim_t>(free), before.rlim_max}; // descriptors are used up
+    setrlimit(RLIMIT_NOFILE, &none);
+    int reason = 0;
+    try
+    {
+        const StateFolder folder(parent);
+    }
+    catch (const std::system_error& error)
+    {
+        reason = error.code().value();
+    }
+    setrlimit(RLIMIT_NOFILE, &before);
+
+    EXPECT_EQ(reason, EMFILE);
+    EXPECT_TRUE(fs::is_empty(parent));
+    fs::remove_all(parent);
 }
 
 TEST(StateFolder, ThatNobodyUsesAnyMoreIsRemovedAndNoOther)
