@@ -198,6 +198,11 @@ const std::vector<std::string>& PmcRequests()
     return requests;
 }
 
+bool HasAnswer(std::string_view text)
+{
+    return !DataSetOf(text).empty();
+}
+
 std::optional<PmcReport> ParsePmc(std::string_view text)
 {
     PmcReport report;

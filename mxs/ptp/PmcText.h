@@ -21,6 +21,9 @@ struct PmcReport
 // One request for each data set that a report is made of.
 const std::vector<std::string>& PmcRequests();
 
+// True when ptp4l has answered at all: it runs, whatever its answers mean.
+bool HasAnswer(std::string_view text);
+
 // Nothing unless every value of every data set is there and makes sense.
 std::optional<PmcReport> ParsePmc(std::string_view text);
 

@@ -151,6 +151,7 @@ void PtpDaemon::Begin()
     UnfinishedLine.clear();
     NextLook = steady_clock::now();
     Deadline = NextLook + Settings.longestSilence;
+    HasAnswered = false;
     if (LastProblem.empty())
         Tell("PTP: ptp4l runs on " + Current.interfaceName + ", domain " + std::to_string(Current.own.domainNumber) +
              ".");
@@ -171,7 +172,9 @@ void PtpDaemon::Look()
     std::optional<PmcReport> report;
     try
     {
-        report = ParsePmc(RunProgram(Pmc, arguments, kProgramTime));
+        const std::string text = RunProgram(Pmc, arguments, kProgramTime);
+        report = ParsePmc(text);
+        HasAnswered = HasAnswered || HasAnswer(text);
     }
     catch (const std::exception& error)
     {
@@ -181,11 +184,17 @@ void PtpDaemon::Look()
     if (!report)
     {
         NextLook = now + std::min<steady_clock::duration>(kFirstLooks, Settings.pollPeriod);
-        if (now >= Deadline) End("ptp4l does not answer");
+        if (now < Deadline) return;
+        if (!std::exchange(HasAnswered, false)) return End("ptp4l does not answer");
+        // Another start would not change what it says.
+        Deadline = now + Settings.longestSilence;
+        Clock.Hold();
+        TellOnce("PTP: ptp4l runs, and what pmc says of it is not understood; the status is no longer up to date.");
         return;
     }
     NextLook = now + Settings.pollPeriod;
     Deadline = now + Settings.longestSilence;
+    HasAnswered = false;
     LastProblem.clear();
 
     // With time stamps of the network card the offset is that of the card's clock, which tells nothing of the

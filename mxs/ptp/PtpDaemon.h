@@ -74,6 +74,7 @@ private:
     std::string Pmc;                     // path of the program
     std::string UnfinishedLine, LastLine, LastProblem;
     std::chrono::steady_clock::time_point NextStart{}, NextLook{}, Deadline{};
+    bool HasAnswered = false; // ptp4l, since the latest report or deadline, with something that makes none
 
     std::jthread Thread; // last: it uses all the others
 };

@@ -312,6 +312,30 @@ TEST_F(Daemon, Ptp4lThatDoesNotAnswerIsStartedAgain)
     EXPECT_EQ(daemon.GetStatus().port.state, PortState::Disabled);
 }
 
+TEST_F(Daemon, Ptp4lWhoseAnswerIsNotUnderstoodGoesOnAndTheLogSaysSo)
+{
+    std::string answer = Answer("SLAVE");
+    SetAnswer(answer);
+    PtpSettings settings = Settings();
+    settings.longestSilence = 300ms;
+    PtpDaemon daemon(settings, Clock);
+    daemon.SetConfig(OnLoopback());
+    ASSERT_TRUE(Becomes([&] { return Clock.Read().locked; }));
+
+    SetAnswer(answer.replace(answer.find("priority1 128"), 13, "priority1 999"));
+    ASSERT_TRUE(Becomes([&] { return Log().find("is not understood") != std::string::npos; }));
+    EXPECT_FALSE(Clock.Read().locked);
+    EXPECT_TRUE(Clock.Read().followsPtp);
+    EXPECT_EQ(daemon.GetStatus().port.state, PortState::Slave);
+    SetAnswer(Answer("LISTENING"));
+    EXPECT_TRUE(Becomes([&] { return daemon.GetStatus().port.state == PortState::Listening; }));
+
+    EXPECT_EQ(Starts(), 1u) << Log();
+    EXPECT_EQ(CountOf(Log(), "PTP: ptp4l runs, and what pmc says of it is not understood; the status is no longer up "
+                             "to date.\n"),
+              1u);
+}
+
 TEST_F(Daemon, LeavesNeitherAProcessNorAFolderBehind)
 {
     SetAnswer(Answer("LISTENING"));
