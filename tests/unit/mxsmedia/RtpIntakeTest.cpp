@@ -1,0 +1,165 @@
+// Whose packets are taken, once, and what is counted for each path and for all of them.
+#include "mxs/media/RtpIntake.h"
+
+#include "mxs/media/Assembler.h"
+
+#include "Packets.h"
+
+#include <gtest/gtest.h>
+
+using namespace mxs::media;
+using namespace mxs::media::test;
+
+namespace
+{
+
+constexpr uint64_t kNow = 5'000'000'000;
+
+class RtpIntakeTest : public testing::Test
+{
+protected:
+    // True when the packet is taken; then its place is found, as by an assembler whose slot is open.
+    bool Take(RtpIntake& intake, uint32_t sequence, size_t path, uint64_t nowNs = kNow, PacketHead head = {})
+    {
+        head.sequence = sequence;
+        const Bytes packet = MakePacket(head, {});
+        const auto taken = intake.Take(packet, path, nowNs);
+        if (taken) intake.Fill(*taken);
+        if (taken) AfterSilence = taken->afterSilence;
+        return taken.has_value();
+    }
+
+    RtpIntake One{{.payloadType = 96}};
+    RtpIntake Two{{.payloadType = 96, .paths = 2}};
+    bool AfterSilence = false;
+};
+
+void ExpectPath(const RtpIntake& intake, size_t path, uint64_t received, uint64_t lost)
+{
+    EXPECT_EQ(intake.Counters().paths[path].received, received) << "path " << path;
+    EXPECT_EQ(intake.Counters().paths[path].lost, lost) << "path " << path;
+}
+
+} // namespace
+
+TEST_F(RtpIntakeTest, APacketOnTwoPathsIsTakenOnce)
+{
+    for (uint32_t sequence = 65530; sequence < 65530 + 10; ++sequence) // over the wrap
+    {
+        EXPECT_TRUE(Take(Two, sequence & 0xFFFF, 0));
+        EXPECT_FALSE(Take(Two, sequence & 0xFFFF, 1));
+    }
+    EXPECT_EQ(Two.Counters().duplicates, 10u);
+    EXPECT_EQ(Two.Counters().lost, 0u);
+    ExpectPath(Two, 0, 10, 0);
+    ExpectPath(Two, 1, 10, 0);
+}
+
+TEST_F(RtpIntakeTest, WhatOnePathLosesAndTheOtherBringsIsLostOnThatPathAlone)
+{
+    for (uint32_t sequence = 100; sequence < 120; ++sequence)
+    {
+        if (sequence % 5 != 3) Take(Two, sequence, 0);
+        if (sequence % 5 != 1 && sequence > 101) Take(Two, sequence, 1);
+    }
+    EXPECT_EQ(Two.Counters().lost, 0u);
+    ExpectPath(Two, 0, 16, 4); // 103, 108, 113, 118
+    ExpectPath(Two, 1, 15, 3); // begins with 102; 106, 111, 116
+}
+
+TEST_F(RtpIntakeTest, WhatNoPathBringsIsLostOnAll)
+{
+    for (uint32_t sequence = 100; sequence < 110; ++sequence)
+        for (const size_t path : {0u, 1u})
+            if (sequence != 105) Take(Two, sequence, path);
+
+    EXPECT_EQ(Two.Counters().lost, 1u);
+    ExpectPath(Two, 0, 9, 1);
+    ExpectPath(Two, 1, 9, 1);
+}
+
+TEST_F(RtpIntakeTest, APathThatDiesLosesNothingOfTheStream)
+{
+    for (uint32_t sequence = 0; sequence < 100; ++sequence)
+    {
+        if (sequence < 10 || sequence >= 90) Take(Two, sequence, 0);
+        EXPECT_EQ(Take(Two, sequence, 1), sequence >= 10 && sequence < 90);
+    }
+    EXPECT_EQ(Two.Counters().lost, 0u);
+    ExpectPath(Two, 0, 20, 80);
+    ExpectPath(Two, 1, 100, 0);
+}
+
+TEST_F(RtpIntakeTest, ALatePacketFillsTheGapThatItLeft)
+{
+    for (const uint32_t sequence : {10u, 11u, 14u})
+        Take(One, sequence, 0);
+    EXPECT_EQ(One.Counters().lost, 2u);
+    ExpectPath(One, 0, 3, 2);
+
+    Take(One, 12, 0);
+    EXPECT_EQ(One.Counters().lost, 1u);
+    ExpectPath(One, 0, 4, 1);
+}
+
+TEST_F(RtpIntakeTest, ALatePacketWithoutAPlaceStaysLost)
+{
+    Take(One, 10, 0);
+    Take(One, 12, 0);
+    PacketHead head;
+    head.sequence = 11;
+    const Bytes late = MakePacket(head, {});
+
+    ASSERT_TRUE(One.Take(late, 0, kNow)); // and nobody says Fill
+
+    EXPECT_EQ(One.Counters().lost, 1u);
+}
+
+TEST_F(RtpIntakeTest, AfterForgetAGapIsNoLossOnAnyPath)
+{
+    for (const size_t path : {0u, 1u})
+        Take(Two, 10, path);
+    Two.Forget();
+    for (const size_t path : {0u, 1u})
+        Take(Two, 500, path);
+
+    EXPECT_EQ(Two.Counters().lost, 0u);
+    ExpectPath(Two, 0, 2, 0);
+    ExpectPath(Two, 1, 2, 0);
+}
+
+TEST_F(RtpIntakeTest, AnotherSourceIsHeardAfterASecondOfSilence)
+{
+    Take(One, 10, 0);
+    EXPECT_FALSE(Take(One, 11, 0, kNow + kSilenceNs - 1, {.ssrc = 5}));
+    EXPECT_EQ(One.Counters().otherSource, 1u);
+    EXPECT_TRUE(Take(One, 900, 0, kNow + kSilenceNs, {.ssrc = 5}));
+    EXPECT_TRUE(AfterSilence);
+    EXPECT_EQ(One.Counters().ssrc, 5u);
+    EXPECT_EQ(One.Counters().lost, 0u);
+    EXPECT_FALSE(Take(One, 11, 0, kNow + kSilenceNs + 1));
+    EXPECT_TRUE(Take(One, 901, 0, kNow + kSilenceNs + 1, {.ssrc = 5}));
+    EXPECT_FALSE(AfterSilence);
+}
+
+TEST_F(RtpIntakeTest, WhatIsOfNoUseIsCountedByItsReasonAndOnNoPath)
+{
+    EXPECT_FALSE(Take(One, 1, 0, kNow, {.payloadType = 97}));
+    EXPECT_FALSE(One.Take(Bytes(11, 0x80), 0, kNow));
+    RtpIntake strict({.payloadType = 96, .ssrc = 7});
+    EXPECT_FALSE(Take(strict, 1, 0));
+
+    EXPECT_EQ(One.Counters().otherPayloadType, 1u);
+    EXPECT_EQ(One.Counters().malformed, 1u);
+    EXPECT_EQ(strict.Counters().otherSource, 1u);
+    ExpectPath(One, 0, 0, 0);
+}
+
+TEST_F(RtpIntakeTest, TheUpperHalfOfTheNumberCountsWhereThePayloadHasIt)
+{
+    RtpIntake extended({.payloadType = 96, .numbering = RtpIntake::Numbering::Extended});
+    EXPECT_TRUE(Take(extended, 0x0001'FFFF, 0));
+    EXPECT_TRUE(Take(extended, 0x0002'0003, 0));
+
+    EXPECT_EQ(extended.Counters().lost, 3u);
+}
