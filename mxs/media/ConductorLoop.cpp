@@ -69,6 +69,7 @@ struct Command
 {
     bool add = false;
     ConductorTask* task = nullptr;
+    bool* done = nullptr; // the caller's, who waits for it
 };
 
 } // namespace
@@ -132,13 +133,13 @@ struct ConductorLoop::State
         [[maybe_unused]] const ssize_t written = write(wakeDescriptor, &one, sizeof one);
     }
 
-    void Apply(const Command& command)
+    bool Apply(const Command& command)
     {
         const auto found = std::find_if(entries.begin(), entries.end(),
                                         [&](const auto& entry) { return entry->task == command.task; });
         if (command.add)
         {
-            if (found != entries.end()) return;
+            if (found != entries.end()) return true;
             auto entry = std::make_unique<Entry>();
             entry->task = command.task;
             entry->descriptor = command.task->WakeDescriptor();
@@ -147,46 +148,47 @@ struct ConductorLoop::State
                 epoll_event event{};
                 event.events = EPOLLIN;
                 event.data.ptr = entry.get();
-                epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, entry->descriptor, &event);
+                if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, entry->descriptor, &event) != 0) return false;
             }
             entries.push_back(std::move(entry));
-            return;
+            return true;
         }
-        if (found == entries.end()) return;
+        if (found == entries.end()) return true;
         if ((*found)->descriptor >= 0) epoll_ctl(epollDescriptor, EPOLL_CTL_DEL, (*found)->descriptor, nullptr);
         entries.erase(found);
+        return true;
     }
 
     void ApplyPending() // with `guard` held
     {
         for (const Command& command : pending)
-            Apply(command);
+            *command.done = Apply(command);
         pending.clear();
         finished = issued;
         commandsWaiting.store(false);
         commandsDone.notify_all();
     }
 
-    void Order(const Command& command)
+    bool Order(Command command)
     {
         std::unique_lock lock(guard);
-        if (!running)
-        {
-            Apply(command);
-            return;
-        }
+        if (!running) return Apply(command);
+        bool done = false;
+        command.done = &done;
         pending.push_back(command);
         const uint64_t ticket = ++issued;
         commandsWaiting.store(true); // the loop looks behind `guard` itself
         Wake();
         commandsDone.wait(lock, [&] { return finished >= ticket; });
+        return done;
     }
 
     // Runs what is woken or due; returns the time of the next deadline.
-    uint64_t RunTasks(uint64_t nowNs)
+    uint64_t RunTasks()
     {
+        const uint64_t startNs = MonotonicNs();
+        uint64_t nowNs = startNs;
         uint64_t next = kNever;
-        bool ran = false;
         for (const auto& entry : entries)
         {
             if (entry->woken || entry->dueNs <= nowNs)
@@ -195,11 +197,11 @@ struct ConductorLoop::State
                 entry->dueNs = entry->task->Run(nowNs);
                 windowBytes += entry->task->TakeBytesMoved();
                 packets.fetch_add(entry->task->TakePacketsMoved(), std::memory_order_relaxed);
-                ran = true;
+                nowNs = MonotonicNs(); // the next task does not pay for this one
             }
             next = std::min(next, entry->dueNs);
         }
-        if (ran) windowBusyNs += MonotonicNs() - nowNs;
+        windowBusyNs += nowNs - startNs;
         return next;
     }
 
@@ -273,7 +275,7 @@ struct ConductorLoop::State
                     break;
                 }
             }
-            const uint64_t nextTaskNs = RunTasks(MonotonicNs());
+            const uint64_t nextTaskNs = RunTasks();
             const uint64_t nextMeasureNs = Measure(MonotonicNs());
             Sleep(std::min(nextTaskNs, nextMeasureNs));
             if (nextMeasureNs == kNever) windowStartNs = MonotonicNs(); // the silence belongs to no second
@@ -354,9 +356,9 @@ bool ConductorLoop::IsRunning() const
     return Inner->running;
 }
 
-void ConductorLoop::Add(ConductorTask& task)
+bool ConductorLoop::Add(ConductorTask& task)
 {
-    Inner->Order({.add = true, .task = &task});
+    return Inner->Order({.add = true, .task = &task});
 }
 
 void ConductorLoop::Remove(ConductorTask& task)

@@ -42,8 +42,9 @@ public:
     bool IsRunning() const;
 
     // Both return when the loop's thread no longer runs (Remove) or already knows (Add) the task. Any thread but the
-    // loop's own. A loop that is not running keeps the tasks until it starts.
-    void Add(ConductorTask& task);
+    // loop's own. A loop that is not running keeps the tasks until it starts. Add is false when the system refuses to
+    // watch the task's descriptor: the loop does not know the task then.
+    bool Add(ConductorTask& task);
     void Remove(ConductorTask& task);
 
     double LoadPercent() const; // of the last full second

@@ -80,7 +80,11 @@ Outcome RtpReceiver::Start(ConductorLoop& conductor)
                                .paths = Network.connections.size(),
                                .queueDepth = Common.queueDepth},
                               *this);
-        conductor.Add(*this);
+        if (!conductor.Add(*this))
+        {
+            Release();
+            return {kNoSocketOrMemory, "The system lets the conductor watch no more sockets."};
+        }
     }
     catch (...) // nobody runs it, so nothing of it may stay
     {

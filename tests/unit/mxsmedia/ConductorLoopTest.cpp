@@ -2,11 +2,13 @@
 #include "mxs/media/ConductorLoop.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <sys/eventfd.h>
@@ -37,6 +39,7 @@ public:
     {
         if (withDescriptor) Descriptor = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     }
+    explicit CountingTask(const char* file) : Descriptor(open(file, O_RDONLY | O_CLOEXEC)) {}
     ~CountingTask() override
     {
         if (Descriptor >= 0) close(Descriptor);
@@ -50,6 +53,7 @@ public:
             uint64_t drained = 0;
             [[maybe_unused]] const ssize_t got = read(Descriptor, &drained, sizeof drained);
         }
+        std::this_thread::sleep_for(std::chrono::nanoseconds(BusyNs));
         std::lock_guard lock(Guard);
         ++Runs;
         LastCore = sched_getcpu();
@@ -77,6 +81,7 @@ public:
     }
 
     uint64_t IntervalNs = UINT64_MAX;
+    uint64_t BusyNs = 0; // of each run
     uint64_t BytesEachRun = 0;
     int LastCore = -1;
     uint64_t LastRunNs = 0;
@@ -88,6 +93,22 @@ private:
     uint64_t Runs = 0;
 };
 
+// A task's time in a loop: it leaves before it dies, however the test ends.
+class Member
+{
+public:
+    Member(ConductorLoop& loop, ConductorTask& task) : Loop(loop), Task(task) { EXPECT_TRUE(Loop.Add(Task)); }
+    ~Member() { Leave(); }
+    Member(const Member&) = delete;
+    Member& operator=(const Member&) = delete;
+
+    void Leave() { Loop.Remove(Task); }
+
+private:
+    ConductorLoop& Loop;
+    ConductorTask& Task;
+};
+
 } // namespace
 
 TEST(ConductorLoop, RunsATaskOnceWhenAddedAndThenOnlyWhenItsDescriptorWakesIt)
@@ -96,11 +117,11 @@ TEST(ConductorLoop, RunsATaskOnceWhenAddedAndThenOnlyWhenItsDescriptorWakesIt)
     CountingTask task(true);
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
 
-    loop.Add(task);
+    Member member(loop, task);
     task.AwaitRuns(1);
     task.Fire();
     task.AwaitRuns(2);
-    loop.Remove(task);
+    member.Leave();
 
     EXPECT_EQ(task.RunCount(), 2u);
     EXPECT_EQ(loop.TotalPackets(), 6u);
@@ -113,10 +134,10 @@ TEST(ConductorLoop, RunsATaskAgainAtItsDeadline)
     task.IntervalNs = 1'000'000;
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
 
-    loop.Add(task);
+    Member member(loop, task);
     task.AwaitRuns(5);
 
-    loop.Remove(task);
+    member.Leave();
     EXPECT_GE(task.RunCount(), 5u);
 }
 
@@ -127,7 +148,7 @@ TEST(ConductorLoop, RunsOnTheCoreThatWasAskedFor)
     CountingTask task;
     ASSERT_TRUE(loop.Start(core));
 
-    loop.Add(task);
+    const Member member(loop, task);
     task.AwaitRuns(1);
     loop.Stop();
 
@@ -152,11 +173,12 @@ TEST(ConductorLoop, ARemovedTaskIsNotRunAnyMore)
     CountingTask leaving(true);
     CountingTask staying(true);
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
-    loop.Add(leaving);
-    loop.Add(staying);
+    Member first(loop, leaving);
+    const Member second(loop, staying);
     leaving.AwaitRuns(1);
+    staying.AwaitRuns(1);
 
-    loop.Remove(leaving);
+    first.Leave();
     const uint64_t runs = leaving.RunCount();
     leaving.Fire();
     staying.Fire();
@@ -169,7 +191,7 @@ TEST(ConductorLoop, TasksOutliveAStopAndRunAgainAfterTheNextStart)
 {
     ConductorLoop loop;
     CountingTask task;
-    loop.Add(task); // not running yet
+    const Member member(loop, task); // not running yet
     EXPECT_EQ(task.RunCount(), 0u);
 
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
@@ -179,9 +201,7 @@ TEST(ConductorLoop, TasksOutliveAStopAndRunAgainAfterTheNextStart)
     const uint64_t runs = task.RunCount();
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
     task.AwaitRuns(runs + 1);
-
     loop.Stop();
-    loop.Remove(task);
 }
 
 TEST(ConductorLoop, ASecondStartIsRefusedWhileItRuns)
@@ -199,15 +219,42 @@ TEST(ConductorLoop, SleepsWhenNothingIsDue)
     ConductorLoop loop;
     CountingTask idle(true);
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
-    loop.Add(idle);
+    Member member(loop, idle);
     idle.AwaitRuns(1);
 
     idle.Fire();
     idle.AwaitRuns(2);
 
-    loop.Remove(idle);
+    member.Leave();
     EXPECT_EQ(idle.RunCount(), 2u); // a loop that spins would have run the task, due or not, far more often
     EXPECT_LT(loop.LoadPercent(), 50.0);
+}
+
+TEST(ConductorLoop, ATaskWhoseDescriptorCannotBeWatchedIsRefused)
+{
+    ConductorLoop loop;
+    CountingTask task("/dev/null"); // is always ready: epoll takes it not
+
+    EXPECT_FALSE(loop.Add(task));
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    EXPECT_FALSE(loop.Add(task));
+    loop.Stop();
+
+    EXPECT_EQ(task.RunCount(), 0u);
+}
+
+TEST(ConductorLoop, ATaskIsNotToldATimeFromBeforeTheTaskThatRanFirst)
+{
+    ConductorLoop loop;
+    CountingTask first, second;
+    first.BusyNs = 20'000'000;
+    const Member one(loop, first);
+    const Member other(loop, second);
+    ASSERT_TRUE(loop.Start(FirstAllowedCore()));
+    second.AwaitRuns(1);
+    loop.Stop();
+
+    EXPECT_GE(second.LastRunNs, first.LastRunNs + 20'000'000);
 }
 
 TEST(ConductorLoop, ShowsLoadAndThroughputOfTheSecondThatHasEnded)
@@ -218,7 +265,7 @@ TEST(ConductorLoop, ShowsLoadAndThroughputOfTheSecondThatHasEnded)
     task.BytesEachRun = 1000;
     ASSERT_TRUE(loop.Start(FirstAllowedCore()));
     EXPECT_EQ(loop.ThroughputBitsPerSecond(), 0u);
-    loop.Add(task);
+    const Member member(loop, task);
 
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(5);
     while (loop.ThroughputBitsPerSecond() == 0 && std::chrono::steady_clock::now() < limit)
@@ -228,7 +275,6 @@ TEST(ConductorLoop, ShowsLoadAndThroughputOfTheSecondThatHasEnded)
     EXPECT_LE(loop.ThroughputBitsPerSecond(), 8000u * 1001); // a run a millisecond is the most that the task asks for
     EXPECT_GT(loop.LoadPercent(), 0.0);
     EXPECT_LE(loop.LoadPercent(), 100.0);
-    loop.Remove(task);
 }
 
 TEST(ConductorLoop, ManyThreadsAddAndRemoveWhileTheLoopStartsAndStops)
@@ -252,9 +298,8 @@ TEST(ConductorLoop, ManyThreadsAddAndRemoveWhileTheLoopStartsAndStops)
                 for (int round = 0; round < 200; ++round)
                 {
                     CountingTask task(true);
-                    loop.Add(task);
+                    const Member member(loop, task); // the task dies behind it
                     task.Fire();
-                    loop.Remove(task); // from here on the task may die
                 }
             });
     for (auto& user : users)
