@@ -40,7 +40,7 @@ void Put32(std::span<uint8_t> to, size_t at, uint32_t value)
 AncillaryPacketizer::AncillaryPacketizer(const AncillaryConfig& config, const PacketizerSettings& settings)
     : PayloadType(settings.payloadType), Ssrc(settings.ssrc), Interlaced(config.interlaced), Places(config),
       Layout(LayoutOf(config)), FramePeriod(PeriodOf(config)),
-      FieldNs(FramePeriod.numerator * kNsPerSecond / FramePeriod.denominator / (Interlaced ? 2 : 1)),
+      FieldNs(Interlaced ? HalfNs(FramePeriod) : FramePeriod.numerator * kNsPerSecond / FramePeriod.denominator),
       Sequence(settings.firstSequence), Copy(kAncillaryBufferBytes)
 {
     // Each but the last of a field is so full that the next packet did not fit.

@@ -33,6 +33,10 @@ struct SlotPeriod
     uint64_t denominator = 1;
 };
 
+// From a frame's moment to that of its second field: half the period, rounded up so that the time of the field, in ticks
+// of the RTP clock, is never cut below a whole one.
+uint64_t HalfNs(SlotPeriod frame);
+
 // Datagrams one behind another, all of `datagramBytes` but the last, which may be shorter: what one system call sends.
 struct Burst
 {
@@ -57,6 +61,10 @@ public:
     // begin: a video slot begins on a frame, an audio slot on a packet.
     virtual SlotPeriod Period() const = 0;
     virtual SlotPeriod Raster() const = 0;
+
+    // How late a slot may be sent after the service was not run, if its period is not longer: the next ones follow at
+    // once until the delay is made up for. Without a flood of datagrams that is no good for frames of pictures.
+    virtual uint64_t CatchUpNs() const { return 100'000'000; }
 
     // Number of datagrams that make a burst of reasonable length: the sender wakes once for so many.
     virtual size_t BurstCount() const = 0;

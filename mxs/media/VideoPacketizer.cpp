@@ -91,7 +91,7 @@ VideoPacketizer::VideoPacketizer(const VideoConfig& video, const PacketizerSetti
       Fields(video.interlaced ? 2 : 1), Lines(LinesOfFields(video)),
       PiecesPerLine(PiecesOf(GroupsPerLine, Network.bytes)),
       GroupsPerPiece((GroupsPerLine + PiecesPerLine - 1) / PiecesPerLine), FramePeriod(PeriodOf(video)),
-      FrameNs(FramePeriod.numerator * kNsPerSecond / FramePeriod.denominator),
+      FrameNs(FramePeriod.numerator * kNsPerSecond / FramePeriod.denominator), SecondFieldNs(HalfNs(FramePeriod)),
       StartOffsetNs(StartOffsetOf(video, FrameNs)),
       FieldActiveNs(FrameNs / Fields * RasterOf(video).activeLines / RasterOf(video).totalLines),
       Burstful(std::clamp<size_t>(kBurstNs * Lines[0] * PiecesPerLine / std::max<uint64_t>(FieldActiveNs, 1), 1,
@@ -102,7 +102,6 @@ VideoPacketizer::VideoPacketizer(const VideoConfig& video, const PacketizerSetti
 
 uint32_t VideoPacketizer::TimestampOf(size_t field, const SlotTimes& times) const
 {
-    const uint64_t halfFrameNs = (FrameNs + 1) / 2;
     const auto find = [&](size_t wanted) -> const TimestampRecord*
     {
         const BufferPlace& place = Layout.buffers.at(static_cast<uint32_t>(wanted));
@@ -112,12 +111,12 @@ uint32_t VideoPacketizer::TimestampOf(size_t field, const SlotTimes& times) cons
         return found == times.timestamps.end() ? nullptr : &*found;
     };
     if (const TimestampRecord* own = find(field)) return own->value;
-    const uint32_t fromClock = RtpTimeOf(times.startTaiNs + field * halfFrameNs, kMediaClockHz);
+    const uint32_t fromClock = RtpTimeOf(times.startTaiNs + field * SecondFieldNs, kMediaClockHz);
     if (Fields == 1) return fromClock;
     // The application told the time of the other field alone: this one is half a frame away from it.
     const TimestampRecord* other = find(1 - field);
     if (!other) return fromClock;
-    return other->value + fromClock - RtpTimeOf(times.startTaiNs + (1 - field) * halfFrameNs, kMediaClockHz);
+    return other->value + fromClock - RtpTimeOf(times.startTaiNs + (1 - field) * SecondFieldNs, kMediaClockHz);
 }
 
 size_t VideoPacketizer::Begin(std::span<const uint8_t> slot, const SlotTimes& times)
@@ -133,7 +132,7 @@ uint64_t VideoPacketizer::OffsetNs(size_t index) const
     const size_t inFirst = size_t{PiecesPerLine} * Lines[0];
     const size_t field = index < inFirst ? 0 : 1;
     const uint64_t inField = index - field * inFirst;
-    return StartOffsetNs + field * FrameNs / 2 + inField * FieldActiveNs / (uint64_t{PiecesPerLine} * Lines[field]);
+    return StartOffsetNs + field * SecondFieldNs + inField * FieldActiveNs / (uint64_t{PiecesPerLine} * Lines[field]);
 }
 
 VideoPacketizer::Piece VideoPacketizer::PieceAt(size_t index) const

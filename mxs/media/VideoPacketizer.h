@@ -21,6 +21,7 @@ public:
 
     SlotPeriod Period() const override { return FramePeriod; }
     SlotPeriod Raster() const override { return FramePeriod; }
+    uint64_t CatchUpNs() const override { return 10'000'000; } // of threads that are put to sleep at the wrong time
     size_t BurstCount() const override { return Burstful; }
     size_t Begin(std::span<const uint8_t> slot, const SlotTimes& times) override;
     uint64_t OffsetNs(size_t index) const override;
@@ -53,6 +54,7 @@ private:
     const uint32_t GroupsPerPiece; // of all but the last of a line, which may have less
     const SlotPeriod FramePeriod;
     const uint64_t FrameNs;
+    const uint64_t SecondFieldNs; // from the slot's moment to that of the second field
     const uint64_t StartOffsetNs; // from the slot's moment to its first packet
     const uint64_t FieldActiveNs; // in which the packets of a field leave
     const size_t Burstful;

@@ -220,9 +220,9 @@ TEST(AncillaryPacketizer, TheSecondFieldBeginsHalfAFrameLaterAndManyPacketsStayI
     const size_t count = packetizer.Begin(SlotOf({{0, PlaylistOf(sections)}}), {});
 
     ASSERT_EQ(count, 106u);
-    EXPECT_EQ(packetizer.OffsetNs(1), 79'444u); // half of 16 683 333 ns by 105
-    EXPECT_LT(packetizer.OffsetNs(104), 16'683'333u / 2);
-    EXPECT_EQ(packetizer.OffsetNs(105), 16'683'333u);
+    EXPECT_EQ(packetizer.OffsetNs(1), 79'444u); // half of 16 683 334 ns by 105
+    EXPECT_LT(packetizer.OffsetNs(104), 16'683'334u / 2);
+    EXPECT_EQ(packetizer.OffsetNs(105), 16'683'334u); // 16,683,333.3 rounded up
     for (size_t i = 1; i < count; ++i)
         EXPECT_LE(packetizer.OffsetNs(i - 1), packetizer.OffsetNs(i));
 }
@@ -235,6 +235,34 @@ TEST(AncillaryPacketizer, WithoutATimestampOfTheApplicationTheClockGivesIt)
     ASSERT_EQ(datagrams.size(), 2u);
     EXPECT_EQ(datagrams[0], AncDatagram({.sequence = 0x1FFFF, .timestamp = 180000, .marker = true, .field = 2}));
     EXPECT_EQ(datagrams[1], AncDatagram({.sequence = 0x20000, .timestamp = 181501, .marker = true, .field = 3}));
+}
+
+TEST(AncillaryPacketizer, TheTimeOfTheSecondFieldIsThatOfVideo)
+{
+    const struct
+    {
+        uint32_t fields;
+        bool fractional;
+        uint64_t halfNs;
+        uint32_t ticks; // from a frame's moment of 0
+    } cases[] = {
+        {60, false, 16'666'667, 1500},
+        {50, false, 20'000'000, 1800},
+        {30, false, 33'333'334, 3000},
+        {60, true, 16'683'334, 1501}, // of 1501.5
+    };
+    for (const auto& each : cases)
+    {
+        AncillaryConfig config = Interlaced1080();
+        config.framerate = each.fields;
+        config.fractional = each.fractional;
+        AncillaryPacketizer packetizer(config, kSettings);
+        const auto datagrams = DatagramsOf(packetizer, SlotOf({}), {});
+        ASSERT_EQ(datagrams.size(), 2u);
+        EXPECT_EQ(packetizer.OffsetNs(1), each.halfNs) << each.fields;
+        EXPECT_EQ(datagrams[1],
+                  AncDatagram({.sequence = 0x20000, .timestamp = each.ticks, .marker = true, .field = 3}));
+    }
 }
 
 TEST(AncillaryPacketizer, ThePeriodIsThatOfAFrame)

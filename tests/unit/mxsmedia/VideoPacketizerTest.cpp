@@ -186,6 +186,31 @@ TEST(VideoPacketizer, PacketsAreDueOverTheActiveLinesOfTheRaster)
     EXPECT_EQ(i1080.OffsetNs(4319), 20'782'222u + 19'191'111);
 }
 
+TEST(VideoPacketizer, TheSecondFieldIsHalfAFrameBehindTheFirstRoundedUp)
+{
+    const struct
+    {
+        uint32_t fields;
+        bool fractional;
+        uint64_t halfNs;
+        uint32_t ticks; // from a frame's moment of 0
+    } cases[] = {
+        {60, false, 16'666'667, 1500},
+        {50, false, 20'000'000, 1800},
+        {30, false, 33'333'334, 3000},
+        {60, true, 16'683'334, 1501}, // of 1501.5
+    };
+    for (const auto& each : cases)
+    {
+        VideoConfig video = Video(1920, 4, each.fields, true);
+        video.fractional = each.fractional;
+        VideoPacketizer packets(video, kSettings);
+        const size_t count = packets.Begin(Bytes(LayoutOf(video).lockSize), {});
+        EXPECT_EQ(packets.OffsetNs(count / 2) - packets.OffsetNs(0), each.halfNs) << each.fields;
+        EXPECT_EQ(TimestampsOf(video, {}), (std::vector<uint32_t>{0, each.ticks})) << each.fields;
+    }
+}
+
 TEST(VideoPacketizer, TheFirstPacketLeavesAtTheConfiguredOffset)
 {
     VideoConfig video = Video(1920, 1080, 50);
