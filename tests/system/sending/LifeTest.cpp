@@ -58,6 +58,8 @@ void ExpectAPictureArrives(Session& session)
     sender.Put({Picture()}, {4711});
     const std::vector<SlotBuffer> slot = TakeSlot(receiver);
     ASSERT_EQ(1u, slot.size());
+    EXPECT_TRUE(slot[0].losses.empty()) << slot[0].losses.size() << " holes, the first at "
+                                        << slot[0].losses[0].Position_UL << " of " << slot[0].losses[0].Size_UL;
     EXPECT_TRUE(slot[0].bytes == Picture());
     EXPECT_EQ(4711u, slot[0].timestamps.at(0).Value_UL);
 }
