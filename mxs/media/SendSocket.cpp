@@ -38,12 +38,14 @@ sockaddr_in AddressOf(uint32_t ip, uint16_t port)
     return address;
 }
 
-// A connected socket tells of an earlier datagram that nobody was there to take; the one at hand was not sent.
+// A connected socket tells of what became of an earlier datagram, and the one at hand was not sent: a second attempt
+// shows its own error. `firstError` is the one before, 0 when there was none.
 template <class Call>
-auto RepeatOnce(Call&& call)
+auto RepeatOnce(Call&& call, int& firstError)
 {
     auto result = call();
-    if (result < 0 && (errno == ECONNREFUSED || errno == EINTR)) result = call();
+    firstError = result < 0 ? errno : 0;
+    if (result < 0 && errno != EAGAIN && errno != ENOBUFS) result = call();
     return result;
 }
 
@@ -121,7 +123,8 @@ size_t SendSocket::Send(std::span<const uint8_t> bytes, size_t datagramBytes)
     const size_t count = (bytes.size() + datagramBytes - 1) / datagramBytes;
     if (Segmentation && count > 1)
     {
-        if (SendSegmented(bytes, datagramBytes)) return count;
+        int firstError = 0;
+        if (SendSegmented(bytes, datagramBytes, firstError)) return count;
         // The interface does not take part, or the datagrams are longer than its packets: the stack cuts neither.
         const bool refused = errno == EINVAL || errno == EIO || errno == EMSGSIZE || errno == EOPNOTSUPP;
         if (!refused)
@@ -129,14 +132,14 @@ size_t SendSocket::Send(std::span<const uint8_t> bytes, size_t datagramBytes)
             Error.store(errno, std::memory_order_relaxed);
             return 0;
         }
-        Segmentation = false;
+        if (errno == firstError) Segmentation = false; // else one of the two was that of an earlier datagram
     }
     const size_t taken = SendOneByOne(bytes, datagramBytes);
     if (taken < count) Error.store(errno, std::memory_order_relaxed);
     return taken;
 }
 
-bool SendSocket::SendSegmented(std::span<const uint8_t> bytes, size_t datagramBytes)
+bool SendSocket::SendSegmented(std::span<const uint8_t> bytes, size_t datagramBytes, int& firstError)
 {
     iovec place{const_cast<uint8_t*>(bytes.data()), bytes.size()};
     alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof(uint16_t))> control{};
@@ -151,7 +154,7 @@ bool SendSocket::SendSegmented(std::span<const uint8_t> bytes, size_t datagramBy
     part->cmsg_len = CMSG_LEN(sizeof(uint16_t));
     const auto segmentBytes = static_cast<uint16_t>(datagramBytes);
     std::memcpy(CMSG_DATA(part), &segmentBytes, sizeof segmentBytes);
-    return RepeatOnce([&] { return sendmsg(Handle, &message, MSG_NOSIGNAL); }) >= 0;
+    return RepeatOnce([&] { return sendmsg(Handle, &message, MSG_NOSIGNAL); }, firstError) >= 0;
 }
 
 size_t SendSocket::SendOneByOne(std::span<const uint8_t> bytes, size_t datagramBytes)
@@ -171,7 +174,8 @@ size_t SendSocket::SendOneByOne(std::span<const uint8_t> bytes, size_t datagramB
             ++count;
         }
         // A call that stops in the middle does not say why; the next one does.
-        const int sent = RepeatOnce([&] { return sendmmsg(Handle, messages.data(), count, MSG_NOSIGNAL); });
+        int firstError = 0;
+        const int sent = RepeatOnce([&] { return sendmmsg(Handle, messages.data(), count, MSG_NOSIGNAL); }, firstError);
         if (sent <= 0) break;
         taken += static_cast<size_t>(sent);
     }

@@ -43,7 +43,7 @@ private:
     bool SetMulticast(const ConnectionConfig& connection, uint8_t defaultMulticastTtl);
     bool SetPriority(uint8_t dscp);
     void GrowBuffer(uint64_t bufferBytes);
-    bool SendSegmented(std::span<const uint8_t> bytes, size_t datagramBytes);
+    bool SendSegmented(std::span<const uint8_t> bytes, size_t datagramBytes, int& firstError);
     size_t SendOneByOne(std::span<const uint8_t> bytes, size_t datagramBytes);
 
     const int Handle;

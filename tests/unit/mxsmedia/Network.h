@@ -105,6 +105,16 @@ public:
         return heard;
     }
 
+    // The same of a datagram that nobody wants to read: where it came from.
+    sockaddr_in HearSender() const
+    {
+        sockaddr_in from{};
+        socklen_t size = sizeof from;
+        uint8_t byte = 0;
+        recvfrom(Handle, &byte, 1, 0, reinterpret_cast<sockaddr*>(&from), &size);
+        return from;
+    }
+
     uint16_t Port = 0;
 
 private:

@@ -107,6 +107,73 @@ TEST(SendSocket, ThatNobodyListensIsNoLoss)
         EXPECT_EQ(socket->Send(bytes, 100), 4u);
 }
 
+// Tells the sender of a datagram that it did not arrive, as a router on the way would.
+class Router
+{
+public:
+    Router() : Handle(socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP)) {}
+    ~Router()
+    {
+        if (Handle >= 0) close(Handle);
+    }
+    Router(const Router&) = delete;
+    Router& operator=(const Router&) = delete;
+
+    bool MayTell() const { return Handle >= 0; }
+
+    // A message of destination unreachable of this code; `mtu` goes with "fragmentation needed".
+    void Tell(uint8_t code, uint16_t mtu, const sockaddr_in& sender, uint32_t to, uint16_t port) const
+    {
+        Bytes message{3, code, 0, 0, 0, 0};
+        Put16(message, mtu);
+        const Bytes header{0x45, 0, 0, 128, 0, 0, 0, 0, 64, IPPROTO_UDP, 0, 0}; // of the datagram, without addresses
+        message.insert(message.end(), header.begin(), header.end());
+        Put32(message, ntohl(sender.sin_addr.s_addr));
+        Put32(message, to);
+        Put16(message, ntohs(sender.sin_port));
+        Put16(message, port);
+        Put32(message, 108u << 16);
+        uint32_t sum = 0;
+        for (size_t at = 0; at < message.size(); at += 2)
+            sum += uint32_t{message[at]} << 8 | message[at + 1];
+        sum = (sum & 0xFFFF) + (sum >> 16);
+        sum = ~((sum & 0xFFFF) + (sum >> 16));
+        message[2] = static_cast<uint8_t>(sum >> 8);
+        message[3] = static_cast<uint8_t>(sum);
+        const sockaddr_in back = AddressOf(ntohl(sender.sin_addr.s_addr), 0);
+        EXPECT_EQ(
+            sendto(Handle, message.data(), message.size(), 0, reinterpret_cast<const sockaddr*>(&back), sizeof back),
+            static_cast<ssize_t>(message.size()));
+    }
+
+private:
+    const int Handle;
+};
+
+TEST(SendSocket, WhatBecameOfAnEarlierDatagramTakesNoneOfTheNext)
+{
+    const Router router;
+    if (!router.MayTell()) GTEST_SKIP() << "needs the right to raw sockets";
+    constexpr uint32_t kPlace = 0x7F000042; // of this test alone
+    constexpr uint8_t kNetworkUnknown = 6, kHostUnknown = 7, kFragmentationNeeded = 4;
+    for (const uint8_t code : {kNetworkUnknown, kHostUnknown, kFragmentationNeeded})
+        for (const size_t count : {size_t{1}, size_t{4}}) // alone, and cut by the kernel
+        {
+            const Listener listener(kPlace);
+            const auto socket = Open(LoopbackConnection(kPlace, listener.Port));
+            const bool cuts = socket->HasSegmentation();
+            socket->Send(Bytes(10), 10);
+            const sockaddr_in sender = listener.HearSender();
+            router.Tell(code, 65535, sender, kPlace, listener.Port); // delivered when it is sent
+
+            const Bytes bytes = Pattern(count * 100, 5);
+            EXPECT_EQ(socket->Send(bytes, 100), count) << int{code};
+
+            EXPECT_EQ(listener.Hear().bytes, Bytes(bytes.begin(), bytes.begin() + 100));
+            EXPECT_EQ(socket->HasSegmentation(), cuts) << int{code};
+        }
+}
+
 TEST(SendSocket, AnAddressThatTheMachineDoesNotHaveIsToldInASentence)
 {
     ConnectionConfig connection = LoopbackConnection(kLoopback, 5000);
