@@ -22,6 +22,9 @@ constexpr uint32_t kWrongState = 9;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr uint64_t kDefaultBuffer = 4 << 20; // some bursts; what the socket cannot hold is lost
 
+// How late a datagram of a slot that has begun may be sent, if the slot's period is not longer.
+constexpr uint64_t kLongestHoldNs = 100'000'000;
+
 // Bursts before other streams of the conductor run.
 constexpr int kBurstsEachRun = 16;
 
@@ -77,7 +80,11 @@ Outcome RtpSender::Start(ConductorLoop& conductor)
         }
         ResetCounters();
         MakePackets();
-        conductor.Add(*this);
+        if (!conductor.Add(*this))
+        {
+            Release();
+            return {kNoSocketOrMemory, "The system lets the conductor watch no more sockets."};
+        }
     }
     catch (...) // nobody runs it, so nothing of it may stay
     {
@@ -145,7 +152,7 @@ void RtpSender::MakePackets()
     const uint32_t firstSequence = random() & 0xFFFF;
     Packets =
         MakePacketizer(Essence, {.payloadType = Network.payloadType, .ssrc = Ssrc, .firstSequence = firstSequence});
-    Schedule.emplace(Packets->Raster(), Packets->Period());
+    Schedule.emplace(Packets->Raster(), Packets->Period(), Packets->CatchUpNs());
 }
 
 uint64_t RtpSender::Run(uint64_t nowNs)
@@ -163,7 +170,10 @@ uint64_t RtpSender::Run(uint64_t nowNs)
                 PauseWork(nowNs);
                 return dueNs;
             }
-            SendBurst();
+            if (nowNs > dueNs + std::max(Schedule->ToleranceNs(), kLongestHoldNs))
+                GiveUpSlot();
+            else
+                SendBurst();
         }
         nowNs = MonotonicNs();
         if (Next >= Count) EndSlot(nowNs);
@@ -176,6 +186,7 @@ uint64_t RtpSender::BeginSlot()
 {
     const uint64_t taiNs = Clock.TaiNs();
     const uint64_t nowNs = MonotonicNs();
+    Add(Shown.underruns, Schedule->HeldOff(taiNs, nowNs));
     if (const uint64_t waitNs = Schedule->WaitNs(taiNs); waitNs > 0) return nowNs + waitNs;
     uint8_t* address = nullptr;
     if (Rail->LockConsumer(&Consumer, Layout.lockSize, 0, &Slot) != FLOW_RAIL_OK ||
@@ -235,6 +246,16 @@ void RtpSender::SendBurst()
     Add(Shown.processed, most);
     Add(Shown.lost, burst.count - most);
     Next += burst.count;
+}
+
+// The conductor was stopped, or the machine stood still: what is so old is of no use to anybody.
+void RtpSender::GiveUpSlot()
+{
+    for (PublishedPath& path : ShownPaths)
+        Add(path.lost, Count - Next);
+    Add(Shown.lost, Count - Next);
+    while (Next < Count) // written all the same: receivers find a gap in the numbers
+        Next += Packets->Write(Next, std::min(Next + Packets->BurstCount(), Count), Room).count;
 }
 
 void RtpSender::EndSlot(uint64_t nowNs)
@@ -307,9 +328,10 @@ void RtpSender::TellLost() const
         const uint64_t here = ShownPaths[path].lost.load(std::memory_order_relaxed);
         if (here == 0) continue;
         const ConnectionConfig& connection = Network.connections[path];
+        const int error = Sockets[path]->LastError();
         Say(std::to_string(here) + " packets to " + AddressText(connection.destinationIp) + ", port " +
             std::to_string(connection.destinationPort) +
-            " could not be sent: " + std::strerror(Sockets[path]->LastError()) + ".");
+            " could not be sent: " + (error ? std::strerror(error) : "the conductor has not run in time") + ".");
     }
 }
 

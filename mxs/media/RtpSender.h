@@ -54,6 +54,7 @@ private:
     void NoteMissing(uint64_t taiNs, uint64_t nowNs);
     size_t ReadTimestamps();
     void SendBurst();
+    void GiveUpSlot();
     void EndSlot(uint64_t nowNs);
     void PauseWork(uint64_t nowNs);
     void ResetCounters();

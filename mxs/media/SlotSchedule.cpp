@@ -13,7 +13,7 @@ __extension__ using Wide = unsigned __int128;
 
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr uint64_t kLeastPollNs = 1'000'000;
-constexpr uint64_t kLeastToleranceNs = 10'000'000; // of threads that are put to sleep at the wrong time
+constexpr uint64_t kLeastLeadNs = 10'000'000; // a moment far ahead is that of a clock that has stepped back
 
 // Rounded up: a moment that falls on a tick of the RTP clock is never counted for the tick before it.
 uint64_t NsOf(SlotPeriod span, uint64_t count)
@@ -30,10 +30,10 @@ uint64_t Quotient(SlotPeriod whole, SlotPeriod part)
 
 } // namespace
 
-SlotSchedule::SlotSchedule(SlotPeriod raster, SlotPeriod period)
+SlotSchedule::SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs)
     : Raster(raster), PeriodLengthNs(NsOf(period, 1)), PeriodMoments(Quotient(period, raster)),
       PollMoments((kLeastPollNs + NsOf(raster, 1) - 1) / NsOf(raster, 1)),
-      ToleranceNs(std::max(PeriodLengthNs, kLeastToleranceNs))
+      LongestDelayNs(std::max(PeriodLengthNs, leastToleranceNs))
 {
 }
 
@@ -47,10 +47,25 @@ uint64_t SlotSchedule::LatestMoment(uint64_t taiNs) const
     return static_cast<uint64_t>(Wide{taiNs} * Raster.denominator / (Wide{Raster.numerator} * kNsPerSecond));
 }
 
+bool SlotSchedule::IsTooLate(uint64_t taiNs) const
+{
+    return taiNs > TimeOf(Moment) + LongestDelayNs;
+}
+
+uint64_t SlotSchedule::HeldOff(uint64_t taiNs, uint64_t monotonicNs)
+{
+    const bool stepped = taiNs > AskedTaiNs + (monotonicNs - AskedMonotonicNs) + LongestDelayNs;
+    AskedTaiNs = taiNs;
+    AskedMonotonicNs = monotonicNs;
+    if (!SentAny || stepped || !IsTooLate(taiNs)) return 0;
+    const uint64_t due = Moment;
+    Moment = LatestMoment(taiNs) + 1;
+    return Waiting ? PeriodsBegun(monotonicNs) : (Moment - due) / PeriodMoments;
+}
+
 uint64_t SlotSchedule::WaitNs(uint64_t taiNs)
 {
-    const uint64_t moment = TimeOf(Moment);
-    const bool far = taiNs > moment + ToleranceNs || moment > taiNs + 2 * ToleranceNs;
+    const bool far = IsTooLate(taiNs) || TimeOf(Moment) > taiNs + 2 * std::max(PeriodLengthNs, kLeastLeadNs);
     if (!Aligned || far)
     {
         Moment = LatestMoment(taiNs) + 1;
@@ -78,6 +93,12 @@ uint64_t SlotSchedule::Missed(uint64_t taiNs, uint64_t monotonicNs)
         PeriodEndNs = monotonicNs - sinceMomentNs + PeriodLengthNs;
         return 1;
     }
+    return PeriodsBegun(monotonicNs);
+}
+
+// Since the latest period without a slot.
+uint64_t SlotSchedule::PeriodsBegun(uint64_t monotonicNs)
+{
     // The moments of the two clocks drift apart a little.
     const uint64_t reachedNs = monotonicNs + PeriodLengthNs / 8;
     if (reachedNs < PeriodEndNs) return 0;

@@ -12,34 +12,44 @@ namespace mxs::media
 class SlotSchedule
 {
 public:
-    // `period` is a whole number of `raster`s.
-    SlotSchedule(SlotPeriod raster, SlotPeriod period);
+    // `period` is a whole number of `raster`s. A slot that is late by `leastToleranceNs`, or by its period if that is
+    // longer, may still be sent.
+    SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs);
+
+    // To be called before WaitNs: how many periods have passed without a slot because nobody asked, too many to be
+    // caught up with. `monotonicNs` is the same moment as `taiNs` on a clock that does not step: a step of the other one
+    // takes no period away.
+    uint64_t HeldOff(uint64_t taiNs, uint64_t monotonicNs);
 
     // Time until a slot may begin, 0: now, and the slot's moment is MomentNs. Begins anew with the next moment of the
-    // raster when the clock has stepped, or nobody asked, by more than a period (and 10 ms).
+    // raster when the clock has stepped, or nobody asked for longer than the tolerance.
     uint64_t WaitNs(uint64_t taiNs);
     uint64_t MomentNs() const { return TimeOf(Moment); }
 
     // What came of a moment that was due: a slot, or none. The second returns how many periods without a slot have
-    // begun since the latest one; before the first slot there are none. `monotonicNs` is the same moment as `taiNs` on
-    // a clock that does not step.
+    // begun since the latest one; before the first slot there are none.
     void Began();
     uint64_t Missed(uint64_t taiNs, uint64_t monotonicNs);
 
-    uint64_t PeriodNs() const { return PeriodLengthNs; }
+    // How late a slot, or a part of it, may be sent.
+    uint64_t ToleranceNs() const { return LongestDelayNs; }
 
 private:
     uint64_t TimeOf(uint64_t moment) const;
     uint64_t LatestMoment(uint64_t taiNs) const;
+    bool IsTooLate(uint64_t taiNs) const;
+    uint64_t PeriodsBegun(uint64_t monotonicNs);
 
     const SlotPeriod Raster;
     const uint64_t PeriodLengthNs;
     const uint64_t PeriodMoments;
     const uint64_t PollMoments; // from one look to the next while there is no slot
-    const uint64_t ToleranceNs;
+    const uint64_t LongestDelayNs;
 
     bool Aligned = false;
-    uint64_t Moment = 0; // the next one, in rasters since the epoch
+    uint64_t Moment = 0;     // the next one, in rasters since the epoch
+    uint64_t AskedTaiNs = 0; // when HeldOff was asked
+    uint64_t AskedMonotonicNs = 0;
     bool SentAny = false;
     bool Waiting = false;     // the latest moment had no slot
     uint64_t PeriodEndNs = 0; // monotonic, of the latest period without a slot

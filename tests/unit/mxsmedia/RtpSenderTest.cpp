@@ -286,6 +286,30 @@ TEST_F(RtpSenderTest, AClockThatStepsIsFollowed)
     }
 }
 
+TEST_F(RtpSenderTest, WhatAConductorThatWasStoppedHeldForTooLongIsLostAndNotSentAtOnce)
+{
+    Video.framerate = 1; // its four packets are a quarter of a second apart
+    StartAndAttach();
+    Commit(Picture(1));
+    const Bytes first = Receiver.Hear().bytes;
+    Loop.Stop();
+    const uint64_t sent = Stream->Counters().transferredPackets;
+    ASSERT_LT(sent, 4u);
+    for (uint64_t packet = 1; packet < sent; ++packet)
+        Receiver.Hear();
+    std::this_thread::sleep_for(std::chrono::milliseconds(2000)); // a period behind the last of them
+    ASSERT_TRUE(Loop.Start(static_cast<uint32_t>(AnyCore())));
+    Commit(Picture(2));
+
+    const std::vector<Bytes> packets = HearFrame(Receiver);
+    EXPECT_EQ(PictureOf(packets), Picture(2));
+    const auto number = [](const Bytes& packet) { return packet[2] << 8 | packet[3]; };
+    EXPECT_EQ(number(packets[0]), (number(first) + 4) & 0xFFFF);
+    ASSERT_TRUE(Await([&] { return Stream->Counters().processedPackets == sent + 4; }));
+    EXPECT_EQ(Stream->Counters().lostPackets, 4 - sent);
+    EXPECT_EQ(Stream->Counters().paths[0].lost, 4 - sent);
+}
+
 TEST_F(RtpSenderTest, AStoppedStreamLeavesNoRingAndStartsAgain)
 {
     StartAndAttach();

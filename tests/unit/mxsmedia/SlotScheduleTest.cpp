@@ -10,13 +10,14 @@ namespace
 
 constexpr uint64_t kMs = 1'000'000;
 constexpr uint64_t kSecond = 1'000'000'000;
+constexpr uint64_t kTolerance = 10 * kMs;
 constexpr SlotPeriod k25{1, 25}, k5994{1001, 60000}, k1ms{1, 1000}, k50ms{50, 1000};
 
 } // namespace
 
 TEST(SlotSchedule, TheFirstSlotWaitsForTheNextMomentOfTheRaster)
 {
-    SlotSchedule schedule(k25, k25);
+    SlotSchedule schedule(k25, k25, kTolerance);
 
     EXPECT_EQ(schedule.WaitNs(1000 * kSecond + 1), 40 * kMs - 1);
     EXPECT_EQ(schedule.MomentNs(), 1000 * kSecond + 40 * kMs);
@@ -28,7 +29,7 @@ TEST(SlotSchedule, TheFirstSlotWaitsForTheNextMomentOfTheRaster)
 
 TEST(SlotSchedule, MomentsOfAFractionalRateNeverDrift)
 {
-    SlotSchedule schedule(k5994, k5994);
+    SlotSchedule schedule(k5994, k5994, kTolerance);
     // 1001 s are exactly 60,000 frames: so is every multiple of 1001 s.
     const uint64_t whole = 1001 * 1'700'000 * kSecond;
     schedule.WaitNs(whole - 1);
@@ -44,7 +45,7 @@ TEST(SlotSchedule, MomentsOfAFractionalRateNeverDrift)
 
 TEST(SlotSchedule, SlotsOfSeveralRastersFollowOneAnotherByTheirPeriod)
 {
-    SlotSchedule schedule(k1ms, k50ms);
+    SlotSchedule schedule(k1ms, k50ms, kTolerance);
     schedule.WaitNs(7 * kSecond + 500);
     EXPECT_EQ(schedule.MomentNs(), 7 * kSecond + 1 * kMs);
     schedule.Began();
@@ -53,7 +54,7 @@ TEST(SlotSchedule, SlotsOfSeveralRastersFollowOneAnotherByTheirPeriod)
 
 TEST(SlotSchedule, BeforeTheFirstSlotNothingIsMissed)
 {
-    SlotSchedule schedule(k25, k25);
+    SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     for (int frame = 0; frame < 10; ++frame)
     {
@@ -65,7 +66,7 @@ TEST(SlotSchedule, BeforeTheFirstSlotNothingIsMissed)
 TEST(SlotSchedule, EachPeriodWithoutASlotIsMissedOnce)
 {
     constexpr uint64_t kBoot = 90 * kSecond; // the monotonic clock is behind by this
-    SlotSchedule schedule(k25, k25);
+    SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
     schedule.Began();
@@ -85,7 +86,7 @@ TEST(SlotSchedule, EachPeriodWithoutASlotIsMissedOnce)
 
 TEST(SlotSchedule, LongSlotsAreLookedForAtEachMomentAndMissedOnceAPeriod)
 {
-    SlotSchedule schedule(k1ms, k50ms);
+    SlotSchedule schedule(k1ms, k50ms, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
     schedule.Began();
@@ -106,7 +107,7 @@ TEST(SlotSchedule, LongSlotsAreLookedForAtEachMomentAndMissedOnceAPeriod)
 
 TEST(SlotSchedule, ShortRastersAreNotLookedAtMoreOftenThanOnceAMillisecond)
 {
-    SlotSchedule schedule({1, 8000}, {1, 8000});
+    SlotSchedule schedule({1, 8000}, {1, 8000}, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
     EXPECT_EQ(tai, 100 * kSecond + 125'000);
@@ -117,7 +118,7 @@ TEST(SlotSchedule, ShortRastersAreNotLookedAtMoreOftenThanOnceAMillisecond)
 
 TEST(SlotSchedule, AStallOfMoreThanAPeriodBeginsAnewOnTheRaster)
 {
-    SlotSchedule schedule(k25, k25);
+    SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
     schedule.Began();
@@ -128,9 +129,85 @@ TEST(SlotSchedule, AStallOfMoreThanAPeriodBeginsAnewOnTheRaster)
     EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + 160 * kMs);
 }
 
+TEST(SlotSchedule, AStallThatIsNotTooLongIsMadeUpForSlotBySlot)
+{
+    SlotSchedule schedule(k1ms, k1ms, 100 * kMs);
+    uint64_t tai = 100 * kSecond;
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+    tai += 100 * kMs; // 99 ms after the next moment
+    for (uint64_t slot = 2; slot <= 101; ++slot)
+    {
+        EXPECT_EQ(schedule.HeldOff(tai, tai), 0u);
+        EXPECT_EQ(schedule.WaitNs(tai), 0u);
+        EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + slot * kMs);
+        schedule.Began();
+    }
+    EXPECT_EQ(schedule.WaitNs(tai), 1 * kMs);
+}
+
+TEST(SlotSchedule, PeriodsThatPassWhileNobodyAsksAreCounted)
+{
+    const struct
+    {
+        SlotPeriod raster, period;
+        uint64_t stallNs; // from the moment that is due
+        uint64_t missed, waitNs;
+    } cases[] = {
+        {k25, k25, 40 * kMs, 0, 0}, // may still be sent
+        {k25, k25, 45 * kMs, 2, 35 * kMs},
+        {k25, k25, 1001 * kMs, 26, 39 * kMs},
+        {k1ms, k1ms, 150 * kMs + 300'000, 151, 700'000},
+        {k1ms, k50ms, 170 * kMs, 3, 1 * kMs}, // 171 ms
+    };
+    for (const auto& each : cases)
+    {
+        constexpr uint64_t kBoot = 90 * kSecond;
+        SlotSchedule schedule(each.raster, each.period, kTolerance);
+        uint64_t tai = 100 * kSecond;
+        EXPECT_EQ(schedule.HeldOff(tai, tai - kBoot), 0u);
+        tai += schedule.WaitNs(tai);
+        schedule.Began();
+        EXPECT_EQ(schedule.HeldOff(tai, tai - kBoot), 0u);
+        tai += schedule.WaitNs(tai) + each.stallNs;
+
+        EXPECT_EQ(schedule.HeldOff(tai, tai - kBoot), each.missed) << each.stallNs;
+        EXPECT_EQ(schedule.WaitNs(tai), each.waitNs) << each.stallNs;
+        EXPECT_EQ(schedule.HeldOff(tai, tai - kBoot), 0u);
+    }
+}
+
+TEST(SlotSchedule, PeriodsOfAStallAreCountedOnceWhenThereWasNoSlotBefore)
+{
+    SlotSchedule schedule(k25, k25, kTolerance);
+    uint64_t tai = 100 * kSecond;
+    schedule.HeldOff(tai, tai);
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+    tai += schedule.WaitNs(tai);
+    EXPECT_EQ(schedule.Missed(tai, tai), 1u); // 80 ms
+
+    tai += 200 * kMs; // 120 to 280 ms
+    EXPECT_EQ(schedule.HeldOff(tai, tai), 5u);
+    tai += schedule.WaitNs(tai);
+    EXPECT_EQ(schedule.Missed(tai, tai), 1u);
+}
+
+TEST(SlotSchedule, AStepOfTheClockTakesNoPeriodAway)
+{
+    SlotSchedule schedule(k25, k25, kTolerance);
+    uint64_t tai = 100 * kSecond, monotonic = 7 * kSecond;
+    schedule.HeldOff(tai, monotonic);
+    tai += schedule.WaitNs(tai);
+    schedule.Began();
+
+    EXPECT_EQ(schedule.HeldOff(tai + 1000 * kSecond, monotonic + 40 * kMs), 0u);
+    EXPECT_EQ(schedule.WaitNs(tai + 1000 * kSecond), 40 * kMs);
+}
+
 TEST(SlotSchedule, AClockThatStepsIsFollowed)
 {
-    SlotSchedule schedule(k25, k25);
+    SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
     schedule.Began();
