@@ -3,6 +3,8 @@
 
 #include "Network.h"
 
+#include <netinet/udp.h>
+
 #include <gtest/gtest.h>
 
 using namespace mxs::media;
@@ -20,6 +22,16 @@ std::unique_ptr<SendSocket> Open(const ConnectionConfig& connection)
     auto made = SendSocket::Open(connection, kDefaultTtl, kBuffer, error);
     EXPECT_TRUE(made) << error;
     return made;
+}
+
+// Asked of a socket of the test's own.
+bool KernelCutsBursts()
+{
+    const int probe = ::socket(AF_INET, SOCK_DGRAM, 0);
+    const int segmentBytes = 1000;
+    const bool cuts = ::setsockopt(probe, IPPROTO_UDP, UDP_SEGMENT, &segmentBytes, sizeof segmentBytes) == 0;
+    ::close(probe);
+    return cuts;
 }
 
 uint32_t GroupOfThisProcess()
@@ -44,6 +56,7 @@ TEST(SendSocket, ABurstArrivesAsItsDatagrams)
         ASSERT_EQ(listener.Hear().bytes, Bytes(begin, begin + static_cast<std::ptrdiff_t>(length))) << at;
     }
     EXPECT_EQ(socket->LastError(), 0);
+    EXPECT_EQ(socket->HasSegmentation(), KernelCutsBursts());
 }
 
 TEST(SendSocket, WhatTheKernelDoesNotCutIsSentOneByOneFromThenOn)

@@ -28,11 +28,11 @@ protected:
     }
     void SetUp() override { Make(SmallVideo()); }
 
-    void Push(const Bytes& packet) { Maker->Push(packet, 0, NowNs); }
-    void Push(const std::vector<Bytes>& packets)
+    void Push(const Bytes& packet, size_t path = 0) { Maker->Push(packet, path, NowNs); }
+    void Push(const std::vector<Bytes>& packets, size_t path = 0)
     {
         for (const Bytes& packet : packets)
-            Push(packet);
+            Push(packet, path);
     }
     void Wait(uint64_t ns)
     {
@@ -172,13 +172,20 @@ TEST_F(AssemblerTest, TwoPathsWithLossesOfTheirOwnMakeWholeFrames)
 {
     const auto packets = Frame(Picture(1), 100, 1000);
     const auto next = Frame(Picture(2), 104, 4600);
-    Push({packets[0], packets[2], packets[3]}); // path A lost one
-    Push({packets[0], packets[1], packets[2]}); // path B another
-    Push({next[0], next[1], next[1], next[2], next[3]});
+    Make(SmallVideo(), {.payloadType = 96, .paths = 2});
+    Push({packets[0], packets[2], packets[3]}, 0); // lost one
+    Push({packets[0], packets[1], packets[2]}, 1); // another
+    Push(next, 0);
+    Push({next[1], next[2]}, 1); // and one more
 
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
     EXPECT_EQ(Count().intake.lost, 0u);
+    ASSERT_EQ(Count().intake.paths.size(), 2u);
+    EXPECT_EQ(Count().intake.paths[0].received, 7u);
+    EXPECT_EQ(Count().intake.paths[0].lost, 1u); // number 101
+    EXPECT_EQ(Count().intake.paths[1].received, 5u);
+    EXPECT_EQ(Count().intake.paths[1].lost, 2u); // numbers 103 and 104
 }
 
 TEST_F(AssemblerTest, AMissingPacketIsBlackAndMarked)
