@@ -176,7 +176,7 @@ TEST_F(AssemblerTest, TwoPathsWithLossesOfTheirOwnMakeWholeFrames)
     Push({packets[0], packets[2], packets[3]}, 0); // lost one
     Push({packets[0], packets[1], packets[2]}, 1); // another
     Push(next, 0);
-    Push({next[1], next[2]}, 1); // and one more
+    Push({next[1], next[2], next[3]}, 1); // and one more
 
     ASSERT_EQ(Slots().size(), 2u);
     EXPECT_EQ(Slots()[0].bytes, Picture(1));
@@ -184,7 +184,7 @@ TEST_F(AssemblerTest, TwoPathsWithLossesOfTheirOwnMakeWholeFrames)
     ASSERT_EQ(Count().intake.paths.size(), 2u);
     EXPECT_EQ(Count().intake.paths[0].received, 7u);
     EXPECT_EQ(Count().intake.paths[0].lost, 1u); // number 101
-    EXPECT_EQ(Count().intake.paths[1].received, 5u);
+    EXPECT_EQ(Count().intake.paths[1].received, 6u);
     EXPECT_EQ(Count().intake.paths[1].lost, 2u); // numbers 103 and 104
 }
 
