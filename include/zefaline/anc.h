@@ -25,9 +25,9 @@ typedef struct ZEFA_ANC_PACKET
 
 /** @name Packets of a slot
  *  The five functions are for the thread that holds the slot, from ZEFA_LockSlot to ZEFA_UnlockSlot. They write no
- *  trace. They wait for a ZEFA_StopStream of another thread, which ends all packets. The first of them on a slot of a
- *  receive stream asks for the slot's buffers as ZEFA_GetSlotBuffer does, and so waits for a ZEFA_LockSlot or a
- *  ZEFA_GetStreamCommonStatus of another thread, too.
+ *  trace. They wait for a ZEFA_StopStream of another thread, which ends all packets: do not touch one after it, also
+ *  when it failed. The first of them on a slot of a receive stream asks for the slot's buffers as ZEFA_GetSlotBuffer
+ *  does, and so waits for a ZEFA_LockSlot or a ZEFA_GetStreamCommonStatus of another thread, too.
  *
  *  On a receive stream the first of them on a slot reads the playlists of all sixteen buffers; packets then point into
  *  the slot. The call that finds a damaged playlist fails with ZEFA_ERR_OPERATION_FAILED, and with

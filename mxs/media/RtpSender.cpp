@@ -170,12 +170,14 @@ uint64_t RtpSender::Run(uint64_t nowNs)
                 PauseWork(nowNs);
                 return dueNs;
             }
-            if (nowNs > dueNs + std::max(Schedule->ToleranceNs(), kLongestHoldNs))
+            // Being late by one's own work is no reason: a slow machine sends late, and all of it.
+            if (nowNs > std::max(dueNs, ActiveNs) + std::max(Schedule->ToleranceNs(), kLongestHoldNs))
                 GiveUpSlot();
             else
                 SendBurst();
         }
         nowNs = MonotonicNs();
+        ActiveNs = nowNs;
         if (Next >= Count) EndSlot(nowNs);
     }
     PauseWork(nowNs);
@@ -200,6 +202,7 @@ uint64_t RtpSender::BeginSlot()
     Schedule->Began();
     Shown.waiting.store(false, std::memory_order_relaxed);
     SlotStartNs = nowNs - (taiNs - startTaiNs);
+    ActiveNs = nowNs;
     const std::span timestamps(Timestamps.data(), ReadTimestamps());
     Next = 0;
     Count = Packets->Begin({address, Layout.lockSize}, {.startTaiNs = startTaiNs, .timestamps = timestamps});

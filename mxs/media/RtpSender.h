@@ -84,6 +84,7 @@ private:
     std::array<TimestampRecord, kMostTimestamps> Timestamps{};
     void* Slot = nullptr;     // null: none is being sent
     uint64_t SlotStartNs = 0; // its moment on the monotonic clock
+    uint64_t ActiveNs = 0;    // when the slot was last worked on
     size_t Count = 0;         // its datagrams
     size_t Next = 0;          // the first of them that is not sent
     uint64_t BytesMoved = 0;
