@@ -14,10 +14,13 @@ function(zefaline_test name)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
     # A warning that test data sets off without reason when the compiler optimises hard.
     target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
-    # The assertion macros take most of a build's time when they are optimised; what they test keeps its optimisation.
-    # System tests compare whole pictures themselves.
+    # The assertion macros take most of a build's time when they are optimised or instrumented; what they test keeps its
+    # optimisation and its checks of undefined behaviour. System tests compare whole pictures themselves.
     if(NOT "system" IN_LIST ARG_LABELS)
         target_compile_options(${name} PRIVATE -O0)
+    endif()
+    if(ZEFALINE_SANITIZE STREQUAL "address")
+        target_compile_options(${name} PRIVATE -fno-sanitize=undefined)
     endif()
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
