@@ -1,7 +1,7 @@
 # zefaline_fuzz(name SOURCES ... LIBS ... CORPUS folder [DICTIONARY file])
 # With ZEFALINE_SANITIZE=fuzz a libFuzzer program with a short run as its test; in every other build a program that
 # replays the corpus once.
-set(ZEFALINE_FUZZ_SECONDS 15 CACHE STRING "length of the short run of each fuzz target")
+set(ZEFALINE_FUZZ_SECONDS 10 CACHE STRING "length of the short run of each fuzz target")
 # All fuzz targets: what the fuzz build needs.
 add_custom_target(fuzz_targets)
 set(zefaline_replay_main ${CMAKE_CURRENT_LIST_DIR}/ReplayMain.cpp)
