@@ -305,13 +305,13 @@ TEST_F(Ptp, StatusIsCopiedFieldByField)
     EXPECT_EQ(status.PeerMeanPathDelay_D, 1953.5);
     EXPECT_EQ(status.LogAnnounceInterval_B, -2);
     EXPECT_EQ(identity(status.PortIdentity.ClockIdentity_UB), own);
-    EXPECT_EQ(status.PortIdentity.PortNumber_US, 1);
+    EXPECT_EQ(+status.PortIdentity.PortNumber_US, 1);
     EXPECT_EQ(status.PortState_E, ZEFA_PTP_PORT_STATE_SLAVE);
     EXPECT_EQ(status.StepsRemoved_US, 2);
     EXPECT_EQ(status.OffsetFromMaster_D, -391.5);
     EXPECT_EQ(status.MeanPathDelay_D, 2045.25);
     EXPECT_EQ(identity(status.ParentPortIdentity.ClockIdentity_UB), parent);
-    EXPECT_EQ(status.ParentPortIdentity.PortNumber_US, 258);
+    EXPECT_EQ(+status.ParentPortIdentity.PortNumber_US, 258);
     EXPECT_EQ(status.ParentStats_B, 1);
     EXPECT_EQ(status.ObservedParentOffsetScaledLogVariance_US, 65535);
     EXPECT_EQ(status.ObservedParentClockPhaseChangeRate_L, -5);
