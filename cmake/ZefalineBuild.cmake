@@ -53,3 +53,10 @@ function(zefaline_add_folders)
         add_subdirectory(${folder})
     endforeach()
 endfunction()
+
+# For targets of many heavy headers and no media: instrumented code of theirs takes long to optimise.
+function(zefaline_quick_when_sanitized target)
+    if(ZEFALINE_SANITIZE MATCHES "address|thread")
+        target_compile_options(${target} PRIVATE -O0)
+    endif()
+endfunction()

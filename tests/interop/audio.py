@@ -50,8 +50,8 @@ class Case:
 
 def formats(peer, direction):
     prefix = ("From" if direction == "receive" else "To") + peer.capitalize()
-    for bits, channels, packet_us in ((16, 2, 1000), (16, 2, 125), (16, 8, 1000), (16, 8, 125),
-                                      (24, 2, 1000), (24, 2, 125), (24, 8, 1000), (24, 8, 125)):
+    # Every pair of two of the three comes up once.
+    for bits, channels, packet_us in ((16, 2, 1000), (16, 8, 125), (24, 2, 125), (24, 8, 1000)):
         duration = "1ms" if packet_us == 1000 else "125us"
         yield f"{prefix}L{bits}x{channels}at{duration}", Case(peer, direction, bits, channels, packet_us)
     yield f"{prefix}Multicast", Case(peer, direction, group="239.100.1.30")
