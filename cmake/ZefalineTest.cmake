@@ -39,3 +39,12 @@ function(zefaline_test name)
         set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${labels_file})
     endif()
 endfunction()
+
+# zefaline_alone(tests ...): tests of this folder that run with no other beside them. A relay that has to wait for its
+# turn delays one path so much that the other is given up.
+function(zefaline_alone)
+    list(JOIN ARGN " " names)
+    set(file ${CMAKE_CURRENT_BINARY_DIR}/alone.cmake)
+    file(WRITE ${file} "set_tests_properties(${names} PROPERTIES RUN_SERIAL TRUE)\n")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${file})
+endfunction()
