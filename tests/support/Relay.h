@@ -53,8 +53,10 @@ public:
     explicit UdpSocket(const Endpoint& local = {})
     {
         Descriptor = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        const int room = 4 << 20;
-        ::setsockopt(Descriptor, SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
+        // Room for frames that come while nobody reads. The first way goes past the system's limit, where it may.
+        const int room = 16 << 20;
+        if (::setsockopt(Descriptor, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room) != 0)
+            ::setsockopt(Descriptor, SOL_SOCKET, SO_RCVBUF, &room, sizeof room);
         ::setsockopt(Descriptor, SOL_SOCKET, SO_SNDBUF, &room, sizeof room);
         const sockaddr_in name = local.Name();
         if (Descriptor < 0 || ::bind(Descriptor, reinterpret_cast<const sockaddr*>(&name), sizeof name) != 0)
@@ -73,14 +75,14 @@ public:
         if (sent < 0 && errno != ECONNREFUSED) throw std::runtime_error(std::string("send: ") + std::strerror(errno));
     }
 
-    // Nothing when there is nothing.
-    std::optional<Bytes> Receive()
+    // False when there is nothing; else `bytes` holds the datagram, in memory that is used again.
+    bool Receive(Bytes& bytes)
     {
-        Bytes bytes(2048);
+        bytes.resize(2048);
         const auto received = ::recv(Descriptor, bytes.data(), bytes.size(), MSG_DONTWAIT);
-        if (received < 0) return {};
+        if (received < 0) return false;
         bytes.resize(size_t(received));
-        return bytes;
+        return true;
     }
 
     int Descriptor = -1;
@@ -131,9 +133,17 @@ private:
         while (!Ended)
         {
             ::poll(waits.data(), waits.size(), 20);
-            for (size_t path = 0; path < Paths.size(); ++path)
-                while (const std::optional<Bytes> packet = Sockets[path]->Receive())
-                    Handle(path, *packet);
+            // Paths take turns, packet by packet: none falls behind because another one is busy.
+            for (bool more = true; more && !Ended;)
+            {
+                more = false;
+                for (size_t path = 0; path < Paths.size(); ++path)
+                    if (Sockets[path]->Receive(Packet))
+                    {
+                        more = true;
+                        Handle(path, Packet);
+                    }
+            }
         }
     }
 
@@ -159,6 +169,7 @@ private:
     const Rule Decide;
     std::vector<std::unique_ptr<UdpSocket>> Sockets;
     UdpSocket Out;
+    Bytes Packet;
     std::vector<std::deque<HeldPacket>> Held;
     std::optional<uint16_t> FirstSequence;
     std::atomic<bool> Ended{false};
