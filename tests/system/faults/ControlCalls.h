@@ -1,0 +1,69 @@
+// The exported functions that talk to the service, each with what must stand before it and what undoes it.
+#pragma once
+
+#include "system/audio/AudioRoad.h"
+
+#include <functional>
+#include <future>
+#include <span>
+#include <string>
+
+namespace test
+{
+
+// An application with something of everything, and the one whose conductor it shares.
+class World
+{
+public:
+    explicit World(const std::string& url);
+    ~World();
+    World(const World&) = delete;
+    World& operator=(const World&) = delete;
+
+    ZEFA_HANDLE Context() const { return Own.Context; }
+    ZEFA_HANDLE Stream() const { return Receiver.Handle; }
+
+    uint64_t Core = 0, Interface = 0;
+    uint64_t Conductor = 0;       // of this context, with a core; stopped
+    uint64_t SharedConductor = 0; // of another context
+    uint64_t Made = 0;            // a conductor that a call has made, or is to destroy
+    ZEFA_HANDLE MadeStream = nullptr;
+    ZEFA_STREAM_COMMON_CONFIG Common{};
+    std::unique_ptr<ZEFA_STREAM_NETWORK_CONFIG> Network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
+    ZEFA_ESSENCE_CONFIG Essence{};
+
+private:
+    ZEFA_HANDLE Other = nullptr;
+    std::future<void> EndOfOther; // waited for last: each context waits up to a second for its watchdog
+    Session Own;
+    AudioStream Receiver; // configured and closed
+};
+
+struct ControlCall
+{
+    using Step = void (*)(World& world);
+
+    const char* name;
+    ZEFA_ERRORCODE expected; // when nothing is in its way
+    // What the call has read is appended to `told`, as far as it does not change by itself.
+    ZEFA_ERRORCODE (*make)(World& world, std::string& told);
+    Step enter = nullptr;   // once, before all
+    Step prepare = nullptr; // before each
+    Step undo = nullptr;    // after each, whether it has succeeded or not
+    Step leave = nullptr;   // once, after all
+    // Its last exchange may fail without the call failing.
+    bool lastMayFail = false;
+    // What it makes at the service stays there when the answer is lost, until the context ends.
+    bool leavesWhatIsLost = false;
+};
+
+// All but the two that make and end a context.
+std::span<const ControlCall> ControlCalls();
+
+// One that sends something fails on a connection that has ended while nobody used it, and there may be several of those.
+inline constexpr int kAttempts = 4;
+
+// A call that has to succeed within the attempts.
+void Settle(const std::function<ZEFA_ERRORCODE()>& call);
+
+} // namespace test

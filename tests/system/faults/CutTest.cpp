@@ -1,0 +1,366 @@
+// The service dies at each point of each exported call: a proxy cuts the connection behind every byte of the request
+// and of the answer. The call has to answer, what it tells has to be whole, and the next one has to work.
+//     system_faults_cut           a choice of places: both ends, all ends of lines, some between
+//     system_faults_cut --every   every byte, both ways to end; and a service that never answers
+#include "ControlCalls.h"
+#include "CuttingProxy.h"
+#include "Leftovers.h"
+
+#include <cstdio>
+#include <future>
+
+using namespace test;
+
+// A context that was not created, or whose end was not answered, cannot be reached any more and keeps its watchdog.
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:ZEFA_CreateMXSContext\nleak:ZEFA_CreateStream\nleak:libcpprest\n";
+}
+
+namespace
+{
+
+constexpr ZEFA_ERRORCODE kGood = ZEFA_NO_ERROR;
+bool everyByte = false;
+
+struct Cut
+{
+    Direction direction;
+    size_t bytes;
+    Afterwards afterwards;
+};
+
+std::ostream& operator<<(std::ostream& to, const Cut& cut)
+{
+    return to << cut.bytes << " bytes of the " << NameOf(cut.direction)
+              << (cut.afterwards == Afterwards::NobodyAnswers ? ", then nobody" : "");
+}
+
+enum class Ways
+{
+    Both, // each cut comes in both ways, when there is every byte
+    InTurn
+};
+
+// A choice of places, or all of them.
+void AddCuts(Direction direction, const std::string& text, Ways ways, std::vector<Cut>& cuts)
+{
+    constexpr size_t kEnds = 3, kStride = 47;
+    const bool both = everyByte && ways == Ways::Both;
+    for (size_t at = 0; at <= text.size(); ++at)
+    {
+        const bool endOfLine = at >= 2 && text.compare(at - 2, 2, "\r\n") == 0;
+        if (!everyByte && !endOfLine && at >= kEnds && at + kEnds <= text.size() && at % kStride != 0) continue;
+        const bool alone = cuts.size() % 2 == 0;
+        if (both || alone) cuts.push_back({direction, at, Afterwards::OnlyThisConnectionEnds});
+        if (both || !alone) cuts.push_back({direction, at, Afterwards::NobodyAnswers});
+    }
+}
+
+std::vector<Cut> CutsOf(const std::string& request, const std::string& answer, Ways ways)
+{
+    std::vector<Cut> cuts;
+    AddCuts(Direction::Request, request, ways, cuts);
+    AddCuts(Direction::Answer, answer, ways, cuts);
+    return cuts;
+}
+
+// Where the head of the last answer ends: before that there is no result.
+size_t EndOfTheLastHead(const std::string& answers)
+{
+    return answers.rfind("\r\n\r\n") + 4;
+}
+
+struct Figures
+{
+    size_t cuts = 0, failures = 0;
+
+    void Print(const std::string& name, const std::string& request, const std::string& answer) const
+    {
+        std::printf("%-32s request %5zu bytes, answer %5zu bytes: %5zu places, %5zu errors\n", name.c_str(),
+                    request.size(), answer.size(), cuts, failures);
+    }
+};
+
+class Cuts : public testing::Test
+{
+protected:
+    Cuts()
+    {
+        { // the HTTP library keeps a thread and some descriptors from its first exchange on
+            const World first(Proxy.Url());
+        }
+        ExpectNoConnections();
+        Before = HoldingsOf(::getpid());
+        ServiceBefore = HoldingsOf(Service.ProcessId());
+    }
+
+    void ExpectNoConnections()
+    {
+        EXPECT_TRUE(Await([&] { return Proxy.OpenConnections() == 0; })) << Proxy.OpenConnections();
+    }
+
+    // A context that nobody can reach any more has its watchdog still, and its connections with it.
+    void ExpectNothingLeft(size_t lostContexts = 0)
+    {
+        const size_t threads = Before.threads + lostContexts;
+        EXPECT_TRUE(Await([&] { return HoldingsOf(::getpid()).threads <= threads; }))
+            << HoldingsOf(::getpid()) << ", before " << Before << ", lost " << lostContexts;
+        EXPECT_TRUE(Await([&] { return RailsOf(Service.ProcessId()).empty(); }));
+        if (lostContexts > 0) return;
+        ExpectNoConnections();
+        EXPECT_TRUE(Await([&] { return HoldingsOf(::getpid()).NoMoreThan(Before); }))
+            << HoldingsOf(::getpid()) << ", before " << Before;
+        EXPECT_TRUE(Await([&] { return HoldingsOf(Service.ProcessId()).NoMoreThan(ServiceBefore); }))
+            << "the service: " << HoldingsOf(Service.ProcessId()) << ", before " << ServiceBefore;
+    }
+
+    static constexpr int kTimeToLive = 5; // seconds
+    MxsProcess Service{{"--context-ttl", std::to_string(kTimeToLive)}};
+    CuttingProxy Proxy{uint16_t(std::stoul(Service.Port()))};
+    Holdings Before, ServiceBefore;
+};
+
+void Step(ControlCall::Step step, World& world)
+{
+    if (step) step(world);
+}
+
+// Cuts the call at its places. `world` is made anew when the service holds too much that nobody knows of.
+void PlayCuts(CuttingProxy& proxy, std::unique_ptr<World>& world, const ControlCall& call)
+{
+    constexpr size_t kMostLosses = 60; // a service has room for 128 conductors
+    SCOPED_TRACE(call.name);
+    Step(call.enter, *world);
+    Step(call.prepare, *world);
+    std::string wholeTold;
+    proxy.Watch();
+    EXPECT_EQ(call.expected, call.make(*world, wholeTold));
+    const std::string request = proxy.PassedIn(Direction::Request), answer = proxy.PassedIn(Direction::Answer);
+    Step(call.undo, *world);
+    ASSERT_FALSE(request.empty() || answer.empty());
+
+    Figures figures;
+    size_t losses = 0;
+    for (const Cut& cut : CutsOf(request, answer, Ways::Both))
+    {
+        if (testing::Test::HasFailure()) break;
+        Step(call.prepare, *world);
+        std::string told;
+        proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
+        const ZEFA_ERRORCODE result = call.make(*world, told);
+        const bool wasCut = proxy.Heal();
+        ++figures.cuts;
+        figures.failures += result != kGood;
+
+        EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
+        if (result == kGood)
+        {
+            EXPECT_TRUE(told == wholeTold) << "half is told as the whole: " << cut;
+        }
+        const bool noAnswerLeft = wasCut && cut.afterwards == Afterwards::NobodyAnswers &&
+                                  (cut.direction == Direction::Request || cut.bytes < EndOfTheLastHead(answer));
+        if (noAnswerLeft && !call.lastMayFail)
+        {
+            EXPECT_NE(kGood, result) << cut;
+        }
+        uint64_t version = 0;
+        EXPECT_EQ(kGood, ZEFA_GetMXSStatus(world->Context(), &version)) << "the next call after " << cut;
+        Step(call.undo, *world);
+        if (call.leavesWhatIsLost && result != kGood && ++losses % kMostLosses == 0)
+        {
+            world.reset();
+            world = std::make_unique<World>(proxy.Url());
+        }
+    }
+    Step(call.leave, *world);
+    figures.Print(call.name, request, answer);
+}
+
+// Ends contexts beside each other: each waits up to a second for its watchdog. Returns how many the service refused.
+size_t DestroyAll(std::vector<ZEFA_HANDLE>& contexts)
+{
+    const auto destroy = [](ZEFA_HANDLE context)
+    {
+        ZEFA_ERRORCODE result = ZEFA_DestroyMXSContext(context);
+        for (int attempt = 0; attempt < kAttempts && result != kGood; ++attempt)
+            result = ZEFA_DestroyMXSContext(context);
+        return result;
+    };
+    std::vector<std::future<ZEFA_ERRORCODE>> ends;
+    for (const ZEFA_HANDLE context : contexts)
+        ends.push_back(std::async(std::launch::async, destroy, context));
+    contexts.clear();
+    size_t refused = 0;
+    for (std::future<ZEFA_ERRORCODE>& end : ends)
+        refused += end.get() != kGood;
+    return refused;
+}
+
+constexpr size_t kContextsAtOnce = 40, kLostAtOnce = 100; // a service has room for 256
+
+TEST_F(Cuts, AtEachPointOfEachCallAreAnErrorAndTheNextCallWorks)
+{
+    auto world = std::make_unique<World>(Proxy.Url());
+    for (const ControlCall& call : ControlCalls())
+        if (!HasFailure()) PlayCuts(Proxy, world, call);
+    world.reset();
+    ExpectNothingLeft();
+}
+
+TEST_F(Cuts, AtEachPointOfMakingAContextLeaveAWatchdogAtMost)
+{
+    std::vector<ZEFA_HANDLE> contexts(1);
+    Proxy.Watch();
+    ASSERT_EQ(kGood, ZEFA_CreateMXSContext(Proxy.Url().c_str(), &contexts[0]));
+    const std::string request = Proxy.PassedIn(Direction::Request), answer = Proxy.PassedIn(Direction::Answer);
+    Figures figures;
+    size_t lost = 0;
+    for (const Cut& cut : CutsOf(request, answer, Ways::InTurn))
+    {
+        ZEFA_HANDLE context = nullptr;
+        Proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
+        const ZEFA_ERRORCODE result = ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context);
+        Proxy.Heal();
+        ++figures.cuts;
+        figures.failures += result != kGood;
+        EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
+        if (result == kGood)
+        {
+            EXPECT_NE(nullptr, context) << cut;
+        }
+        // Authenticated and nothing more: the handle is there, and good.
+        if (context)
+            contexts.push_back(context);
+        else if (++lost % kLostAtOnce == 0) // until the service forgets them
+            std::this_thread::sleep_for(std::chrono::seconds(kTimeToLive + 1));
+        if (contexts.size() < kContextsAtOnce) continue;
+        EXPECT_EQ(0u, DestroyAll(contexts));
+    }
+    EXPECT_EQ(0u, DestroyAll(contexts));
+    figures.Print("CreateMXSContext", request, answer);
+    {
+        const World next(Proxy.Url());
+    }
+    ExpectNothingLeft(lost);
+}
+
+TEST_F(Cuts, AtEachPointOfEndingAContextLeaveItUsableOrAWatchdogAtMost)
+{
+    ZEFA_HANDLE context = nullptr;
+    ASSERT_EQ(kGood, ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context));
+    Proxy.Watch();
+    ASSERT_EQ(kGood, ZEFA_DestroyMXSContext(context));
+    const std::string request = Proxy.PassedIn(Direction::Request), answer = Proxy.PassedIn(Direction::Answer);
+    Figures figures;
+    std::vector<ZEFA_HANDLE> known, doubtful; // whose end the service has not heard of, and may have
+    size_t lost = 0, index = 0;
+    for (const Cut& cut : CutsOf(request, answer, Ways::InTurn))
+    {
+        if (!everyByte && index++ % 3 != 0) continue; // each that succeeds waits up to a second for its watchdog
+        ASSERT_EQ(kGood, ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context));
+        Proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
+        const ZEFA_ERRORCODE result = ZEFA_DestroyMXSContext(context);
+        Proxy.Heal();
+        ++figures.cuts;
+        figures.failures += result != kGood;
+        EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
+        const bool unheard = cut.direction == Direction::Request && cut.bytes < request.size();
+        if (result != kGood) (unheard ? known : doubtful).push_back(context);
+        if (known.size() + doubtful.size() < kContextsAtOnce) continue;
+        EXPECT_EQ(0u, DestroyAll(known));
+        lost += DestroyAll(doubtful);
+    }
+    EXPECT_EQ(0u, DestroyAll(known));
+    lost += DestroyAll(doubtful);
+    figures.Print("DestroyMXSContext", request, answer);
+    {
+        const World next(Proxy.Url());
+    }
+    ExpectNothingLeft(lost);
+}
+
+// Nothing stands before these and nothing is left by them.
+std::vector<ControlCall> CallsThatChangeNothing()
+{
+    std::vector<ControlCall> calls;
+    for (const ControlCall& call : ControlCalls())
+        if (!call.enter && !call.prepare && !call.undo && !call.leave) calls.push_back(call);
+    return calls;
+}
+
+TEST_F(Cuts, ADamagedByteOfTheAnswerIsAnErrorOrAnotherValueAndTheNextCallWorks)
+{
+    World world(Proxy.Url());
+    for (const ControlCall& call : CallsThatChangeNothing())
+    {
+        SCOPED_TRACE(call.name);
+        std::string told;
+        Proxy.Watch();
+        ASSERT_EQ(call.expected, call.make(world, told));
+        const std::string request = Proxy.PassedIn(Direction::Request), answer = Proxy.PassedIn(Direction::Answer);
+        Figures figures;
+        for (size_t place = 0; place < answer.size() && !HasFailure(); place += everyByte ? 1 : 29)
+        {
+            Proxy.Spoil(place);
+            const ZEFA_ERRORCODE result = call.make(world, told);
+            Proxy.Heal();
+            ++figures.cuts;
+            figures.failures += result != kGood;
+            EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << place;
+            uint64_t version = 0;
+            EXPECT_EQ(kGood, ZEFA_GetMXSStatus(world.Context(), &version)) << "the next call after " << place;
+        }
+        figures.Print(call.name, request, answer);
+    }
+}
+
+TEST_F(Cuts, AnswersThatComeTwiceEndNoCallForEver)
+{
+    World world(Proxy.Url());
+    for (const ControlCall& call : CallsThatChangeNothing())
+    {
+        SCOPED_TRACE(call.name);
+        Proxy.Hurt(Harm::Twice);
+        for (int times = 0; times < 3; ++times) // the second copy may be taken for the answer to the next one
+        {
+            std::string told;
+            EXPECT_LE(call.make(world, told), ZEFA_ERR_COMMUNICATION);
+        }
+        Proxy.HealOnNewConnections();
+        std::string told;
+        Settle([&] { return call.make(world, told) == call.expected ? kGood : ZEFA_ERR_FATAL; });
+    }
+}
+
+// The HTTP library waits for half a minute: all calls wait side by side.
+TEST_F(Cuts, AServiceThatNeverAnswersEndsNoCallForEver)
+{
+    if (!everyByte) GTEST_SKIP() << "takes half a minute: system_faults_cut --every";
+    World world(Proxy.Url());
+    Proxy.Hurt(Harm::Silence);
+    std::vector<std::future<ZEFA_ERRORCODE>> results;
+    for (const ControlCall& call : CallsThatChangeNothing())
+        results.push_back(std::async(std::launch::async,
+                                     [&world, make = call.make]
+                                     {
+                                         std::string told;
+                                         return make(world, told);
+                                     }));
+    for (std::future<ZEFA_ERRORCODE>& result : results)
+        EXPECT_NE(kGood, result.get());
+
+    Proxy.HealOnNewConnections();
+    uint64_t version = 0;
+    EXPECT_EQ(kGood, ZEFA_GetMXSStatus(world.Context(), &version));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    everyByte = argc > 1 && std::string(argv[1]) == "--every";
+    return RUN_ALL_TESTS();
+}
