@@ -54,26 +54,25 @@ SlotPeriod AudioPacketizer::Raster() const
 
 size_t AudioPacketizer::Begin(std::span<const uint8_t> slot, const SlotTimes& times)
 {
+    const auto own = std::find_if(times.timestamps.begin(), times.timestamps.end(),
+                                  [](const TimestampRecord& record) { return record.position == 0; });
+    const bool fromClock = own == times.timestamps.end();
     Slot = slot;
-    Timestamp = TimestampOf(times);
+    Timestamp = fromClock ? TimeOfTheClock(times.startTaiNs) : own->value;
     StartTaiNs = times.startTaiNs;
-    Begun = true;
+    FromClock = fromClock;
     return std::min<size_t>(Packets, slot.size() / PacketBytes);
 }
 
-uint32_t AudioPacketizer::TimestampOf(const SlotTimes& times) const
+uint32_t AudioPacketizer::TimeOfTheClock(uint64_t startTaiNs) const
 {
-    const auto first = std::find_if(times.timestamps.begin(), times.timestamps.end(),
-                                    [](const TimestampRecord& record) { return record.position == 0; });
-    if (first != times.timestamps.end()) return first->value;
-    if (IsDirectlyBehind(times.startTaiNs)) return Timestamp + PacketFrames * Packets;
+    if (FromClock && IsDirectlyBehind(startTaiNs)) return Timestamp + PacketFrames * Packets;
     // The nearest sample: a moment of the packet raster, in whole nanoseconds, lies up to one before its sample.
-    return RtpTimeOf(times.startTaiNs + kNsPerSecond / RateHz / 2, RateHz);
+    return RtpTimeOf(startTaiNs + kNsPerSecond / RateHz / 2, RateHz);
 }
 
 bool AudioPacketizer::IsDirectlyBehind(uint64_t startTaiNs) const
 {
-    if (!Begun) return false;
     const uint64_t expected = StartTaiNs + NsOf(uint64_t{PacketFrames} * Packets, RateHz);
     const uint64_t away = startTaiNs > expected ? startTaiNs - expected : expected - startTaiNs;
     return away < NsOf(PacketFrames, RateHz) / 2; // the next moment at which a slot could begin is a packet away

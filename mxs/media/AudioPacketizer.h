@@ -24,7 +24,7 @@ public:
     Burst Write(size_t first, size_t end, std::span<uint8_t> room) override;
 
 private:
-    uint32_t TimestampOf(const SlotTimes& times) const;
+    uint32_t TimeOfTheClock(uint64_t startTaiNs) const;
     bool IsDirectlyBehind(uint64_t startTaiNs) const;
 
     const uint8_t PayloadType;
@@ -38,7 +38,7 @@ private:
     uint16_t Sequence;      // of the packet that comes next
     uint32_t Timestamp = 0; // of the slot's first frame
     uint64_t StartTaiNs = 0;
-    bool Begun = false;
+    bool FromClock = false; // Timestamp is not the application's: a slot directly behind goes on from it
 };
 
 } // namespace mxs::media

@@ -130,21 +130,36 @@ TEST(AudioPacketizer, AfterAPauseTheTimestampIsTheTimeOfTheClock)
               (std::vector<uint32_t>{0, 24, 54, 48054, 48078}));
 }
 
-TEST(AudioPacketizer, TheRecordOfTheApplicationWinsAndTheSlotBehindItGoesOnFromThere)
+TEST(AudioPacketizer, TheTimeOfTheApplicationHoldsForItsSlotAndTheClockForTheNext)
 {
     AudioPacketizer packetizer(SmallAudio(), {});
     const Bytes slot(96);
     const TimestampRecord own[] = {{48, 7}, {0, 0xFFFFFFF0}};
     const TimestampRecord elsewhere[] = {{48, 7}};
 
-    const auto first = PacketsOf(packetizer, slot, {.startTaiNs = 0, .timestamps = own});
-    EXPECT_EQ(TimestampOf(first[0]), 0xFFFFFFF0u);
-    EXPECT_EQ(TimestampOf(first[3]), 2u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 0})[0]), 0u);
+    const auto second = PacketsOf(packetizer, slot, {.startTaiNs = 500'000, .timestamps = own});
+    EXPECT_EQ(TimestampOf(second[0]), 0xFFFFFFF0u);
+    EXPECT_EQ(TimestampOf(second[3]), 2u);
     // A record further back is no timestamp of the slot.
-    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 500'000, .timestamps = elsewhere})[0]), 8u);
-    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 1'000'000})[0]), 32u);
-    // After a pause the clock counts again.
-    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 2'000'000})[0]), 96u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 1'000'000, .timestamps = elsewhere})[0]), 48u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 1'500'000})[0]), 72u);
+}
+
+TEST(AudioPacketizer, BehindATimeOfTheApplicationItsOwnMomentCountsAndTheNextSlotGoesOnFromThere)
+{
+    // Slots of a third of a millisecond: 16 samples each. The third one's moment is cut so much that alone it would be
+    // sample 31; behind the clock's own time it is 32 all the same, behind the application's it is what the clock says.
+    AudioPacketizer packetizer({.packetTimeUs = 333, .channels = 1, .packetsPerBuffer = 1}, {});
+    const Bytes slot(32);
+    const TimestampRecord own[] = {{0, 5000}};
+    constexpr uint64_t kCutNs = 656'000; // of 666,667
+
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 333'333})[0]), 16u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = kCutNs})[0]), 32u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = 333'333, .timestamps = own})[0]), 5000u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = kCutNs})[0]), 31u);
+    EXPECT_EQ(TimestampOf(PacketsOf(packetizer, slot, {.startTaiNs = kCutNs + 333'333})[0]), 47u);
 }
 
 TEST(AudioPacketizer, SequenceNumbersGoOnFromSlotToSlot)
