@@ -67,7 +67,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_LockSlot(ZEFA_HANDLE Stream, ZEFA_SLOT* pSlot);
  * Gives a slot back: a received one to the service, a filled one to be sent. Its buffers must not be touched
  * afterwards.
  *
- * Does not wait. Must not run beside a metadata call on the same stream. On failure the slot stays locked.
+ * Any thread may call, also another one than that which locked the slot. Makes no exchange; waits while another thread
+ * locks a slot of the stream or reads its common status. Must not run beside a metadata call on the same stream. On
+ * failure the slot stays locked.
  *
  * @param Stream Stream handle.
  * @param Slot A slot that is locked.

@@ -186,25 +186,28 @@ typedef struct ZEFA_ESSENCE_CONFIG
     } Essence_X;                           /**< By EssenceType_E. */
 } ZEFA_ESSENCE_CONFIG;
 
-/** Slots of a started stream. */
+/** Slots of a started stream. docs/sending.md defines each counter. */
 typedef struct ZEFA_STREAM_COMMON_STATUS
 {
-    uint32_t
-        SlotsFilled_UL; /**< Receive: slots that wait for the application. Transmit: see ZEFA_GetStreamCommonStatus. */
+    /** Receive: slots that wait for the application. Transmit: slots that are locked, waiting, or being sent. */
+    uint32_t SlotsFilled_UL;
     uint32_t SlotCount_UL;   /**< Slots that were locked since the stream was created; not the size of the ring. */
-    uint32_t SlotDropped_UL; /**< Slots that the service lost because no room was free. */
+    uint32_t SlotDropped_UL; /**< Receive: slots, since the start, for which the ring had no room. Transmit: 0. */
 } ZEFA_STREAM_COMMON_STATUS;
 
-/** Packets of a stream. */
+/** Packets of a stream since its latest start; readable until the next. docs/sending.md defines each counter. */
 typedef struct ZEFA_STREAM_NETWORK_STATUS
 {
-    uint32_t ReceivedSSRC_UL;                 /**< RTP synchronisation source of the packets that arrive. */
-    uint8_t PayloadType_UB;                   /**< Their RTP payload type; three zero bytes follow. */
-    uint64_t TotalTransferredPacketCount_ULL; /**< Packets sent or received. */
-    uint64_t TotalProcessedPacketCount_ULL;   /**< Packets that went into slots or came from slots. */
-    uint64_t UnderrunCount_ULL;               /**< Times that nothing was there to send. */
-    uint64_t DropCount_ULL;                   /**< Packets or slots that the service dropped. */
-    uint64_t LostPacketsCount_ULL;            /**< Packets that never arrived, by sequence number. */
+    uint32_t ReceivedSSRC_UL; /**< RTP source that is followed, 0 before its first packet; or of the packets sent. */
+    uint8_t PayloadType_UB;   /**< The configured RTP payload type; three zero bytes follow. */
+    uint64_t TotalTransferredPacketCount_ULL; /**< Datagrams received, or sent, on all connections. */
+    /** Receive: packets of these that went into slots. Transmit: packets that left on one connection at least. */
+    uint64_t TotalProcessedPacketCount_ULL;
+    /** Transmit: periods of a slot in which there was none to send, from the first slot on. Receive: 0. */
+    uint64_t UnderrunCount_ULL;
+    uint64_t DropCount_ULL; /**< Receive: slots, not packets, for which the ring had no room. Transmit: 0. */
+    /** Receive: packets that no connection brought, by sequence number. Transmit: that none took, or given up. */
+    uint64_t LostPacketsCount_ULL;
 } ZEFA_STREAM_NETWORK_STATUS;
 
 /**
@@ -275,10 +278,12 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_CloseStream(ZEFA_HANDLE Stream);
 /**
  * Starts an opened stream and joins its ring. Slots may be locked once it has returned.
  *
- * Blocks for four exchanges. Nothing is undone after a failure: ZEFA_StopStream is the way back. When the service
- * starts the stream and does not tell where its ring is, the call succeeds and the first lock gives
- * ZEFA_ERR_INCORRECT_STATE. A start of a stream that is started already joins its ring anew: slots that are locked,
- * and their addresses, are dead.
+ * Any thread may call, but nothing else on this stream may run beside it: no other start, no stop, no slot call, no
+ * ZEFA_GetStreamCommonStatus. Blocks for four exchanges.
+ *
+ * Nothing is undone after a failure: ZEFA_StopStream is the way back. When the service starts the stream and does not
+ * tell where its ring is, the call succeeds and the first lock gives ZEFA_ERR_INCORRECT_STATE. A start of a stream that
+ * is started already joins its ring anew: slots that are locked, and their addresses, are dead.
  *
  * @param Stream Stream handle.
  * @retval ZEFA_NO_ERROR Done.
