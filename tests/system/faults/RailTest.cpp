@@ -1,0 +1,262 @@
+// The file of a ring vanishes, or is overwritten, while the application and the service use it. Nobody may crash, hang
+// or reach outside of it; calls fail or go on, and the next start is as good as the first.
+//     system_faults_rail           the words of the header that mean something, several values in one life of a stream
+//     system_faults_rail --every   all words, each value in a life of its own
+#include "Leftovers.h"
+#include "flowrail/src/RailLayout.h"
+#include "system/audio/AudioRoad.h"
+
+#include <array>
+#include <fcntl.h>
+#include <filesystem>
+#include <numeric>
+#include <sys/mman.h>
+
+using namespace test;
+using Quillmont::FlowRail::kTablesOffset;
+using Quillmont::FlowRail::RailHeader;
+
+namespace
+{
+
+constexpr ZEFA_ERRORCODE kGood = ZEFA_NO_ERROR;
+constexpr uint32_t kLockTimeoutMs = 10;
+bool everyWord = false;
+
+// Writes words into a ring's file, as any program of this user may.
+class Scribbler
+{
+public:
+    explicit Scribbler(const std::string& path)
+    {
+        const int file = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+        void* const mapped =
+            file < 0 ? MAP_FAILED : ::mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+        if (file >= 0) ::close(file);
+        if (mapped == MAP_FAILED) throw std::runtime_error("the ring cannot be mapped: " + path);
+        Words = static_cast<std::atomic<uint32_t>*>(mapped);
+    }
+    ~Scribbler() { ::munmap(Words, kBytes); }
+    Scribbler(const Scribbler&) = delete;
+    Scribbler& operator=(const Scribbler&) = delete;
+
+    std::atomic<uint32_t>& Word(size_t offset) { return Words[offset / sizeof(uint32_t)]; }
+
+private:
+    static constexpr size_t kBytes = 2 * kTablesOffset; // the header and the start of the first table of records
+
+    std::atomic<uint32_t>* Words;
+};
+
+// Header and records.
+std::vector<size_t> WordsToOverwrite()
+{
+    std::vector<size_t> words;
+    for (size_t offset = 0; offset < sizeof(RailHeader); offset += sizeof(uint32_t))
+    {
+        const bool packed = offset < offsetof(RailHeader, CommittedBytes) ||
+                            (offset >= offsetof(RailHeader, ConsumerStates) && offset < offsetof(RailHeader, Released));
+        if (everyWord || packed || offset % 64 < 12) words.push_back(offset); // the rest of a line is empty
+    }
+    constexpr size_t kRecords = 16; // its head and the first records of a slot
+    for (size_t word = 0; word < kRecords; ++word)
+        words.push_back(kTablesOffset + word * sizeof(uint32_t));
+    return words;
+}
+
+// What a word is overwritten with, from what it holds.
+constexpr uint32_t (*kNewValues[])(uint32_t) = {
+    [](uint32_t) { return uint32_t{0}; },
+    [](uint32_t) { return uint32_t{1}; },
+    [](uint32_t) { return uint32_t{0x80000000}; },
+    [](uint32_t) { return UINT32_MAX; },
+    [](uint32_t old) { return ~old; },
+    [](uint32_t old) { return old + 1; },
+};
+
+// A stream that sends to the other, and the application at work on both.
+class Loop
+{
+public:
+    explicit Loop(Session& session)
+        : Settings{.format = {.packetsPerBuffer = 2},
+                   .paths = {FreeEndpoint()},
+                   .slots = 4,
+                   .lockTimeoutMs = kLockTimeoutMs},
+          Receiver(session, ZEFA_STREAM_TYPE_RX, Settings), Sender(session, ZEFA_STREAM_TYPE_TX, Settings)
+    {
+    }
+
+    void Start()
+    {
+        ASSERT_EQ(kGood, ZEFA_StartStream(Receiver.Handle));
+        ASSERT_EQ(kGood, ZEFA_StartStream(Sender.Handle));
+    }
+
+    void Stop()
+    {
+        EXPECT_EQ(kGood, ZEFA_StopStream(Sender.Handle));
+        EXPECT_EQ(kGood, ZEFA_StopStream(Receiver.Handle));
+    }
+
+    // Everything that an application does with a slot. Whether one has arrived.
+    bool Work()
+    {
+        Fill();
+        return Read();
+    }
+
+    bool AwaitSlot()
+    {
+        bool arrived = false;
+        return Await([&] { return arrived = arrived || Work(); }); // asked again once it is true
+    }
+
+    void AskForStatus()
+    {
+        for (const ZEFA_HANDLE stream : {Receiver.Handle, Sender.Handle})
+        {
+            ZEFA_STREAM_COMMON_STATUS common{};
+            EXPECT_LE(ZEFA_GetStreamCommonStatus(stream, &common), ZEFA_ERR_COMMUNICATION);
+            ZEFA_STREAM_NETWORK_STATUS network{};
+            EXPECT_EQ(kGood, ZEFA_GetStreamNetworkStatus(stream, &network));
+        }
+    }
+
+private:
+    void Fill()
+    {
+        ZEFA_SLOT slot = nullptr;
+        if (ZEFA_LockSlot(Sender.Handle, &slot) != kGood) return;
+        uint8_t* address = nullptr;
+        uint32_t size = 0;
+        ASSERT_EQ(kGood, ZEFA_GetSlotBuffer(Sender.Handle, slot, ZEFA_BUFFER_AUDIO_0, &address, &size));
+        ASSERT_EQ(Settings.format.SlotBytes(), size);
+        std::fill_n(address, size, uint8_t{1});
+        const ZEFA_TIMESTAMP record{0, Timestamp += Settings.format.SlotFrames()};
+        ZEFA_SetSlotTimestamps(Sender.Handle, slot, ZEFA_BUFFER_AUDIO_0, &record, 1);
+        ZEFA_UnlockSlot(Sender.Handle, slot); // refused when there is no room for the record of its end
+    }
+
+    bool Read()
+    {
+        ZEFA_SLOT slot = nullptr;
+        if (ZEFA_LockSlot(Receiver.Handle, &slot) != kGood) return false;
+        uint8_t* address = nullptr;
+        uint32_t size = 0;
+        EXPECT_EQ(kGood, ZEFA_GetSlotBuffer(Receiver.Handle, slot, ZEFA_BUFFER_AUDIO_0, &address, &size));
+        EXPECT_EQ(Settings.format.SlotBytes(), size);
+        if (size != Settings.format.SlotBytes()) return false;
+        const volatile uint32_t sum = std::accumulate(address, address + size, uint32_t{0}); // all of it can be read
+        static_cast<void>(sum);
+        std::array<ZEFA_TIMESTAMP, 16> timestamps{};
+        uint32_t count = timestamps.size();
+        EXPECT_EQ(kGood, ZEFA_GetSlotTimestamps(Receiver.Handle, slot, ZEFA_BUFFER_AUDIO_0, timestamps.data(), &count));
+        EXPECT_LE(count, timestamps.size());
+        std::array<ZEFA_LOST_DATA, 16> losses{};
+        count = losses.size();
+        EXPECT_EQ(kGood, ZEFA_GetSlotLostDataInfo(Receiver.Handle, slot, ZEFA_BUFFER_AUDIO_0, losses.data(), &count));
+        EXPECT_LE(count, losses.size());
+        EXPECT_EQ(kGood, ZEFA_UnlockSlot(Receiver.Handle, slot));
+        return true;
+    }
+
+    const AudioSettings Settings;
+    uint32_t Timestamp = 0;
+    AudioStream Receiver, Sender;
+};
+
+class DamagedRail : public testing::Test
+{
+protected:
+    std::vector<std::string> Rails() { return RailsOf(Service.ProcessId()); }
+
+    void ExpectAWorkingPair()
+    {
+        Pair.Start();
+        EXPECT_TRUE(Pair.AwaitSlot());
+        Pair.Stop();
+        EXPECT_TRUE(Rails().empty());
+    }
+
+    MxsProcess Service;
+    Session With{Service.ServiceUrl()};
+    Loop Pair{With};
+};
+
+TEST_F(DamagedRail, WithoutItsNameWorksOnAndLeavesNothing)
+{
+    Pair.Start();
+    ASSERT_TRUE(Pair.AwaitSlot());
+    ASSERT_EQ(2u, Rails().size());
+    for (const std::string& rail : Rails())
+        ASSERT_TRUE(std::filesystem::remove(rail));
+
+    for (int slots = 0; slots < 12; ++slots) // more than the ring has
+        EXPECT_TRUE(Pair.AwaitSlot());
+    Pair.AskForStatus();
+    Pair.Stop();
+
+    ExpectAWorkingPair();
+}
+
+TEST_F(DamagedRail, OfAnotherFilesNameIsLeftToItsOwner)
+{
+    Pair.Start();
+    ASSERT_EQ(2u, Rails().size());
+    const std::vector<std::string> rails = Rails();
+    for (const std::string& rail : rails)
+    {
+        ASSERT_TRUE(std::filesystem::remove(rail));
+        std::ofstream(rail) << "somebody else's";
+    }
+    EXPECT_TRUE(Pair.AwaitSlot());
+    Pair.Stop();
+    for (const std::string& rail : rails)
+        EXPECT_TRUE(std::filesystem::remove(rail)) << "the service has removed a file that is not its own";
+
+    ExpectAWorkingPair();
+}
+
+TEST_F(DamagedRail, WithAnyWordOverwrittenEndsNobodyAndTheNextStartIsClean)
+{
+    size_t lives = 0, values = 0, slots = 0;
+    const auto live = [&](size_t offset, size_t firstValue, size_t count)
+    {
+        Pair.Start();
+        ++lives;
+        ASSERT_EQ(2u, Rails().size());
+        Scribbler one(Rails()[0]), other(Rails()[1]);
+        slots += Pair.Work();
+        for (size_t value = firstValue; value < firstValue + count; ++value, ++values)
+        {
+            for (Scribbler* rail : {&one, &other})
+                rail->Word(offset) = kNewValues[value](rail->Word(offset));
+            slots += Pair.Work();
+        }
+        Pair.AskForStatus();
+        Pair.Stop();
+    };
+    constexpr size_t kValues = std::size(kNewValues);
+    for (const size_t offset : WordsToOverwrite())
+    {
+        SCOPED_TRACE(offset);
+        for (size_t value = 0; everyWord && value < kValues; ++value)
+            live(offset, value, 1);
+        if (!everyWord) live(offset, 0, kValues);
+        ASSERT_TRUE(Service.Running()) << Service.Log();
+        if (HasFailure()) break;
+    }
+    std::printf("%zu values written in %zu lives of two streams, %zu slots read meanwhile\n", values, lives, slots);
+    EXPECT_TRUE(Rails().empty());
+    ExpectAWorkingPair();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    everyWord = argc > 1 && std::string(argv[1]) == "--every";
+    return RUN_ALL_TESTS();
+}
