@@ -74,7 +74,8 @@ struct Int32 // written through the signed overload, as all narrow fields are
     {
         UInt32::Read(value, member);
     }
-    static RESULT_CODE Write(Value& document, const char* key, uint32_t member)
+    template <class Member>
+    static RESULT_CODE Write(Value& document, const char* key, Member member)
     {
         document[key] = Value::number(static_cast<int32_t>(member));
         return RESULT_NO_ERROR;
