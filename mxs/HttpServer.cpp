@@ -8,6 +8,7 @@
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <optional>
@@ -53,6 +54,17 @@ bool IsPermittedHost(std::string_view host)
         host = host.substr(0, colon);
     }
     return EqualsIgnoringCase(host, "localhost") || host == "127.0.0.1" || host == "[::1]";
+}
+
+bool IsPermitted(HttpRequest& request, size_t hostHeaders)
+{
+    constexpr std::string_view kAbsolute = "http://";
+    const bool permitted = hostHeaders == 1 && IsPermittedHost(request.host);
+    if (!request.target.starts_with(kAbsolute)) return permitted;
+    const std::string target = request.target.substr(kAbsolute.size());
+    const size_t path = std::min(target.find('/'), target.size());
+    request.target = target.substr(path);
+    return permitted && IsPermittedHost(std::string_view(target).substr(0, path));
 }
 
 HttpAnswer ErrorAnswer(const Refusal& refusal)
@@ -138,14 +150,7 @@ private:
         const auto& message = Parser->get();
         HttpRequest request{Text(message.method_string()), Text(message.target()), Text(message[http::field::host]),
                             Text(message[http::field::authorization]), std::move(Parser->get().body())};
-        std::string_view target = request.target;
-        bool permitted = message.count(http::field::host) == 1 && IsPermittedHost(request.host);
-        if (target.starts_with("http://")) // the absolute form names a host of its own
-        {
-            target.remove_prefix(7);
-            permitted = permitted && IsPermittedHost(target.substr(0, target.find('/')));
-            request.target = std::string(target.substr(std::min(target.size(), target.find('/'))));
-        }
+        const bool permitted = IsPermitted(request, message.count(http::field::host));
         const bool keep = message.keep_alive();
         if (permitted) return Write(Server.Handler(request), keep, false);
         Server.Out.Warning("A request with the Host \"" + request.host + "\" is refused.");

@@ -45,4 +45,8 @@ private:
 // Whether a Host header, or the authority of a request target, names this machine's loopback.
 bool IsPermittedHost(std::string_view host);
 
+// Whether a request with so many Host headers is for this machine. The absolute form of a target, which names a host of
+// its own, becomes a path either way.
+bool IsPermitted(HttpRequest& request, size_t hostHeaders);
+
 } // namespace mxs
