@@ -1,7 +1,8 @@
-// Conversion component by component; one instance of each loop for each pair of formats.
+// One instance of each loop for each pair of formats, and the choice among them.
 #include "SampleConversion.h"
 
-#include "SampleLayouts.h"
+#include "SampleKernels.h"
+#include "SampleKernelsAvx2.h"
 
 #include <algorithm>
 #include <array>
@@ -15,122 +16,58 @@ using namespace layouts;
 namespace
 {
 
-// Between depths: times a power of two, or rounded, halves up, and kept within the range.
-template <uint32_t from, uint32_t to>
-uint32_t Scale(uint32_t value)
-{
-    if constexpr (to >= from)
-        return value << (to - from);
-    else
-        return std::min((value + (1u << (from - to - 1))) >> (from - to), (1u << to) - 1);
-}
-
-// The same in each lane.
-template <uint32_t from, uint32_t to>
-Lanes ScaleQuad(Lanes quad)
-{
-    if constexpr (to >= from)
-        return quad << (to - from);
-    else
-    {
-        constexpr Lanes half = kEachLane << (from - to - 1);
-        constexpr Lanes mask = kEachLane * ((1u << (to + 1)) - 1);
-        const Lanes rounded = (quad + half) >> (from - to) & mask;
-        return rounded - (rounded >> to & kEachLane); // only the power of two itself is beyond the range, by one
-    }
-}
-
-// Calls `single(done)` for components one by one where they do not fall into fours of the slot, and `quad(done)` for
-// fours. At each four the payload is at a byte border too: a run begins with a group, groups begin at a byte, and
-// groups of 10 bits are whole fours.
-template <class Single, class Quad>
-void ForRun(uint64_t firstComponent, uint64_t components, Single&& single, Quad&& quad)
-{
-    uint64_t done = 0;
-    for (; done < components && (firstComponent + done) % kQuad != 0; ++done)
-        single(done);
-    for (; done + kQuad <= components; done += kQuad)
-        quad(done);
-    for (; done < components; ++done)
-        single(done);
-}
-
-template <uint32_t networkBits, class Layout>
-void ToSlot(uint8_t* slot, uint64_t firstComponent, const uint8_t* payload, uint64_t components)
-{
-    using Network = PackedBig<networkBits>;
-    ForRun(
-        firstComponent, components,
-        [&](uint64_t done)
-        {
-            const uint32_t value = Network::LoadOne(payload, done);
-            Layout::StoreOne(slot, firstComponent + done, Scale<networkBits, Layout::depth>(value));
-        },
-        [&](uint64_t done)
-        {
-            const Lanes quad = Network::LoadQuad(payload, done);
-            Layout::StoreQuad(slot, firstComponent + done, ScaleQuad<networkBits, Layout::depth>(quad));
-        });
-}
-
-template <uint32_t networkBits, class Layout>
-void FromSlot(const uint8_t* slot, uint64_t firstComponent, uint8_t* payload, uint64_t components)
-{
-    using Network = PackedBig<networkBits>;
-    ForRun(
-        firstComponent, components,
-        [&](uint64_t done)
-        {
-            const uint32_t value = Layout::LoadOne(slot, firstComponent + done);
-            Network::StoreOne(payload, done, Scale<Layout::depth, networkBits>(value));
-        },
-        [&](uint64_t done)
-        {
-            const Lanes quad = Layout::LoadQuad(slot, firstComponent + done);
-            Network::StoreQuad(payload, done, ScaleQuad<Layout::depth, networkBits>(quad));
-        });
-}
-
 using Conversions = SampleConverter::Conversions;
 
-template <uint32_t networkBits, class Layout>
-constexpr Conversions kBothWays{&ToSlot<networkBits, Layout>, &FromSlot<networkBits, Layout>};
+template <class Loops, uint32_t networkBits, class Layout>
+constexpr Conversions kBothWays{&Loops::template ToSlot<networkBits, Layout>,
+                                &Loops::template FromSlot<networkBits, Layout>};
 
-template <uint32_t networkBits, uint32_t bits>
+template <class Loops, uint32_t networkBits, uint32_t bits>
 Conversions PickLayout(const BitProperties& application)
 {
     const bool little = application.endianness == kLittleEndian;
     switch (application.padding)
     {
     case kIn16Bits:
-        return little ? kBothWays<networkBits, Word<bits, 2, kLittleEndian>>
-                      : kBothWays<networkBits, Word<bits, 2, kBigEndian>>;
+        return little ? kBothWays<Loops, networkBits, Word<bits, 2, kLittleEndian>>
+                      : kBothWays<Loops, networkBits, Word<bits, 2, kBigEndian>>;
     case kIn32Bits:
-        return little ? kBothWays<networkBits, Word<bits, 4, kLittleEndian>>
-                      : kBothWays<networkBits, Word<bits, 4, kBigEndian>>;
-    default: return little ? kBothWays<networkBits, PackedLittle<bits>> : kBothWays<networkBits, PackedBig<bits>>;
+        return little ? kBothWays<Loops, networkBits, Word<bits, 4, kLittleEndian>>
+                      : kBothWays<Loops, networkBits, Word<bits, 4, kBigEndian>>;
+    default:
+        return little ? kBothWays<Loops, networkBits, PackedLittle<bits>>
+                      : kBothWays<Loops, networkBits, PackedBig<bits>>;
     }
 }
 
-template <uint32_t networkBits>
+template <class Loops, uint32_t networkBits>
 Conversions PickDepth(const BitProperties& application)
 {
     switch (DepthBits(application.depth))
     {
-    case 8: return PickLayout<networkBits, 8>(application);
-    case 10: return PickLayout<networkBits, 10>(application);
-    default: return PickLayout<networkBits, 12>(application);
+    case 8: return PickLayout<Loops, networkBits, 8>(application);
+    case 10: return PickLayout<Loops, networkBits, 10>(application);
+    default: return PickLayout<Loops, networkBits, 12>(application);
     }
 }
 
-Conversions Pick(const PixelGroup& network, const BitProperties& application)
+template <class Loops>
+Conversions PickLoops(const PixelGroup& network, const BitProperties& application)
 {
     switch (network.depth)
     {
-    case 8: return PickDepth<8>(application);
-    case 10: return PickDepth<10>(application);
-    default: return PickDepth<12>(application);
+    case 8: return PickDepth<Loops, 8>(application);
+    case 10: return PickDepth<Loops, 10>(application);
+    default: return PickDepth<Loops, 12>(application);
     }
+}
+
+Conversions Pick(const PixelGroup& network, const BitProperties& application, [[maybe_unused]] SampleKernel kernel)
+{
+#if defined(__x86_64__)
+    if (kernel == SampleKernel::Avx2) return PickLoops<avx2::Kernel>(network, application);
+#endif
+    return PickLoops<ScalarKernel>(network, application);
 }
 
 bool SameBytes(const PixelGroup& network, const BitProperties& application)
@@ -151,9 +88,23 @@ void CopyBits(uint8_t& to, uint8_t from, uint32_t mask)
 
 } // namespace
 
+std::vector<SampleKernel> KernelsOfThisProcessor()
+{
+    std::vector<SampleKernel> kernels{SampleKernel::Scalar};
+#if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx2")) kernels.push_back(SampleKernel::Avx2);
+#endif
+    return kernels;
+}
+
 SampleConverter::SampleConverter(const PixelGroup& network, const BitProperties& application)
+    : SampleConverter(network, application, KernelsOfThisProcessor().back())
+{
+}
+
+SampleConverter::SampleConverter(const PixelGroup& network, const BitProperties& application, SampleKernel kernel)
     : Network(network), ComponentBits(StoredBits(application)), LeastBitFirst(application.endianness == kLittleEndian),
-      PlainCopy(SameBytes(network, application)), Convert(Pick(network, application)),
+      PlainCopy(SameBytes(network, application)), Convert(Pick(network, application, kernel)),
       BlackPeriodBytes(kPatternComponents * ComponentBits / 8)
 {
     Black.resize(BlackPeriodBytes * kPatternRepeats);

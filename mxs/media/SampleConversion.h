@@ -10,13 +10,26 @@
 namespace mxs::media
 {
 
+// The loops that move samples. All give the same bytes; later ones are faster.
+enum class SampleKernel
+{
+    Scalar, // on every processor
+    Avx2
+};
+
+// Slowest first.
+std::vector<SampleKernel> KernelsOfThisProcessor();
+
 // Works on the slot as one long row of pixel groups of the network format: lines and fields follow one another without
 // a gap in either format. The caller keeps `firstGroup + groups` within the slot.
 class SampleConverter
 {
 public:
     // `network` must outlive the object (rows of the table do); `application` one of those that CheckEssence accepts.
+    // Takes the fastest kernel that this processor has.
     SampleConverter(const PixelGroup& network, const BitProperties& application);
+    // `kernel` is one of KernelsOfThisProcessor.
+    SampleConverter(const PixelGroup& network, const BitProperties& application, SampleKernel kernel);
 
     // True when payload bytes go into the slot as they are.
     bool IsPlainCopy() const { return PlainCopy; }
