@@ -2,14 +2,12 @@
 // or reach outside of it; calls fail or go on, and the next start is as good as the first.
 //     system_faults_rail           the words of the header that mean something, several values in one life of a stream
 //     system_faults_rail --every   all words, each value in a life of its own
+#include "AudioLoop.h"
 #include "Leftovers.h"
 #include "flowrail/src/RailLayout.h"
-#include "system/audio/AudioRoad.h"
 
-#include <array>
 #include <fcntl.h>
 #include <filesystem>
-#include <numeric>
 #include <sys/mman.h>
 
 using namespace test;
@@ -19,8 +17,6 @@ using Quillmont::FlowRail::RailHeader;
 namespace
 {
 
-constexpr ZEFA_ERRORCODE kGood = ZEFA_NO_ERROR;
-constexpr uint32_t kLockTimeoutMs = 10;
 bool everyWord = false;
 
 // Writes words into a ring's file, as any program of this user may.
@@ -74,98 +70,6 @@ constexpr uint32_t (*kNewValues[])(uint32_t) = {
     [](uint32_t old) { return old + 1; },
 };
 
-// A stream that sends to the other, and the application at work on both.
-class Loop
-{
-public:
-    explicit Loop(Session& session)
-        : Settings{.format = {.packetsPerBuffer = 2},
-                   .paths = {FreeEndpoint()},
-                   .slots = 4,
-                   .lockTimeoutMs = kLockTimeoutMs},
-          Receiver(session, ZEFA_STREAM_TYPE_RX, Settings), Sender(session, ZEFA_STREAM_TYPE_TX, Settings)
-    {
-    }
-
-    void Start()
-    {
-        ASSERT_EQ(kGood, ZEFA_StartStream(Receiver.Handle));
-        ASSERT_EQ(kGood, ZEFA_StartStream(Sender.Handle));
-    }
-
-    void Stop()
-    {
-        EXPECT_EQ(kGood, ZEFA_StopStream(Sender.Handle));
-        EXPECT_EQ(kGood, ZEFA_StopStream(Receiver.Handle));
-    }
-
-    // Everything that an application does with a slot. Whether one has arrived.
-    bool Work()
-    {
-        Fill();
-        return Read();
-    }
-
-    bool AwaitSlot()
-    {
-        bool arrived = false;
-        return Await([&] { return arrived = arrived || Work(); }); // asked again once it is true
-    }
-
-    void AskForStatus()
-    {
-        for (const ZEFA_HANDLE stream : {Receiver.Handle, Sender.Handle})
-        {
-            ZEFA_STREAM_COMMON_STATUS common{};
-            EXPECT_LE(ZEFA_GetStreamCommonStatus(stream, &common), ZEFA_ERR_COMMUNICATION);
-            ZEFA_STREAM_NETWORK_STATUS network{};
-            EXPECT_EQ(kGood, ZEFA_GetStreamNetworkStatus(stream, &network));
-        }
-    }
-
-private:
-    void Fill()
-    {
-        ZEFA_SLOT slot = nullptr;
-        if (ZEFA_LockSlot(Sender.Handle, &slot) != kGood) return;
-        uint8_t* address = nullptr;
-        uint32_t size = 0;
-        ASSERT_EQ(kGood, ZEFA_GetSlotBuffer(Sender.Handle, slot, ZEFA_BUFFER_AUDIO_0, &address, &size));
-        ASSERT_EQ(Settings.format.SlotBytes(), size);
-        std::fill_n(address, size, uint8_t{1});
-        const ZEFA_TIMESTAMP record{0, Timestamp += Settings.format.SlotFrames()};
-        ZEFA_SetSlotTimestamps(Sender.Handle, slot, ZEFA_BUFFER_AUDIO_0, &record, 1);
-        ZEFA_UnlockSlot(Sender.Handle, slot); // refused when there is no room for the record of its end
-    }
-
-    bool Read()
-    {
-        ZEFA_SLOT slot = nullptr;
-        if (ZEFA_LockSlot(Receiver.Handle, &slot) != kGood) return false;
-        uint8_t* address = nullptr;
-        uint32_t size = 0;
-        EXPECT_EQ(kGood, ZEFA_GetSlotBuffer(Receiver.Handle, slot, ZEFA_BUFFER_AUDIO_0, &address, &size));
-        EXPECT_EQ(Settings.format.SlotBytes(), size);
-        if (size != Settings.format.SlotBytes()) return false;
-        const volatile uint32_t sum = std::accumulate(address, address + size, uint32_t{0}); // all of it can be read
-        static_cast<void>(sum);
-        std::array<ZEFA_TIMESTAMP, 16> timestamps{};
-        uint32_t count = timestamps.size();
-        EXPECT_EQ(kGood, ZEFA_GetSlotTimestamps(Receiver.Handle, slot, ZEFA_BUFFER_AUDIO_0, timestamps.data(), &count));
-        EXPECT_LE(count, timestamps.size());
-        std::array<ZEFA_LOST_DATA, 16> losses{};
-        count = losses.size();
-        EXPECT_EQ(kGood, ZEFA_GetSlotLostDataInfo(Receiver.Handle, slot, ZEFA_BUFFER_AUDIO_0, losses.data(), &count));
-        EXPECT_LE(count, losses.size());
-        EXPECT_EQ(kGood, ZEFA_UnlockSlot(Receiver.Handle, slot));
-        return true;
-    }
-
-    const AudioSettings Settings;
-    uint32_t Timestamp = 0;
-    AudioStream Receiver, Sender;
-};
-
 class DamagedRail : public testing::Test
 {
 protected:
@@ -181,7 +85,7 @@ protected:
 
     MxsProcess Service;
     Session With{Service.ServiceUrl()};
-    Loop Pair{With};
+    AudioLoop Pair{With};
 };
 
 TEST_F(DamagedRail, WithoutItsNameWorksOnAndLeavesNothing)
