@@ -43,6 +43,7 @@ const AssemblerCounters& AncillaryAssembler::Counters() const
 
 void AncillaryAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs)
 {
+    CommitInSilence(nowNs);
     if (const std::optional<RtpIntake::Taken> taken = Intake.Take(datagram, path, nowNs)) PushTaken(*taken, nowNs);
 }
 
@@ -51,7 +52,7 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
     const RtpPacket& packet = taken.packet;
     const uint64_t index = taken.verdict.index;
     const bool late = taken.verdict.arrival == SequenceTracker::Arrival::Late;
-    if (taken.afterSilence) CloseAfterSilence(nowNs);
+    if (taken.afterSilence) BeginAnew();
     if (!ReadAncillaryPayload(packet.payload, Payload))
     {
         ++Count.malformed;
@@ -61,7 +62,7 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
     const size_t field = FieldOf(Payload, packet.timestamp);
     Slot* slot = FindOpen(packet.timestamp, field);
     // Late by its number, or one more packet of a frame that was complete without it.
-    if (!slot && Synced && (NoteDelay(packet.timestamp, field, nowNs) || late))
+    if (!slot && Synced && (NoteDelay(packet.timestamp, field, index, nowNs) || late))
     {
         ++Count.delayed;
         return;
@@ -89,11 +90,7 @@ void AncillaryAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs
 uint64_t AncillaryAssembler::Tick(uint64_t nowNs)
 {
     const uint64_t lookNs = Intake.Tick(nowNs);
-    if (OpenCount > 0 && nowNs >= Intake.HeardNs() + kSilenceNs)
-    {
-        Intake.Forget();
-        CloseAfterSilence(nowNs);
-    }
+    CommitInSilence(nowNs);
     for (size_t i = 0; i < OpenCount;)
     {
         Slot& slot = *Open[i];
@@ -103,16 +100,20 @@ uint64_t AncillaryAssembler::Tick(uint64_t nowNs)
             ++i;
     }
     if (OpenCount == 0) return lookNs;
-    uint64_t next = std::min(lookNs, Intake.HeardNs() + kSilenceNs);
+    uint64_t next = std::min(lookNs, Intake.SilentFromNs());
     for (size_t i = 0; i < OpenCount; ++i)
         if (Open[i]->ended) next = std::min(next, Open[i]->endNs + kReorderNs);
     return next;
 }
 
-void AncillaryAssembler::CloseAfterSilence(uint64_t nowNs)
+void AncillaryAssembler::CommitInSilence(uint64_t nowNs)
 {
-    while (OpenCount > 0)
+    while (OpenCount > 0 && Intake.IsSilent(nowNs))
         Commit(*Open[0], nowNs);
+}
+
+void AncillaryAssembler::BeginAnew()
+{
     Synced = false;
     SyncTimestampKnown = false;
     LeadInIndex = 0;
@@ -336,11 +337,12 @@ AncillaryAssembler::WrittenPlaylist AncillaryAssembler::WritePlaylist(std::span<
     return written;
 }
 
-bool AncillaryAssembler::NoteDelay(uint32_t timestamp, size_t field, uint64_t nowNs)
+bool AncillaryAssembler::NoteDelay(uint32_t timestamp, size_t field, uint64_t index, uint64_t nowNs)
 {
-    for (const RecentSlot& slot : Recent)
+    for (RecentSlot& slot : Recent)
     {
         if (!slot.seen[field] || slot.timestamp[field] != timestamp) continue;
+        slot.lastIndex = std::max(slot.lastIndex, index); // the next frame begins behind it
         const uint64_t delayNs = nowNs - slot.committedNs;
         if (delayNs >= Count.biggestDelayNs || nowNs >= Count.biggestDelayAtNs + kNsPerSecond)
         {

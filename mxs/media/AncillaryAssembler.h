@@ -56,7 +56,8 @@ private:
     };
 
     void PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs);
-    void CloseAfterSilence(uint64_t nowNs);
+    void CommitInSilence(uint64_t nowNs);
+    void BeginAnew();
     size_t FieldOf(const AncillaryPayload& payload, uint32_t timestamp);
     bool IsPair(uint32_t first, uint32_t second) const; // timestamps of the fields of one frame
     Slot* FindOpen(uint32_t timestamp, size_t field);
@@ -73,7 +74,7 @@ private:
     WrittenPlaylist WritePlaylist(std::span<const AncillaryList::Entry> entries, const Slot& slot,
                                   const BufferPlace& place);
     // True when the packet belongs to a slot that was committed lately.
-    bool NoteDelay(uint32_t timestamp, size_t field, uint64_t nowNs);
+    bool NoteDelay(uint32_t timestamp, size_t field, uint64_t index, uint64_t nowNs);
 
     SlotSink& Sink;
     const bool Interlaced;

@@ -20,9 +20,6 @@ constexpr uint32_t kRecordLost = 3;
 // How long a slot that has ended waits for packets that were overtaken. Redundant paths may differ by as much.
 constexpr uint64_t kReorderNs = 10'000'000;
 
-// A source that is silent for so long may be followed by another one.
-constexpr uint64_t kSilenceNs = 1'000'000'000;
-
 // Where slots come from and go to.
 class SlotSink
 {

@@ -47,13 +47,9 @@ const AssemblerCounters& AudioAssembler::Counters() const
 
 void AudioAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs)
 {
+    CommitInSilence(nowNs);
     const std::optional<RtpIntake::Taken> taken = Intake.Take(datagram, path, nowNs);
     if (!taken) return;
-    if (taken->afterSilence)
-    {
-        CommitAll(nowNs);
-        Aligned = false;
-    }
     const std::span<const uint8_t> samples = taken->packet.payload;
     // No datagram of audio is longer: one of 64 KiB would be the time of many slots.
     if (samples.empty() || samples.size() % FrameBytes != 0 || samples.size() > kMostSampleBytes)
@@ -77,11 +73,11 @@ void AudioAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64
 uint64_t AudioAssembler::Tick(uint64_t nowNs)
 {
     const uint64_t lookNs = Intake.Tick(nowNs);
-    if (First < Next && nowNs >= Intake.HeardNs() + kSilenceNs) CommitAll(nowNs);
+    CommitInSilence(nowNs);
     while (First < Ended && nowNs >= At(First).endedNs + kReorderNs)
         Commit(First, nowNs); // moves First
     if (First == Next) return lookNs;
-    const uint64_t next = std::min(lookNs, Intake.HeardNs() + kSilenceNs);
+    const uint64_t next = std::min(lookNs, Intake.SilentFromNs());
     return First < Ended ? std::min(next, At(First).endedNs + kReorderNs) : next;
 }
 
@@ -94,6 +90,15 @@ uint64_t AudioAssembler::PositionOf(uint32_t timestamp) const
 bool AudioAssembler::IsJump(uint64_t position) const
 {
     return position > NewestEnd + FarFrames || position + FarFrames < NewestEnd;
+}
+
+// Whatever comes next begins a slot: a sender whose clock stood still meanwhile goes on in the middle of one that is
+// committed.
+void AudioAssembler::CommitInSilence(uint64_t nowNs)
+{
+    if (!Aligned || !Intake.IsSilent(nowNs)) return;
+    CommitAll(nowNs);
+    Aligned = false;
 }
 
 void AudioAssembler::Align(uint32_t timestamp, uint64_t nowNs)

@@ -47,6 +47,7 @@ private:
     uint64_t BeginOf(uint64_t number) const { return Grid + number * SlotFrames; }
     Slot& At(uint64_t number) { return Slots[number % Slots.size()]; }
     bool IsJump(uint64_t position) const;
+    void CommitInSilence(uint64_t nowNs);
     void Align(uint32_t timestamp, uint64_t nowNs);
     bool Place(uint64_t begin, std::span<const uint8_t> samples, uint64_t nowNs); // false: no frame of it had a slot
     void OpenNext(uint64_t nowNs);

@@ -1,8 +1,6 @@
 // Packet type, source and sequence of what arrives.
 #include "RtpIntake.h"
 
-#include "Assembler.h"
-
 namespace mxs::media
 {
 
@@ -11,16 +9,10 @@ RtpIntake::RtpIntake(const Settings& settings) : Config(settings), PathLoss(HasP
     Count.paths.resize(Config.paths);
 }
 
-bool RtpIntake::AcceptSource(uint32_t ssrc, uint64_t nowNs, bool& afterSilence)
+bool RtpIntake::IsFollowed(uint32_t ssrc, uint64_t nowNs) const
 {
-    if (Config.ssrc != 0 && ssrc != Config.ssrc) return false;
-    afterSilence = Heard && nowNs >= LastHeardNs + kSilenceNs;
-    if (Heard && ssrc != Count.ssrc && !afterSilence) return false;
-    if (afterSilence) Forget();
-    Heard = true;
-    LastHeardNs = nowNs;
-    Count.ssrc = ssrc;
-    return true;
+    if (Config.ssrc != 0) return ssrc == Config.ssrc;
+    return !Heard || ssrc == Count.ssrc || IsSilent(nowNs);
 }
 
 std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs)
@@ -36,15 +28,20 @@ std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagra
         ++Count.otherPayloadType;
         return {};
     }
-    Taken taken;
-    Tick(nowNs); // before the silence of a source that has ended is forgotten
-    if (!AcceptSource(packet->ssrc, nowNs, taken.afterSilence))
+    if (!IsFollowed(packet->ssrc, nowNs))
     {
         ++Count.otherSource;
         return {};
     }
     // The number counts even if the rest of the packet is no good: it is not missing, it is malformed.
     const uint16_t upperHalf = Config.numbering == Numbering::Extended ? ReadExtendedSequence(packet->payload) : 0;
+    Tick(nowNs); // before a source that has ended is forgotten
+    Taken taken;
+    taken.afterSilence = IsSilent(nowNs) && (packet->ssrc != Count.ssrc || !Merged.GoesOn(packet->sequence, upperHalf));
+    if (taken.afterSilence) Forget();
+    Heard = true;
+    LastHeardNs = nowNs;
+    Count.ssrc = packet->ssrc;
     PathCounters& counters = Count.paths[path];
     ++counters.received;
     taken.verdict = Merged.Accept(packet->sequence, upperHalf);

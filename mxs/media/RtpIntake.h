@@ -32,6 +32,9 @@ struct IntakeCounters
     std::vector<PathCounters> paths;
 };
 
+// A source that is silent for so long may be followed by another one, or begin to count anew.
+constexpr uint64_t kSilenceNs = 1'000'000'000;
+
 class RtpIntake
 {
 public:
@@ -51,7 +54,7 @@ public:
     {
         RtpPacket packet;                 // refers to the datagram
         SequenceTracker::Verdict verdict; // never Duplicate
-        bool afterSilence = false;        // the source, or another one, is heard again: nothing before belongs to it
+        bool afterSilence = false;        // another source, or the same one counting anew: nothing before belongs to it
     };
 
     explicit RtpIntake(const Settings& settings);
@@ -67,13 +70,16 @@ public:
 
     void Forget(); // the next packet begins a new count, on every path
 
-    uint64_t HeardNs() const { return LastHeardNs; } // time of the latest packet of the source
+    // From then on the source is silent, if nothing more of it comes. Silence alone ends no stream: a source whose
+    // numbers go on after it is heard as if there had been none.
+    uint64_t SilentFromNs() const { return LastHeardNs + kSilenceNs; }
+    bool IsSilent(uint64_t nowNs) const { return Heard && nowNs >= SilentFromNs(); }
 
     const IntakeCounters& Counters() const { return Count; }
 
 private:
     bool HasPaths() const { return Config.paths > 1; } // a single path is the whole
-    bool AcceptSource(uint32_t ssrc, uint64_t nowNs, bool& afterSilence);
+    bool IsFollowed(uint32_t ssrc, uint64_t nowNs) const;
 
     const Settings Config;
     SequenceTracker Merged;

@@ -12,11 +12,23 @@ namespace
 constexpr int64_t kWindow = 32768;       // numbers behind the highest whose arrival is remembered
 constexpr int64_t kReorderLimit = 16384; // an older number than this is a late packet or a source that began anew
 constexpr int64_t kJumpLimit = 1 << 24;  // a step beyond is no loss but another way of counting
+constexpr int64_t kGoesOnLimit = 64;     // some of the next numbers may be lost
 constexpr uint64_t kFirstIndex = 1ULL << 32;
+
+uint32_t NumberOf(uint16_t sequence, uint16_t upperHalf)
+{
+    return static_cast<uint32_t>(upperHalf) << 16 | sequence;
+}
 
 } // namespace
 
 SequenceTracker::SequenceTracker() : Seen(static_cast<size_t>(kWindow) / 64) {}
+
+bool SequenceTracker::GoesOn(uint16_t sequence, uint16_t upperHalf) const
+{
+    const int64_t distance = DistanceTo(NumberOf(sequence, upperHalf));
+    return Known && distance > 0 && distance <= kGoesOnLimit;
+}
 
 void SequenceTracker::Forget()
 {
@@ -56,7 +68,7 @@ int64_t SequenceTracker::DistanceTo(uint32_t number) const
 
 SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upperHalf)
 {
-    const uint32_t number = static_cast<uint32_t>(upperHalf) << 16 | sequence;
+    const uint32_t number = NumberOf(sequence, upperHalf);
     if (!Known) return Restart(number);
 
     const int64_t distance = DistanceTo(number);

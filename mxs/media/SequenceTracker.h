@@ -29,6 +29,9 @@ public:
     // `upperHalf` is what the payload carries. Senders either move it at a wrap or leave it alone for ever.
     Verdict Accept(uint16_t sequence, uint16_t upperHalf);
 
+    // True for one of the numbers that are next after the highest: what a source sends that was only silent.
+    bool GoesOn(uint16_t sequence, uint16_t upperHalf) const;
+
     // The next packet is a Restart: the source was away, or was not listened to.
     void Forget();
 

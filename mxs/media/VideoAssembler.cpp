@@ -48,6 +48,7 @@ const AssemblerCounters& VideoAssembler::Counters() const
 
 void VideoAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs)
 {
+    CommitInSilence(nowNs);
     if (const std::optional<RtpIntake::Taken> taken = Intake.Take(datagram, path, nowNs)) PushTaken(*taken, nowNs);
 }
 
@@ -56,7 +57,7 @@ void VideoAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs)
     const RtpPacket& packet = taken.packet;
     const SequenceTracker::Verdict& verdict = taken.verdict;
     const bool late = verdict.arrival == SequenceTracker::Arrival::Late;
-    if (taken.afterSilence) CloseAfterSilence(nowNs);
+    if (taken.afterSilence) BeginAnew();
     if (!ReadVideoPayload(packet.payload, Scratch) || !Fits(Scratch))
     {
         ++Count.malformed;
@@ -93,11 +94,7 @@ void VideoAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs)
 uint64_t VideoAssembler::Tick(uint64_t nowNs)
 {
     const uint64_t lookNs = Intake.Tick(nowNs);
-    if (OpenCount > 0 && nowNs >= Intake.HeardNs() + kSilenceNs)
-    {
-        Intake.Forget();
-        CloseAfterSilence(nowNs);
-    }
+    CommitInSilence(nowNs);
     for (size_t i = 0; i < OpenCount;)
     {
         Slot& slot = *Open[i];
@@ -107,16 +104,20 @@ uint64_t VideoAssembler::Tick(uint64_t nowNs)
             ++i;
     }
     if (OpenCount == 0) return lookNs;
-    uint64_t next = std::min(lookNs, Intake.HeardNs() + kSilenceNs);
+    uint64_t next = std::min(lookNs, Intake.SilentFromNs());
     for (size_t i = 0; i < OpenCount; ++i)
         if (Open[i]->ended) next = std::min(next, Open[i]->endNs + kReorderNs);
     return next;
 }
 
-void VideoAssembler::CloseAfterSilence(uint64_t nowNs)
+void VideoAssembler::CommitInSilence(uint64_t nowNs)
 {
-    while (OpenCount > 0)
+    while (OpenCount > 0 && Intake.IsSilent(nowNs))
         Commit(*Open[0], nowNs);
+}
+
+void VideoAssembler::BeginAnew()
+{
     Synced = false;
     SyncTimestampKnown = false;
     FrameEndIndex = 0;

@@ -48,7 +48,8 @@ private:
     };
 
     void PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs);
-    void CloseAfterSilence(uint64_t nowNs);
+    void CommitInSilence(uint64_t nowNs);
+    void BeginAnew();
     bool Fits(const VideoPayload& payload) const;
     Slot* FindOpen(uint32_t timestamp, size_t field);
     Slot* Begin(const RtpPacket& packet, const VideoPayload& payload, const SequenceTracker::Verdict& verdict,

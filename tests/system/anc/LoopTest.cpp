@@ -193,8 +193,6 @@ TEST_P(AncPause, SendingGoesOnByItselfAtTheTimeOfTheClock)
         if (frame == kFrames)
         {
             EXPECT_GE(timestamp - before, pauseMs * 90 - kFrameTicks);
-            // After a second of silence a stream begins anew, with the end of a frame.
-            if (timestamp - before > 90000) ++frame;
         }
         EXPECT_EQ(Numbered(frame), slot->items) << "frame " << frame;
         EXPECT_TRUE(slot->losses.empty());

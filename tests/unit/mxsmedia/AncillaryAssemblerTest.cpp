@@ -550,6 +550,122 @@ TEST_F(AncillaryAssemblerTest, SilenceThatOnlyThePacketBehindItTellsOfIsSilenceT
     ExpectPlaylists(0, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
 }
 
+// A pause of the sender, with and without a look at the clock meanwhile.
+class AncillaryAssemblerPause : public AncillaryAssemblerTest, public testing::WithParamInterface<bool>
+{
+protected:
+    void Pause()
+    {
+        NowNs += 10000 * kMs;
+        if (GetParam()) Slots->Tick(NowNs);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Looked, AncillaryAssemblerPause, testing::Bool());
+
+TEST_P(AncillaryAssemblerPause, TheFirstFrameAfterItIsKeptAndKnownToBeWhole)
+{
+    LeadIn();
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true}, {{}}));
+    Pause();
+    Push(AncDatagram({.sequence = 101, .timestamp = 990000, .marker = true}, {{.words = kCaptions}}));
+    ASSERT_EQ(Committed().size(), 2u); // at once
+    ExpectPlaylists(1, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
+    EXPECT_FALSE(IsMarkedAsLost(1));
+
+    Pause();
+    Push(AncDatagram({.sequence = 103, .timestamp = 1890000, .marker = true}, {{}})); // one before it is missing
+    Wait(10 * kMs);
+    ASSERT_EQ(Committed().size(), 3u);
+    EXPECT_TRUE(IsMarkedAsLost(2));
+    EXPECT_EQ(Count().intake.lost, 1u);
+    EXPECT_EQ(Count().beforeFirstFrame, 1u); // the one at the start
+}
+
+TEST_P(AncillaryAssemblerPause, TheFirstFrameAfterItIsKeptEvenIfItIsTheFirstOfAll)
+{
+    LeadIn();
+    Pause();
+    Push(AncDatagram({.sequence = 100, .timestamp = 990000, .marker = true}, {{.words = kCaptions}}));
+
+    ASSERT_EQ(Committed().size(), 1u);
+    EXPECT_FALSE(IsMarkedAsLost(0));
+}
+
+TEST_P(AncillaryAssemblerPause, TheFirstFrameAfterItIsWholeWhenThePathsHaveItTogether)
+{
+    Make(Progressive1080(), {.payloadType = 100, .paths = 2});
+    LeadIn();
+    const Bytes before = AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true}, {{}});
+    Push(before, 0);
+    Push(before, 1);
+    Pause();
+    Push(AncDatagram({.sequence = 102, .timestamp = 990000, .marker = true}, {{.line = 10}}), 0);
+    Push(AncDatagram({.sequence = 101, .timestamp = 990000}, {{}}), 1);
+    Wait(10 * kMs);
+
+    ASSERT_EQ(Committed().size(), 2u);
+    ExpectPlaylists(1, {{0, PlaylistOf({{9, false, {kTimecode}}, {10, false, {kTimecode}}})}});
+    EXPECT_FALSE(IsMarkedAsLost(1));
+    EXPECT_EQ(Count().intake.lost, 0u);
+    EXPECT_EQ(Count().intake.paths[0].lost, 1u);
+    EXPECT_EQ(Count().intake.paths[1].lost, 1u);
+}
+
+TEST_P(AncillaryAssemblerPause, TheRestOfAFrameThatItInterruptedIsDelayed)
+{
+    LeadIn();
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000}, {{}}));
+    Pause();
+    Push(AncDatagram({.sequence = 101, .timestamp = 90000, .marker = true}, {{}}));
+    Push(AncDatagram({.sequence = 102, .timestamp = 990000, .marker = true}, {{.words = kCaptions}}));
+
+    ASSERT_EQ(Committed().size(), 2u);
+    EXPECT_TRUE(IsMarkedAsLost(0));
+    EXPECT_FALSE(IsMarkedAsLost(1));
+    ExpectPlaylists(1, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
+    EXPECT_EQ(Count().delayed, 1u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
+TEST_P(AncillaryAssemblerPause, NumbersOrASourceThatDoNotGoOnBeginAnew)
+{
+    LeadIn();
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true}, {{}}));
+    Pause();
+    Push(AncDatagram({.sequence = 165, .timestamp = 990000, .marker = true}, {{}}));
+    Push(AncDatagram({.sequence = 166, .timestamp = 991800, .marker = true}, {{.words = kCaptions}}));
+    Pause();
+    Push(AncDatagram({.sequence = 167, .timestamp = 1890000, .marker = true, .ssrc = 9}, {{}}));
+    Push(AncDatagram({.sequence = 168, .timestamp = 1891800, .marker = true, .ssrc = 9}, {{}}));
+
+    ASSERT_EQ(Committed().size(), 3u);
+    EXPECT_EQ(Committed()[1].records[0].value, 991800u);
+    EXPECT_EQ(Committed()[2].records[0].value, 1891800u);
+    EXPECT_EQ(Count().incomplete, 0u);
+    EXPECT_EQ(Count().beforeFirstFrame, 3u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
+TEST_P(AncillaryAssemblerPause, TheFirstFrameAfterItIsKeptWhenTheRingHadNoRoomBefore)
+{
+    LeadIn();
+    Sink->Room = 0;
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true}, {{}}));
+    Push(AncDatagram({.sequence = 101, .timestamp = 91800}, {{}}));
+    Pause();
+    Sink->Room = 2;
+    Push(AncDatagram({.sequence = 102, .timestamp = 91800, .marker = true}, {{}}));
+    Push(AncDatagram({.sequence = 103, .timestamp = 990000, .marker = true}, {{.words = kCaptions}}));
+
+    ASSERT_EQ(Committed().size(), 1u);
+    EXPECT_FALSE(IsMarkedAsLost(0));
+    ExpectPlaylists(0, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
+    EXPECT_EQ(Count().drops, 2u);
+    EXPECT_EQ(Count().delayed, 1u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
 TEST_F(AncillaryAssemblerTest, TheUpperHalfOfTheSequenceNumberMovesOrStandsStill)
 {
     for (const uint32_t upper : {0u, 1u})

@@ -376,6 +376,114 @@ TEST_F(AudioAssemblerTest, ASecondOfSilenceCommitsWhatIsOpenAndTheNextPacketBegi
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+// A pause of the sender, with and without a look at the clock meanwhile.
+class AudioAssemblerPause : public AudioAssemblerTest, public testing::WithParamInterface<bool>
+{
+protected:
+    static constexpr uint32_t kPauseFrames = 480000;
+    void Pause()
+    {
+        NowNs += 10000 * kMs;
+        if (GetParam()) Assembler->Tick(NowNs);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Looked, AudioAssemblerPause, testing::Bool());
+
+TEST_P(AudioAssemblerPause, EverySampleAfterItArrivesAndTheSlotThatItCutIsReported)
+{
+    const Bytes samples = Samples(4, 30);
+    const auto before = CutAudio(samples, {.firstSequence = 65534, .firstTimestamp = 1000});
+    Push({before[0], before[1], before[2], before[3], before[4]});
+    Pause();
+    const auto after = CutAudio(samples, {.firstSequence = 3, .firstTimestamp = 1030 + kPauseFrames});
+    Push({after[0], after[1], after[2], after[3], after[4], after[6], after[7]}); // the sixth is missing
+    Wait(10 * kMs);
+
+    ASSERT_EQ(Slots().size(), 4u);
+    EXPECT_EQ(Slots()[0].bytes, SlotOf(samples, 0));
+    EXPECT_EQ(Slots()[1].records, (std::vector<Record>{{1, 0, 1024}, {3, 24, 72}, {2, 95, 0}}));
+    EXPECT_EQ(Slots()[2].records, (std::vector<Record>{{1, 0, 1030 + kPauseFrames}, {2, 95, 0}}));
+    EXPECT_EQ(Slots()[2].bytes, SlotOf(samples, 0));
+    EXPECT_EQ(Slots()[3].records, (std::vector<Record>{{1, 0, 1054 + kPauseFrames}, {3, 24, 24}, {2, 95, 0}}));
+    EXPECT_EQ(Count().intake.lost, 1u);
+    EXPECT_EQ(Count().delayed, 0u);
+}
+
+TEST_P(AudioAssemblerPause, WhatIsMissingOverItIsLost)
+{
+    const Bytes samples = Samples(1, 31);
+    Push(CutAudio(samples, {.firstSequence = 0, .firstTimestamp = 1000}));
+    Pause();
+    Push(CutAudio(samples, {.firstSequence = 6, .firstTimestamp = 1036 + kPauseFrames})); // 4 and 5 are missing
+    Pause();
+    Push(CutAudio(samples, {.firstSequence = 9 + 65, .firstTimestamp = 5000 + 2 * kPauseFrames})); // another count
+
+    ASSERT_EQ(Slots().size(), 3u);
+    for (const KeptSlot& slot : Slots())
+        EXPECT_EQ(slot.bytes, samples);
+    EXPECT_EQ(Count().intake.lost, 2u);
+}
+
+TEST_P(AudioAssemblerPause, ASenderWhoseClockStoodStillLosesNoSample)
+{
+    const Bytes samples = Samples(1, 32);
+    const auto packets = CutAudio(samples, {.firstTimestamp = 1000});
+    Push({packets[0], packets[1]});
+    Pause();
+    Push({packets[2], packets[3]});
+    Push(CutAudio(samples, {.firstSequence = 4, .firstTimestamp = 1024}));
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[0].records, (std::vector<Record>{{1, 0, 1000}, {3, 48, 48}, {2, 95, 0}}));
+    EXPECT_EQ(Slots()[1].records, (std::vector<Record>{{1, 0, 1012}, {2, 95, 0}}));
+    Bytes expected = Part(samples, 48, 96);
+    expected.insert(expected.end(), samples.begin(), samples.begin() + 48);
+    EXPECT_EQ(Slots()[1].bytes, expected);
+    EXPECT_EQ(Count().delayed, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
+TEST_P(AudioAssemblerPause, TwoPathsHaveLostNothingByIt)
+{
+    Make(SmallAudio(), {.paths = 2, .queueDepth = 8});
+    const Bytes samples = Samples(2, 33);
+    for (uint32_t turn = 0; turn < 2; ++turn)
+    {
+        const auto packets =
+            CutAudio(samples, {.firstSequence = 8 * turn, .firstTimestamp = 1000 + turn * kPauseFrames});
+        for (size_t i = 0; i < packets.size(); ++i)
+            for (const size_t path : {0u, 1u})
+                if (turn == 0 || path == 1 || i != 0) Push(packets[i], path); // one is missing on the first path
+        Pause();
+    }
+    Assembler->Tick(NowNs);
+
+    ASSERT_EQ(Slots().size(), 4u);
+    EXPECT_EQ(Slots()[2].bytes, SlotOf(samples, 0));
+    EXPECT_EQ(Slots()[3].bytes, SlotOf(samples, 1));
+    EXPECT_EQ(Count().intake.lost, 0u);
+    EXPECT_EQ(Count().intake.paths[0].lost, 1u);
+    EXPECT_EQ(Count().intake.paths[1].lost, 0u);
+}
+
+TEST_P(AudioAssemblerPause, TheFirstSlotAfterItIsKeptWhenTheRingHadNoRoomBefore)
+{
+    const Bytes samples = Samples(2, 34);
+    const auto packets = CutAudio(samples, {.firstTimestamp = 1000});
+    Sink->Room = 0;
+    for (size_t i = 0; i < 6; ++i)
+        Push(packets[i]);
+    Pause();
+    Sink->Room = 64;
+    Push(CutAudio(SlotOf(samples, 1), {.firstSequence = 6, .firstTimestamp = 1036 + kPauseFrames}));
+
+    ASSERT_EQ(Slots().size(), 1u);
+    EXPECT_EQ(Slots()[0].bytes, SlotOf(samples, 1));
+    EXPECT_EQ(Count().drops, 2u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
 TEST_F(AudioAssemblerTest, APacketFromBeforeTheFirstOneHasNoSlot)
 {
     const Bytes samples = Samples(2, 22);

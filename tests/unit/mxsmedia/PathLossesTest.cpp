@@ -143,6 +143,24 @@ TEST_F(PathLossesTest, APacketFromBehindTheWindowFillsNothing)
     Expect(32767, 0);
 }
 
+TEST_F(PathLossesTest, APauseIsNoLoss)
+{
+    for (const size_t path : {0u, 1u})
+        Bring(path, 0, 10);
+    Wait(5000);
+    Bring(0, 10, 12);
+    Wait(9); // the second path is behind
+    Bring(1, 10, 12);
+    Wait(10);
+    Expect(0, 0);
+
+    Wait(5000);
+    Bring(1, 13, 14); // the first after the pause comes on neither
+    Bring(0, 13, 14);
+    Wait(10);
+    Expect(1, 1);
+}
+
 TEST_F(PathLossesTest, ARestartBeginsANewCountAndKeepsTheSum)
 {
     Bring(1, 0, 10);

@@ -142,6 +142,85 @@ TEST_F(RtpIntakeTest, AnotherSourceIsHeardAfterASecondOfSilence)
     EXPECT_FALSE(AfterSilence);
 }
 
+TEST_F(RtpIntakeTest, ASourceThatGoesOnAfterSilenceIsTheSameAndItsGapsAreLost)
+{
+    Take(One, 65534, 0);
+    EXPECT_TRUE(Take(One, 65535, 0, kNow + kSilenceNs));
+    EXPECT_FALSE(AfterSilence);
+    EXPECT_EQ(One.Counters().lost, 0u);
+
+    EXPECT_TRUE(Take(One, 3, 0, kNow + 20 * kSilenceNs)); // 0 to 2 are missing
+    EXPECT_FALSE(AfterSilence);
+    EXPECT_EQ(One.Counters().lost, 3u);
+    EXPECT_TRUE(Take(One, 1, 0, kNow + 20 * kSilenceNs + 1));
+    EXPECT_FALSE(Take(One, 65535, 0, kNow + 20 * kSilenceNs + 1)); // once more
+    ExpectPath(One, 0, 5, 2);
+}
+
+TEST_F(RtpIntakeTest, ASourceThatDoesNotGoOnAfterSilenceBeginsAnewAndNothingIsLost)
+{
+    for (const uint32_t sequence : {500u + 65, 500u, 499u, 9000u})
+    {
+        RtpIntake intake({.payloadType = 96});
+        Take(intake, 500, 0);
+        EXPECT_TRUE(Take(intake, sequence, 0, kNow + kSilenceNs)) << sequence;
+        EXPECT_TRUE(AfterSilence) << sequence;
+        EXPECT_EQ(intake.Counters().lost, 0u) << sequence;
+    }
+}
+
+TEST_F(RtpIntakeTest, AnotherSourceBeginsAnewAfterSilenceWhateverItsNumber)
+{
+    Take(One, 500, 0);
+    EXPECT_TRUE(Take(One, 501, 0, kNow + kSilenceNs, {.ssrc = 5}));
+    EXPECT_TRUE(AfterSilence);
+    EXPECT_TRUE(Take(One, 503, 0, kNow + kSilenceNs, {.ssrc = 5}));
+    EXPECT_EQ(One.Counters().lost, 1u);
+}
+
+TEST_F(RtpIntakeTest, PacketsWithheldBeforeASilenceLetTheNextOneBeginAnew)
+{
+    Take(One, 500, 0);
+    One.Forget();
+    EXPECT_TRUE(Take(One, 502, 0, kNow + kSilenceNs));
+    EXPECT_TRUE(AfterSilence);
+    EXPECT_EQ(One.Counters().lost, 0u);
+}
+
+TEST_F(RtpIntakeTest, AfterAPauseEachPathHasLostWhatItDidNotBringAndNoMore)
+{
+    uint64_t nowNs = kNow;
+    for (uint32_t sequence = 100; sequence < 110; ++sequence)
+        for (const size_t path : {0u, 1u})
+            if (path == 0 || sequence != 109) Take(Two, sequence, path, nowNs);
+    for (nowNs += kReorderNs; nowNs < kNow + 3 * kSilenceNs; nowNs += kReorderNs)
+        Two.Tick(nowNs);
+    ExpectPath(Two, 0, 10, 0);
+    ExpectPath(Two, 1, 9, 1);
+
+    for (uint32_t sequence = 110; sequence < 120; ++sequence) // the first one comes on the second path alone
+        for (const size_t path : {0u, 1u})
+            if (path == 1 || sequence != 110) Take(Two, sequence, path, nowNs);
+    EXPECT_FALSE(AfterSilence);
+    Two.Tick(nowNs + kReorderNs);
+    EXPECT_EQ(Two.Counters().lost, 0u);
+    ExpectPath(Two, 0, 19, 1);
+    ExpectPath(Two, 1, 19, 1);
+}
+
+TEST_F(RtpIntakeTest, APathThatIsBehindOverAPauseHasLostNothing)
+{
+    constexpr uint64_t kBehindNs = 9'000'000;
+    for (const uint64_t nowNs : {kNow, kNow + 5 * kSilenceNs})
+        for (uint32_t packet = 0; packet < 2; ++packet)
+            for (const size_t path : {0u, 1u})
+                Take(Two, (nowNs == kNow ? 100 : 102) + packet, path, nowNs + (packet + path) * kBehindNs);
+
+    EXPECT_EQ(Two.Counters().lost, 0u);
+    ExpectPath(Two, 0, 4, 0);
+    ExpectPath(Two, 1, 4, 0);
+}
+
 TEST_F(RtpIntakeTest, WhatIsOfNoUseIsCountedByItsReasonAndOnNoPath)
 {
     EXPECT_FALSE(Take(One, 1, 0, kNow, {.payloadType = 97}));

@@ -135,3 +135,32 @@ TEST(SequenceTracker, AfterForgetNothingIsMissing)
     EXPECT_EQ(verdict.missing, 0u);
     EXPECT_EQ(Accept(tracker, 9001).arrival, Arrival::New);
 }
+
+TEST(SequenceTracker, OnlyTheNextSixtyFourNumbersGoOn)
+{
+    SequenceTracker tracker;
+    EXPECT_FALSE(tracker.GoesOn(1, 0)); // from nothing
+    Accept(tracker, 1000);
+    Accept(tracker, 999); // late: the highest counts
+
+    EXPECT_TRUE(tracker.GoesOn(1001, 0));
+    EXPECT_TRUE(tracker.GoesOn(1064, 0));
+    EXPECT_FALSE(tracker.GoesOn(1065, 0));
+    EXPECT_FALSE(tracker.GoesOn(1000, 0));
+    EXPECT_FALSE(tracker.GoesOn(999, 0));
+    EXPECT_FALSE(tracker.GoesOn(1001, 1));                  // 65536 further
+    EXPECT_EQ(Accept(tracker, 1001).arrival, Arrival::New); // asking has changed nothing
+
+    tracker.Forget();
+    EXPECT_FALSE(tracker.GoesOn(1002, 0));
+}
+
+TEST(SequenceTracker, NumbersGoOnOverAWrapOfBothManners)
+{
+    SequenceTracker tracker;
+    Accept(tracker, 0x0007FFFE);
+
+    EXPECT_TRUE(tracker.GoesOn(0x0002, 7));
+    EXPECT_TRUE(tracker.GoesOn(0x0002, 8));
+    EXPECT_FALSE(tracker.GoesOn(0x0002, 9));
+}

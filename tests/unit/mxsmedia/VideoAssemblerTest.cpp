@@ -468,6 +468,121 @@ TEST_F(AssemblerTest, SilenceCommitsWhatIsOpenAndTheGapIsNoLoss)
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+// A pause of the sender, with and without a look at the clock meanwhile.
+class AssemblerPause : public AssemblerTest, public testing::WithParamInterface<bool>
+{
+protected:
+    void Pause()
+    {
+        NowNs += 10000 * kMs;
+        if (GetParam()) Maker->Tick(NowNs);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Looked, AssemblerPause, testing::Bool());
+
+TEST_P(AssemblerPause, TheFirstFrameAfterItIsKept)
+{
+    Push(Frame(Picture(1), 65532, 1000));
+    Pause();
+    Push(Frame(Picture(2), 65536, 901000));
+    Pause();
+    const auto third = Frame(Picture(3), 65540, 1801000);
+    Push({third[1], third[2], third[3]}); // the first packet is missing
+    Wait(10 * kMs);
+
+    ASSERT_EQ(Slots().size(), 3u);
+    EXPECT_EQ(Slots()[1].bytes, Picture(2));
+    EXPECT_EQ(Slots()[2].OfType(3), (std::vector<Record>{{3, 0, 20}}));
+    EXPECT_EQ(Count().intake.lost, 1u);
+    EXPECT_EQ(Count().beforeFirstFrame, 0u);
+    Push(third[0]);
+    EXPECT_EQ(Count().delayed, 1u);
+}
+
+TEST_P(AssemblerPause, TheFirstFrameAfterItIsWholeWhenThePathsHaveItTogether)
+{
+    Make(SmallVideo(), {.payloadType = 96, .paths = 2});
+    for (const size_t path : {0u, 1u})
+        Push(Frame(Picture(1), 100, 1000), path);
+    Pause();
+    const auto packets = Frame(Picture(2), 104, 901000);
+    Push({packets[1], packets[2]}, 0);
+    Push({packets[0], packets[3]}, 1);
+    Wait(10 * kMs);
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[1].bytes, Picture(2));
+    EXPECT_EQ(Count().intake.lost, 0u);
+    EXPECT_EQ(Count().intake.paths[0].lost, 2u);
+    EXPECT_EQ(Count().intake.paths[1].lost, 2u);
+}
+
+TEST_P(AssemblerPause, TheRestOfAFrameThatItInterruptedIsDelayed)
+{
+    const auto packets = Frame(Picture(1), 100, 1000);
+    Push({packets[0], packets[1]});
+    Pause();
+    Push({packets[2], packets[3]});
+    Push(Frame(Picture(2), 104, 901000));
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[0].OfType(3), (std::vector<Record>{{3, 40, 40}}));
+    EXPECT_EQ(Slots()[1].bytes, Picture(2));
+    EXPECT_EQ(Count().delayed, 2u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
+TEST_P(AssemblerPause, NumbersThatDoNotGoOnBeginAnew)
+{
+    Push(Frame(Picture(1), 100, 1000));
+    Pause();
+    const auto running = Frame(Picture(2), 168, 901000); // 64 are missing before
+    Push({running[1], running[2], running[3]});
+    Push(Frame(Picture(3), 172, 904600));
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[1].bytes, Picture(3));
+    EXPECT_EQ(Count().beforeFirstFrame, 3u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
+TEST_P(AssemblerPause, AnotherSourceBeginsAnew)
+{
+    const auto packets = Frame(Picture(1), 100, 1000);
+    Push({packets[0], packets[1]});
+    Pause();
+    const auto running = Frame(Picture(2), 102, 1000, {.ssrc = 5}); // numbers and timestamp as of the first one
+    Push({running[2], running[3]});
+    Push(Frame(Picture(3), 106, 4600, {.ssrc = 5}));
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[0].OfType(3), (std::vector<Record>{{3, 40, 40}}));
+    EXPECT_EQ(Slots()[1].bytes, Picture(3));
+    EXPECT_EQ(Count().beforeFirstFrame, 2u);
+    EXPECT_EQ(Count().delayed, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
+TEST_P(AssemblerPause, TheFirstFrameAfterItIsKeptWhenTheRingHadNoRoomBefore)
+{
+    Sink->Room = 0;
+    for (uint32_t frame = 0; frame < 3; ++frame)
+        Push(Frame(Picture(frame), 100 + 4 * frame, 1000 + 3600 * frame));
+    const auto cut = Frame(Picture(3), 112, 11800);
+    Push({cut[0], cut[1]});
+    Pause();
+    Sink->Room = 2;
+    Push({cut[2], cut[3]});
+    Push(Frame(Picture(4), 116, 901000));
+
+    ASSERT_EQ(Slots().size(), 1u);
+    EXPECT_EQ(Slots()[0].bytes, Picture(4));
+    EXPECT_EQ(Count().drops, 4u);
+    EXPECT_EQ(Count().delayed, 2u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
 TEST_F(AssemblerTest, AFrameWithoutRoomInTheRingIsDroppedWhole)
 {
     Push(Frame(Picture(1), 100, 1000));
