@@ -62,12 +62,14 @@ void AudioAssembler::Push(std::span<const uint8_t> datagram, size_t path, uint64
     const uint64_t position = PositionOf(taken->packet.timestamp);
     const uint64_t frames = samples.size() / FrameBytes;
     const bool outside = !Aligned || (late && IsJump(position)) || position + frames <= Grid;
-    if (outside || !Place(position, samples, nowNs))
+    const bool placed = !outside && Place(position, samples, nowNs);
+    if (!placed && (NoteDelay(position, nowNs) || !outside))
     {
-        ++(NoteDelay(position, nowNs) || !outside ? Count.delayed : Count.beforeFirstFrame);
+        ++Count.delayed;
         return;
     }
-    if (late) Intake.Fill(*taken);
+    Intake.Fill(*taken); // before the first slot too: what comes is not lost
+    if (!placed) ++Count.beforeFirstFrame;
 }
 
 uint64_t AudioAssembler::Tick(uint64_t nowNs)

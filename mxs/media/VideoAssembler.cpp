@@ -75,12 +75,12 @@ void VideoAssembler::PushTaken(const RtpIntake::Taken& taken, uint64_t nowNs)
     if (!slot && !late) slot = Begin(packet, Scratch, verdict, nowNs);
     const bool endsFrame = packet.marker && (!Interlaced || field == 1);
     if (endsFrame) FrameEndIndex = verdict.index;
+    Intake.Fill(taken); // before the first frame too: what comes is not lost
     if (!slot)
     {
         ++Count.beforeFirstFrame;
         return;
     }
-    Intake.Fill(taken);
 
     slot->seen[field] = true;
     slot->timestamp[field] = packet.timestamp;

@@ -497,6 +497,21 @@ TEST_F(AudioAssemblerTest, APacketFromBeforeTheFirstOneHasNoSlot)
     EXPECT_EQ(Count().delayed, 0u);
 }
 
+TEST_F(AudioAssemblerTest, APacketThatIsOvertakenByTheFirstOneOfANewPlaceIsNotLost)
+{
+    const Bytes before = Samples(1, 35), samples = Samples(2, 36);
+    Push(CutAudio(before, {.firstSequence = 0, .firstTimestamp = 1000}));
+    const auto packets = CutAudio(samples, {.firstSequence = 4, .firstTimestamp = 500000});
+    Push({packets[1], packets[0], packets[2], packets[3], packets[4]});
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[1].bytes, Part(samples, 24, 120));
+    EXPECT_EQ(Slots()[1].records[0], (Record{1, 0, 500006}));
+    EXPECT_EQ(Count().beforeFirstFrame, 1u);
+    EXPECT_EQ(Count().delayed, 0u);
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
 TEST_F(AudioAssemblerTest, SlotsForWhichTheRingHasNoRoomAreDroppedAndTheOthersKeepTheirPlaces)
 {
     const Bytes samples = Samples(5, 23);

@@ -349,6 +349,15 @@ TEST_F(AssemblerTest, TheFrameThatIsRunningAtTheStartIsSkipped)
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+TEST_F(AssemblerTest, APacketThatIsOvertakenBeforeTheFirstFrameIsNotLost)
+{
+    const auto running = Frame(Picture(1), 100, 1000);
+    Push({running[1], running[3], running[2]});
+
+    EXPECT_EQ(Count().intake.lost, 0u);
+    EXPECT_EQ(Count().beforeFirstFrame, 3u);
+}
+
 TEST_F(AssemblerTest, TheFirstSlotMayBeginBehindALostFirstPacket)
 {
     const auto running = Frame(Picture(1), 100, 1000);
