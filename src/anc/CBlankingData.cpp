@@ -129,7 +129,7 @@ uint32_t CBlankingData::Init(uint32_t videoStandard, bool doubleVanc, const std:
         StreamLines& lines = Streams[stream];
         if (lines.FirstTouched <= lines.LastTouched)
             std::fill(lines.Lines + lines.FirstTouched - 1, lines.Lines + lines.LastTouched, LineRecord{});
-        lines.FirstTouched = 1;
+        lines.FirstTouched = UINT32_MAX;
         lines.LastTouched = 0;
     }
     return kAncSuccess;
@@ -161,15 +161,8 @@ void CBlankingData::TakeVideoStandard(uint32_t videoStandard, bool doubleVanc)
 CBlankingData::LineRecord& CBlankingData::Touch(uint32_t line, uint32_t stream)
 {
     StreamLines& lines = Streams[stream];
-    if (lines.FirstTouched > lines.LastTouched)
-    {
-        lines.FirstTouched = lines.LastTouched = line;
-    }
-    else
-    {
-        lines.FirstTouched = std::min(lines.FirstTouched, line);
-        lines.LastTouched = std::max(lines.LastTouched, line);
-    }
+    lines.FirstTouched = std::min(lines.FirstTouched, line);
+    lines.LastTouched = std::max(lines.LastTouched, line);
     return lines.Lines[line - 1];
 }
 
@@ -187,23 +180,24 @@ uint8_t* CBlankingData::AllocateData(uint32_t size, uint32_t pool)
 
 uint32_t CBlankingData::AllocatePacket(uint8_t dataCount, ZEFA_ANC_PACKET** packet, uint32_t pool)
 {
-    if (pool >= PacketPools.size())
+    if (pool >= PacketPools.size()) [[unlikely]]
     {
         ErrorSink.Tell("Invalid pool index received");
         return kAncBadPlace;
     }
-    if (!packet)
+    if (!packet) [[unlikely]]
     {
         ErrorSink.Tell("Invalid pNbAncPackets pointer received");
         return kAncNullPointer;
     }
     *packet = nullptr;
     PacketChunk* chunk = PacketPools[pool].Head();
-    if (!chunk || chunk->FreeRecords == 0) chunk = PacketPools[pool].AddChunk();
+    if (!chunk || chunk->FreeRecords == 0) [[unlikely]]
+        chunk = PacketPools[pool].AddChunk();
     uint16_t* words = nullptr;
     if (chunk && dataCount != 0)
         words = reinterpret_cast<uint16_t*>(AllocateData(dataCount * 2U + 2, pool)); // even sizes keep words aligned
-    if (!chunk || (dataCount != 0 && !words))
+    if (!chunk || (dataCount != 0 && !words)) [[unlikely]]
     {
         ErrorSink.Tell("Cannot allocate internal ANC packet structure");
         return kAncNoMemory;
@@ -258,22 +252,32 @@ uint32_t CBlankingData::GetPacket(uint32_t line, uint32_t stream, int32_t index,
     return kAncNothingThere;
 }
 
+// Between which packets one comes that is not the last.
+[[gnu::noinline]] CBlankingData::Neighbours CBlankingData::FindNeighbours(const Area& area, uint32_t place)
+{
+    ZEFA_ANC_PACKET* next = area.First;
+    for (uint32_t i = 0; next && i < place; ++i)
+        next = next->Next;
+    return {place == 0 || !next ? nullptr : next->Previous, next};
+}
+
 uint32_t CBlankingData::InsertPacket(uint32_t line, uint32_t stream, int32_t index, ZEFA_ANC_PACKET* packet)
 {
     if (!packet) return kAncNullPointer;
     const bool inHanc = packet->InHANC_B != 0;
-    if (DebugSink.Wanted())
+    if (DebugSink.Wanted()) [[unlikely]]
         DebugSink.Tell("LineNumber_i=%d - AncStream_E=%d - PacketIndex_i=%d - InHANC=%d - DataCount=%d\n",
                        static_cast<int>(line), static_cast<int>(stream), index, static_cast<int>(packet->InHANC_B),
                        packet->DataCount_UB);
     if (!IsPlace(line, stream)) return kAncBadPlace;
-    if (packet->External_B) KeepExternal(packet);
+    if (packet->External_B) [[unlikely]]
+        KeepExternal(packet);
 
     LineRecord& record = Touch(line, stream);
     Area& area = inHanc ? record.Hanc : record.Vanc;
     const uint32_t size = packet->DataCount_UB + kPacketOverhead;
     const uint32_t capacity = CapacityOf(area, inHanc);
-    if (capacity < size)
+    if (capacity < size) [[unlikely]]
     {
         ErrorSink.Tell("Stream%d - Line%d - %s : Packet size %d is greater than line capacity %u",
                        static_cast<int>(stream), static_cast<int>(line), inHanc ? "H" : "V", static_cast<int>(size),
@@ -281,21 +285,16 @@ uint32_t CBlankingData::InsertPacket(uint32_t line, uint32_t stream, int32_t ind
         return kAncLineFull;
     }
     const uint32_t place = index == kBehindTheLast ? area.NbPackets : static_cast<uint32_t>(index);
-    if (place > area.NbPackets) // a negative index is above every count
+    if (place > area.NbPackets) [[unlikely]] // a negative index is above every count
     {
         ErrorSink.Tell("Invalid PacketIndex_i=%d (NbAncPkt_UL=%d)", index, static_cast<int>(area.NbPackets));
         return kAncBadPlace;
     }
 
-    ZEFA_ANC_PACKET* next = nullptr;
-    ZEFA_ANC_PACKET* previous = area.Last;
-    if (place < area.NbPackets)
-    {
-        next = area.First;
-        for (uint32_t i = 0; next && i < place; ++i)
-            next = next->Next;
-        previous = place == 0 || !next ? nullptr : next->Previous;
-    }
+    Neighbours between{area.Last, nullptr};
+    if (place != area.NbPackets) [[unlikely]]
+        between = FindNeighbours(area, place);
+    const auto [previous, next] = between;
     packet->Previous = previous;
     packet->Next = next;
     (previous ? previous->Next : area.First) = packet;
@@ -305,6 +304,13 @@ uint32_t CBlankingData::InsertPacket(uint32_t line, uint32_t stream, int32_t ind
     return kAncSuccess;
 }
 
+[[gnu::noinline]] void CBlankingData::Clear(Area& area, uint32_t line, bool hanc) const
+{
+    area = {};
+    // From here on the vertical area has the room of its own line, which is none where there is picture.
+    if (!hanc) area.TakenWords = LineVancCapacity - static_cast<uint32_t>(GetLineCapacity(VideoStandard, line, false));
+}
+
 uint32_t CBlankingData::RemovePacket(uint32_t line, uint32_t stream, int32_t index, bool inHanc,
                                      ZEFA_ANC_PACKET** packet)
 {
@@ -312,12 +318,9 @@ uint32_t CBlankingData::RemovePacket(uint32_t line, uint32_t stream, int32_t ind
     if (!IsPlace(line, stream)) return kAncBadPlace;
     LineRecord& record = Touch(line, stream);
     Area& area = inHanc ? record.Hanc : record.Vanc;
-    if (index == kAllPackets)
+    if (index == kAllPackets) [[unlikely]]
     {
-        area = {};
-        // From here on the vertical area has the room of its own line, which is none where there is picture.
-        if (!inHanc)
-            area.TakenWords = LineVancCapacity - static_cast<uint32_t>(GetLineCapacity(VideoStandard, line, false));
+        Clear(area, line, inHanc);
         return kAncSuccess;
     }
     if (static_cast<uint32_t>(index) >= area.NbPackets) return kAncBadPlace;

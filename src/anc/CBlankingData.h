@@ -84,6 +84,10 @@ private:
         uint32_t NbPackets;
         ZEFA_ANC_PACKET *First, *Last;
     };
+    struct Neighbours // each null where there is none
+    {
+        ZEFA_ANC_PACKET *Previous, *Next;
+    };
     struct LineRecord
     {
         Area Hanc, Vanc;
@@ -91,8 +95,8 @@ private:
     };
     struct StreamLines
     {
-        LineRecord* Lines;                          // NbLines of them, in LineMemory
-        uint32_t FirstTouched = 1, LastTouched = 0; // all other lines are empty
+        LineRecord* Lines;                                   // NbLines of them, in LineMemory
+        uint32_t FirstTouched = UINT32_MAX, LastTouched = 0; // all other lines are empty
     };
     struct FreeDeleter
     {
@@ -102,10 +106,12 @@ private:
     bool IsPlace(uint32_t line, uint32_t stream) const { return line - 1 < NbLines && stream < kStreams; }
     const LineRecord& At(uint32_t line, uint32_t stream) const { return Streams[stream].Lines[line - 1]; }
     LineRecord& Touch(uint32_t line, uint32_t stream);
+    void Clear(Area& area, uint32_t line, bool hanc) const;
     uint32_t CapacityOf(const Area& area, bool hanc) const
     {
         return (hanc ? LineHancCapacity : LineVancCapacity) - area.TakenWords;
     }
+    static Neighbours FindNeighbours(const Area& area, uint32_t place);
     uint8_t* AllocateData(uint32_t size, uint32_t pool);
     void TakeVideoStandard(uint32_t videoStandard, bool doubleVanc);
     void KeepExternal(ZEFA_ANC_PACKET* packet);

@@ -85,7 +85,8 @@ inline uint32_t ChecksumWord(uint32_t did, uint32_t sdid, uint32_t dc, const uin
         std::memcpy(&four, userWords + i * 2, sizeof four);
         lanes += four & kLow9;
     }
-    uint64_t sum = did + sdid + dc + (lanes & 0xFFFF) + (lanes >> 16 & 0xFFFF) + (lanes >> 32 & 0xFFFF) + (lanes >> 48);
+    // The product has the sum of all lanes in the highest; nine bits of it count.
+    uint64_t sum = did + sdid + dc + (lanes * 0x0001'0001'0001'0001 >> 48);
     for (; i < count; ++i)
         sum += Load16(userWords + i * 2);
     const auto low9 = static_cast<uint32_t>(sum & 0x1FF);

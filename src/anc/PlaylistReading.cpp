@@ -54,6 +54,26 @@ struct CAncPlaylistManager::Reading
     {
         return Load16(at) == 0 && Load16(at + 2) >= kFlagWordFloor && Load16(at + 4) >= kFlagWordFloor;
     }
+
+    // Steps over what stands between sections; false when the word is none of it.
+    bool PassMark(uint32_t word)
+    {
+        if (word == kNoWord) // half a word
+        {
+            StepToEnd();
+            return true;
+        }
+        if (word == kFiller && Word(1) == kFiller)
+            StepToEnd();
+        else if (word == kFiller)
+            Step(2);
+        else if (word == kPad || (IsEmptyMark(word) && IsEmptyMark(Word(1)) && Word(2) == kPad))
+            StepOverPad();
+        else
+            return false;
+        InLine = false;
+        return true;
+    }
 };
 
 uint32_t CAncPlaylistManager::Parse(const ANC_PARSE_REQUEST& request)
@@ -106,50 +126,6 @@ uint32_t CAncPlaylistManager::Parse(const ANC_PARSE_REQUEST& request)
             request.SetProgress(bufferType, reading.LineStart, static_cast<uint16_t>(reading.Line - 1));
         }
         if (reading.Remaining() != 0) return result;
-    }
-    return kAncSuccess;
-}
-
-uint32_t CAncPlaylistManager::ReadPlaylist(Reading& reading)
-{
-    if (reading.Position == 0) reading.Step(kPlaylistHeadBytes);
-    while (reading.Remaining() != 0)
-    {
-        const uint32_t word = reading.Word(0);
-        if (word == 0) // far more often than all else
-        {
-            if (const uint32_t result = ReadPacket(reading); result != kAncSuccess) return result;
-        }
-        else if (word == kNoWord) // half a word
-        {
-            reading.StepToEnd();
-        }
-        else if (word == kFiller)
-        {
-            reading.InLine = false;
-            if (reading.Word(1) == kFiller)
-                reading.StepToEnd();
-            else
-                reading.Step(2);
-        }
-        else if (word == kPad)
-        {
-            reading.InLine = false;
-            reading.StepOverPad();
-        }
-        else if (word & kHeaderFlag)
-        {
-            if (const uint32_t result = ReadHeader(reading, word); result != kAncSuccess) return result;
-        }
-        else if (IsEmptyMark(word) && IsEmptyMark(reading.Word(1)) && reading.Word(2) == kPad)
-        {
-            reading.InLine = false;
-            reading.StepOverPad();
-        }
-        else if (const uint32_t result = ReadPacket(reading); result != kAncSuccess) // says what is wrong
-        {
-            return result;
-        }
     }
     return kAncSuccess;
 }
@@ -215,22 +191,23 @@ uint32_t CAncPlaylistManager::ReadRawLine(Reading& reading, uint32_t word, uint3
     return kAncSuccess;
 }
 
-uint32_t CAncPlaylistManager::ReadPacket(Reading& reading)
+// Part of its only caller: what it costs comes with each packet.
+[[gnu::always_inline]] inline uint32_t CAncPlaylistManager::ReadPacket(Reading& reading)
 {
     const ANC_PARSE_REQUEST& request = reading.Request;
     const auto index = static_cast<int>(reading.Index);
-    if (!reading.InLine)
+    if (!reading.InLine) [[unlikely]]
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d (out of line context)", reading.Position, index);
         return kAncInvalidData;
     }
-    if (reading.Remaining() < kSmallestPacketBytes)
+    if (reading.Remaining() < kSmallestPacketBytes) [[unlikely]]
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d (remaining buffer size too small to contain an ANC packet)",
                        reading.Position, index);
         return kAncInvalidData;
     }
-    if (!reading.IsPacketAt(0))
+    if (!reading.IsPacketAt(0)) [[unlikely]]
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d", reading.Position, index);
         return kAncInvalidData;
@@ -242,7 +219,7 @@ uint32_t CAncPlaylistManager::ReadPacket(Reading& reading)
     const uint32_t behind = reading.Word(dataCount + kPacketOverhead);
     const bool plausible = behind == 0 ? reading.IsPacketAt(dataCount + kPacketOverhead)
                                        : behind >= kHeaderFlag || behind == kPad; // kNoWord is above the flag
-    if (!plausible)
+    if (!plausible) [[unlikely]]
     {
         WarningSink.Tell("ANC corrupted data found. Move on and stop to next packet or next line header");
         Resynchronise(reading);
@@ -269,10 +246,10 @@ uint32_t CAncPlaylistManager::ReadPacket(Reading& reading)
     else if (packet->UserWords_pUS && whole)
         std::memcpy(packet->UserWords_pUS, userWords, dataCount * 2 + 2);
 
-    if (DebugSink.Wanted())
+    if (DebugSink.Wanted()) [[unlikely]]
         DebugSink.Tell("New ANC packet : DID=%02xh DC=%02xh detected at %08xh", packet->DID_UB, packet->DataCount_UB,
                        reading.Position);
-    if (!whole)
+    if (!whole) [[unlikely]]
     {
         ErrorSink.Tell(
             "Invalid data at %08xh in playlist%d (remaining buffer size too small for target ANC data count)",
@@ -298,5 +275,18 @@ void CAncPlaylistManager::Resynchronise(Reading& reading)
         const bool isHeader = word >= kHeaderFlag && word < kFiller && reading.Word(1) == 0 && reading.Word(2) == 0;
         if (isHeader || reading.IsPacketAt(0)) return;
     } while (reading.Remaining() >= 3);
+}
+
+uint32_t CAncPlaylistManager::ReadPlaylist(Reading& reading)
+{
+    if (reading.Position == 0) reading.Step(kPlaylistHeadBytes);
+    while (reading.Remaining() != 0)
+    {
+        const uint32_t word = reading.Word(0);
+        if (word != 0 && reading.PassMark(word)) continue; // 0, a packet, stands there far more often than all else
+        const uint32_t result = word & kHeaderFlag ? ReadHeader(reading, word) : ReadPacket(reading);
+        if (result != kAncSuccess) return result; // ReadPacket says what is wrong with anything else
+    }
+    return kAncSuccess;
 }
 } // namespace Quillmont::anc

@@ -36,7 +36,7 @@ public:
     }
 
     // Puts an unused chunk at the head; null, and all as it was, when there is no memory.
-    TChunk* AddChunk()
+    [[gnu::noinline]] TChunk* AddChunk() // seldom called, from where every instruction counts
     {
         TChunk* chunk = Spare;
         if (chunk)
