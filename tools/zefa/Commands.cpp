@@ -8,7 +8,7 @@ namespace
 constexpr Option kService{"--service", "URL", "the service's address (default http://localhost:7420/)"};
 constexpr Option kJson{"--json", nullptr, "print JSON for programs instead of tables for people"};
 constexpr Option kWatch{"--watch", nullptr, "print again and again; JSON comes as one document a line"};
-constexpr Option kInterval{"--interval", "MS", "milliseconds between two prints (default 1000)"};
+constexpr Option kInterval{"--interval", "MS", "with --watch, milliseconds between two prints (default 1000)"};
 constexpr Option kCount{"--count", "N", "with --watch, end after N prints"};
 
 const std::vector<Option> kLook{kService, kJson, kWatch, kInterval, kCount};
@@ -32,7 +32,7 @@ const std::vector<Option> kStream{
     {"--packets-per-slot", "N", "audio packets that make one slot (default: 10 ms)"},
     {"--slots", "N", "end after N slots"},
     {"--seconds", "N", "end after N seconds"},
-    {"--timeout", "SECONDS", "end when no slot came for so long (default 10)"},
+    {"--timeout", "SECONDS", "give up when no slot came or went for so long (default 10)"},
     kJson,
     {"--interval", "MS", "milliseconds between two prints of the counters (default 1000)"},
 };
@@ -109,7 +109,8 @@ std::vector<Command> MakeCommands()
          "Sends the bytes of a file as the stream of a description, slot by slot, in the format that --padding, "
          "--endianness and --depth name, and prints the counters once an interval. A last slot that the file does not "
          "fill is filled with zeros. Ancillary packets are read as text, as zefa receive writes them. It ends with the "
-         "file, or with the first of --slots, --seconds, --timeout and an interrupt.",
+         "file, or with the first of --slots, --seconds, --timeout and an interrupt, and waits until the service has "
+         "sent what is in the ring; after an interrupt it drops that.",
          {description},
          With({{"--input", "FILE", "file with the samples; - is the standard input", "@file"},
                {"--loop", nullptr, "begin the file again at its end"}},

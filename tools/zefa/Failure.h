@@ -15,7 +15,7 @@ enum ExitCode : int
     kNoService = 3,
     kRefused = 4,
     kFile = 5,
-    kNothingArrived = 6,
+    kNothingMoved = 6,
 };
 
 struct ExitCodeText
@@ -32,7 +32,7 @@ inline constexpr ExitCodeText kExitCodes[] = {
     {kNoService, "the service could not be reached, or no longer accepts the session"},
     {kRefused, "the service or the library refused"},
     {kFile, "a file could not be read or written"},
-    {kNothingArrived, "no slot arrived in time"},
+    {kNothingMoved, "no slot arrived, or none was sent, in time"},
 };
 
 class Failure : public std::runtime_error

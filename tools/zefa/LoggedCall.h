@@ -1,7 +1,7 @@
 // Calls of the reader and the writer that hear what they say.
 //
-// What they say goes to the library's log, whose settings are read once, when the library is loaded, from a file. So the
-// call is made by this program again, in a process of its own whose settings file turns the log on; the description
+// What they say goes to the library's log, whose settings are read once, when the library is loaded, from a file. So
+// the call is made by this program again, in a process of its own whose settings file turns the log on; the description
 // travels there and back in a memory file.
 #pragma once
 

@@ -148,6 +148,8 @@ Presenter::Presenter(const Arguments& arguments)
       Interval(static_cast<double>(arguments.Number("--interval", 1, 3'600'000, 1000)) / 1000),
       Count(arguments.Number("--count", 1, UINT64_MAX, Watch ? UINT64_MAX : 1))
 {
+    for (const char* const option : {"--interval", "--count"})
+        if (!Watch && arguments.Has(option)) throw Failure(kUsage, std::string(option) + " wants --watch.");
 }
 
 void Presenter::Show(const std::function<Report()>& make) const
@@ -177,10 +179,14 @@ bool Interrupted()
 
 void CatchSignals()
 {
-    struct sigaction action = {};
+    struct sigaction action = {}, before = {};
     action.sa_handler = [](int) { interrupted = 1; };
     ::sigaction(SIGINT, &action, nullptr);
     ::sigaction(SIGTERM, &action, nullptr);
+    ::sigaction(SIGHUP, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) ::sigaction(SIGHUP, &action, nullptr); // nohup asks to go on
+    action.sa_handler = SIG_IGN;
+    ::sigaction(SIGPIPE, &action, nullptr);
 }
 
 } // namespace zefa

@@ -72,6 +72,8 @@ private:
 // Waits; false when a signal asked the program to end.
 bool Pause(double seconds);
 bool Interrupted();
+// Signals end the program the way it came, so that nothing made at the service stays there: interrupts and a lost
+// terminal end the loops, and writing to a pipe that nobody reads fails.
 void CatchSignals();
 
 } // namespace zefa

@@ -38,10 +38,11 @@ public:
     void Count()
     {
         ++Done;
-        Last = Clock::now();
+        Moved();
     }
     bool OutOfPatience() const { return SecondsSince(Last) >= Patience; }
     std::string PatienceText() const { return std::to_string(static_cast<uint64_t>(Patience)) + " s"; }
+    void Moved() { Last = Clock::now(); } // a slot did: the patience begins again
 
     // The time runs from here, not from the making of the object.
     void Begin() { Start = Last = Clock::now(); }
@@ -63,6 +64,19 @@ public:
         : AsJson(arguments.Has("--json")), ToErrors(toErrors), InPlace(!AsJson && !toErrors && OutputIsTerminal()),
           Interval(static_cast<double>(arguments.Number("--interval", 1, 3'600'000, 1000)) / 1000)
     {
+    }
+    CounterLine(const CounterLine&) = delete;
+    CounterLine& operator=(const CounterLine&) = delete;
+    ~CounterLine()
+    {
+        if (!Unended) return;
+        try
+        {
+            Print("\n"); // the sentence of the failure that leads here has a line of its own
+        }
+        catch (const Failure&) // it is that one
+        {
+        }
     }
 
     void PrintWhenDue(const Stream& stream, const Limits& limits, uint64_t holes)
@@ -99,6 +113,7 @@ private:
             std::fputs(whole.c_str(), stderr);
         else
             Print(whole);
+        Unended = end[0] == '\0';
     }
 
     static std::string Line(const Json& counters)
@@ -123,6 +138,7 @@ private:
     const double Interval;
     Clock::time_point LastTime = Clock::now();
     uint64_t LastSlots = 0;
+    bool Unended = false;
 };
 
 // Waits for a slot, the patience long; null when the limits end the waiting.
@@ -135,7 +151,7 @@ ZEFA_SLOT NextSlot(const Stream& stream, const Limits& limits, CounterLine& line
         const ZEFA_ERRORCODE code = ZEFA_LockSlot(stream.Handle(), &slot);
         if (code == ZEFA_NO_ERROR) return slot;
         if (code != ZEFA_ERR_TIMEOUT) Check(code, "No slot could be locked");
-        if (limits.OutOfPatience()) throw Failure(kNothingArrived, silence + (" " + limits.PatienceText()) + ".");
+        if (limits.OutOfPatience()) throw Failure(kNothingMoved, silence + (" " + limits.PatienceText()) + ".");
     }
     return nullptr;
 }
@@ -225,12 +241,20 @@ private:
     std::vector<ZEFA_BUFFER_TYPE> Buffers;
 };
 
-// Time for the service to send what it has been given.
-void WaitForSending(const Stream& stream)
+// Stopping a stream drops what is in its ring. A slot leaves the ring when all of it has been sent.
+void WaitUntilSent(const Stream& stream, Limits& limits, CounterLine& line)
 {
-    constexpr int kRounds = 100;
-    for (int i = 0; i < kRounds && stream.Count().Common.SlotsFilled_UL > 0; ++i)
+    uint32_t least = UINT32_MAX;
+    while (const uint32_t left = stream.Count().Common.SlotsFilled_UL)
+    {
+        line.PrintWhenDue(stream, limits, 0);
+        if (left < least) limits.Moved();
+        if (limits.OutOfPatience())
+            throw Failure(kNothingMoved, "The service sent no slot for " + limits.PatienceText() +
+                                             "; dropped at the end: " + std::to_string(left) + ".");
+        least = std::min(least, left);
         if (!Pause(0.02)) return;
+    }
 }
 } // namespace
 
@@ -254,7 +278,7 @@ int RunReceive(const Arguments& arguments)
     }
     taker.Finish();
     line.PrintLast(stream, limits, holes);
-    if (limits.Done == 0 && !Interrupted()) throw Failure(kNothingArrived, "Nothing arrived.");
+    if (limits.Done == 0 && !Interrupted()) throw Failure(kNothingMoved, "Nothing arrived.");
     return kGood;
 }
 
@@ -278,7 +302,7 @@ int RunSend(const Arguments& arguments)
         filler.Fill(stream.Handle(), slot);
         limits.Count();
     }
-    WaitForSending(stream);
+    WaitUntilSent(stream, limits, line);
     line.PrintLast(stream, limits, 0);
     return kGood;
 }

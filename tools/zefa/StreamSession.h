@@ -12,8 +12,8 @@
 namespace zefa
 {
 
-// The description of one stream in FILE, as --media chooses it, with what the options set: the raster, the format of the
-// buffers. A Failure tells what is missing.
+// The description of one stream in FILE, as --media chooses it, with what the options set: the raster, the format of
+// the buffers. A Failure tells what is missing.
 Description StreamDescription(const Arguments& arguments);
 
 // Buffers of one slot, in the order in which they stand in a file.

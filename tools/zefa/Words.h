@@ -1,5 +1,5 @@
-// The words of values: how each exported enumeration, address and identity is spelled on the command line, in tables and
-// in JSON.
+// The words of values: how each exported enumeration, address and identity is spelled on the command line, in tables
+// and in JSON.
 #pragma once
 
 #include <cstdint>

@@ -10,8 +10,11 @@ import ctypes
 import json
 import os
 import pathlib
+import pty
+import random
 import re
 import shutil
+import signal
 import socket
 import subprocess
 import sys
@@ -24,6 +27,10 @@ SKIPPED = 77
 VIDEO = ("sampling=YCbCr-4:2:2; width=1280; height=720; exactframerate=50; depth=8; TCS=SDR; colorimetry=BT709; "
          "PM=2110GPM; SSN=ST2110-20:2017;")
 SLOT_BYTES = 1280 * 720 * 2
+FIELDS = VIDEO.replace("width=1280; height=720; exactframerate=50",
+                       "width=720; height=576; interlace; exactframerate=25")
+FRAME_BYTES = 720 * 576 * 2
+AUDIO_SLOT_BYTES = 480 * 2 * 2  # 10 ms
 
 
 def description(format_=VIDEO, port=5000, address="127.0.0.1", session="", media=""):
@@ -73,10 +80,9 @@ class Zefa(unittest.TestCase):
             time.sleep(0.02)
         self.fail("the service did not start: " + (self.folder / "mxsd.log").read_text())
 
-    def start(self, *words, service=True, **more):
+    def start(self, *words, service=True, stdout=subprocess.PIPE, **more):
         options = ["--service", self.url] if service and self.url else []
-        return subprocess.Popen([self.bin / "zefa", *words, *options], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                **more)
+        return subprocess.Popen([self.bin / "zefa", *words, *options], stdout=stdout, stderr=subprocess.PIPE, **more)
 
     def zefa(self, *words, expect=GOOD, service=True, **more):
         """Runs the program; its standard output and standard error stream as text."""
@@ -86,6 +92,23 @@ class Zefa(unittest.TestCase):
         out, err = result.stdout.decode(errors="replace"), result.stderr.decode(errors="replace")
         self.assertEqual(expect, result.returncode, f"{words}\n{out}{err}")
         return out, err
+
+    def on_a_terminal(self, *words, expect=GOOD):
+        """Runs the program with a terminal for its standard output: what the terminal gets, and standard error."""
+        terminal, output = pty.openpty()
+        self.addCleanup(os.close, terminal)
+        running = self.start(*words, stdout=output)
+        self.addCleanup(running.kill)
+        os.close(output)
+        shown = b""
+        while True:
+            try:
+                shown += os.read(terminal, 65536)
+            except OSError:  # nobody has it open any more
+                break
+        _, err = running.communicate(timeout=60)
+        self.assertEqual(expect, running.returncode, f"{words}\n{shown}\n{err}")
+        return shown.decode(), err.decode()
 
     def json(self, *words, **more):
         return json.loads(self.zefa(*words, "--json", **more)[0])
@@ -158,6 +181,14 @@ class Zefa(unittest.TestCase):
         out, _ = self.zefa("cores", "--watch", "--count", "2", "--interval", "10")
         self.assertEqual(2, out.count("Conductor"))
 
+    def test_WatchOnATerminalRedrawsTheScreen(self):
+        self.start_service()
+        shown, err = self.on_a_terminal("status", "--watch", "--count", "2", "--interval", "10")
+        before, *screens = shown.split("\x1b[H\x1b[J")
+        self.assertEqual(("", 2, ""), (before, len(screens), err))
+        for screen in screens:
+            self.assertRegex(screen, rf"^Service +{re.escape(self.url)}\r\n")
+
     def test_WatchEndsWithAnInterruptAndExitCode0(self):
         self.start_service()
         watching = self.start("status", "--watch", "--json", "--interval", "3600000")
@@ -195,6 +226,8 @@ class Zefa(unittest.TestCase):
                 ("status", "--color"): "There is no option --color here.",
                 ("status", "now"): '"now" is one word too many.',
                 ("status", "--count", "0"): f'--count wants a number from 1 to {2**64 - 1}, not "0".',
+                ("status", "--count", "3"): "--count wants --watch.",
+                ("ptp", "--interval", "10"): "--interval wants --watch.",
                 ("status", "--service", "http://example.com/"):
                     "--service wants an address of this machine, as http://localhost:7420/.",
                 ("ptp", "--profile", "0"): "--profile and --interface belong together.",
@@ -409,6 +442,50 @@ class Zefa(unittest.TestCase):
         self.assertEqual(2 * SLOT_BYTES, len(out))
         self.assertEqual(2, json.loads(err.splitlines()[-1])["slots"])
 
+    def test_CountersOnATerminalStayInTheirLine(self):
+        self.start_service()
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        shown, err = self.on_a_terminal("receive", file, "--timeout", "1", "--interval", "10", expect=NOTHING)
+        self.assertRegex(shown, r"^(\r\x1b\[K +\d\.\d s  0 slots  [^\r\n]*  0 in the ring){2,}\r\n$")
+        self.assertEqual("zefa: Nothing arrived for 1 s.\n", err)
+
+    def test_AReaderThatGoesAwayEndsTheStream(self):
+        self.start_service()
+        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        sending = self.start("send", file, "--input", self.write("sent", bytes(AUDIO_SLOT_BYTES)), "--loop")
+        self.addCleanup(sending.communicate)
+        self.addCleanup(sending.terminate)
+        receiving = self.start("receive", file, "--output", "-")
+        self.addCleanup(receiving.kill)
+        self.assertEqual(b"\0", receiving.stdout.read(1))
+        self.zefa("receive", file, "--timeout", "1", expect=REFUSED)  # the port has one receiver
+        receiving.stdout.close()
+        err = receiving.stderr.read().decode()
+        self.assertEqual(FILE, receiving.wait(20), err)
+        self.assertEqual("zefa: The standard output takes no more: Broken pipe.", err.splitlines()[-1])
+        self.zefa("receive", file, "--slots", "1", "--timeout", "20")
+
+    def test_ALostTerminalEndsTheStreamUnlessItIsToGoOn(self):
+        self.start_service()
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        words = ("receive", file, "--json", "--interval", "10")
+        receiving = self.start(*words)
+        self.addCleanup(receiving.kill)
+        receiving.stdout.readline()
+        receiving.send_signal(signal.SIGHUP)
+        _, err = receiving.communicate(timeout=20)
+        self.assertEqual((GOOD, b""), (receiving.returncode, err))
+
+        staying = self.start(*words, preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))  # as nohup does
+        self.addCleanup(staying.kill)
+        staying.stdout.readline()
+        staying.send_signal(signal.SIGHUP)
+        for _ in range(5):  # more than one that waited to be read and the last one before an end
+            self.assertTrue(staying.stdout.readline())
+        staying.terminate()
+        staying.communicate(timeout=20)
+        self.assertEqual(GOOD, staying.returncode)
+
     def test_ReceiveSaysWhatADescriptionLacks(self):
         self.start_service()
         two = self.write("two.sdp", description(media="m=audio 5004 RTP/AVP 97\r\nc=IN IP4 127.0.0.1\r\n"
@@ -428,60 +505,65 @@ class Zefa(unittest.TestCase):
         _, err = self.zefa("receive", file, "--timeout", "1", expect=REFUSED)
         self.assertRegex(err, r"^zefa: The .* (refused|opened|started): ")
 
-    def transfer(self, text, content, *options, slots):
-        """Sends `content` by one zefa and receives it with another; the bytes and the last counters of both."""
+    def transfer(self, text, content, *options, slots, lead_in=0, queue=8):
+        """Sends the file `content` by one zefa and receives it with another, which runs before the first packet: all
+        slots of the file, but for a `lead_in` that the service keeps. Nothing is lost on the way, by the counters of
+        both. Gives the bytes that were received."""
         self.start_service()
         file, got = self.write("stream.sdp", text), self.folder / "received"
         sent = self.write("sent", content)
         receiving = self.start("receive", file, "--output", str(got), "--json", "--interval", "100", "--slots",
-                               str(slots), "--timeout", "20", *options)
+                               str(slots), "--queue", str(slots), "--timeout", "20", *options)
         self.addCleanup(receiving.kill)
-        self.assertTrue(json.loads(receiving.stdout.readline()), "the counters come while nothing does")
-        sending = self.start("send", file, "--input", sent, "--loop", "--json", "--interval", "100", *options)
-        self.addCleanup(sending.kill)
+        self.assertEqual(0, json.loads(receiving.stdout.readline())["slots"], "the counters come while nothing does")
+        out, _ = self.zefa("send", file, "--input", sent, "--json", "--queue", str(queue), *options)
+        counters = json.loads(out.splitlines()[-1])
+        self.assertEqual({"slots": slots + lead_in, "slotsFilled": 0, "packetsLost": 0},
+                         {key: counters[key] for key in ("slots", "slotsFilled", "packetsLost")})
         out, err = receiving.communicate(timeout=60)
         self.assertEqual(GOOD, receiving.returncode, err)
-        sending.send_signal(2)
-        out_sent, err_sent = sending.communicate(timeout=30)
-        self.assertEqual(GOOD, sending.returncode, err_sent)
-        return got.read_bytes(), json.loads(out.splitlines()[-1]), json.loads(out_sent.splitlines()[-1])
+        received = json.loads(out.splitlines()[-1])
+        self.assertEqual({"slots": slots, "packets": counters["packets"], "packetsLost": 0, "holes": 0,
+                          "slotsDropped": 0, "drops": 0},
+                         {key: received[key] for key in ("slots", "packets", "packetsLost", "holes", "slotsDropped",
+                                                         "drops")})
+        return got.read_bytes()
+
+    def assert_same_slots(self, expected, received, slot_bytes):
+        self.assertEqual(len(expected), len(received))
+        other = [at // slot_bytes for at in range(0, len(expected), slot_bytes)
+                 if expected[at:at + slot_bytes] != received[at:at + slot_bytes]]
+        self.assertEqual([], other, "slots that are not as they were sent")
 
     def test_VideoThatOneSendsTheOtherReceives(self):
-        frame = bytes((i * 7 + i // 2560) & 0xFF for i in range(2560)) * 720
-        bytes_, received, sent = self.transfer(description(port=free_udp_port()), frame, slots=5)
-        self.assertEqual(5, received["slots"])
-        self.assertEqual(5 * SLOT_BYTES, len(bytes_))
-        self.assertIn(frame, [bytes_[i:i + SLOT_BYTES] for i in range(0, len(bytes_), SLOT_BYTES)])
-        self.assertGreaterEqual(sent["slots"], 5)
-        self.assertGreater(received["packets"], 0)
+        frames = random.Random(1).randbytes(10 * FRAME_BYTES)
+        received = self.transfer(description(FIELDS, free_udp_port()), frames, "--standard", "720x576i50", slots=10)
+        self.assert_same_slots(frames, received, FRAME_BYTES)
 
     def test_AudioThatOneSendsTheOtherReceives(self):
-        content = b"".join((i & 0x7FFF).to_bytes(2, "big") for i in range(480 * 2))
-        bytes_, received, _ = self.transfer(AUDIO.format(port=free_udp_port()), content, slots=20)
-        self.assertEqual(20 * 480 * 2 * 2, len(bytes_))
-        self.assertIn(content, bytes_)
-        self.assertEqual(20, received["slots"])
+        samples = random.Random(2).randbytes(20 * AUDIO_SLOT_BYTES)
+        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, slots=20)
+        self.assert_same_slots(samples, received, AUDIO_SLOT_BYTES)
 
     def test_OneMediaOfSeveralIsTakenByItsNumber(self):
-        content = b"".join((i & 0x7FFF).to_bytes(2, "big") for i in range(480 * 2))
+        samples = random.Random(3).randbytes(3 * AUDIO_SLOT_BYTES)
         audio = AUDIO.format(port=free_udp_port())
         several = description(port=free_udp_port(), media=audio[audio.index("m="):])
-        bytes_, received, _ = self.transfer(several, content, "--media", "1", slots=3)
-        self.assertEqual(3 * 480 * 2 * 2, len(bytes_))
-        self.assertIn(content, bytes_)
+        self.assert_same_slots(samples, self.transfer(several, samples, "--media", "1", slots=3), AUDIO_SLOT_BYTES)
 
     def test_AncillaryPacketsThatOneSendsTheOtherReceives(self):
-        text = description("exactframerate=50; SSN=ST2110-40:2018;", port=free_udp_port())
-        packets = ["0 9 V 61 01 296 269 14f", "0 571 V 41 05 108", "0 9 H 60 60 200"]
-        content = "".join(f"{slot} {packet}\n" for slot in (5, 7) for packet in packets)
-        bytes_, received, _ = self.transfer(text, content, "--standard", "1920x1080p50", slots=30)
-        self.assertEqual(30, received["slots"])
-        slots = {}
-        for line in bytes_.decode().splitlines():
-            slot, packet = line.split(" ", 1)
-            slots.setdefault(int(slot), set()).add(packet)
-        whole = [slot for slot, found in slots.items() if found == set(packets)]
-        self.assertGreater(len(whole), 3, slots)
+        # By the first frame, slot 5 of the file, the receiver finds where frames begin; the one behind it is its slot 0.
+        # Slots 11, 12, 21 and 22 have no lines, and are frames all the same.
+        def lines(slot, number):
+            return [f"{number} {packet}\n" for packet in ("0 9 V 61 01 296 269 14f", f"0 571 V 41 05 {0x200 + slot:x}",
+                                                          "0 9 H 60 60 200")]
+
+        slots = [5, *range(6, 11), *range(13, 21), *range(23, 36)]
+        content = "".join(line for slot in slots for line in lines(slot, slot))
+        received = self.transfer(description("exactframerate=50; SSN=ST2110-40:2018;", port=free_udp_port()), content,
+                                 "--standard", "1920x1080p50", slots=30, lead_in=1)
+        self.assertEqual(sorted(line for slot in slots[1:] for line in lines(slot, slot - 6)),
+                         sorted(received.decode().splitlines(keepends=True)))
 
     def test_AncillaryTextThatIsNoneIsExitCode5(self):
         self.start_service()
@@ -490,12 +572,25 @@ class Zefa(unittest.TestCase):
         _, err = self.zefa("send", file, "--input", packets, "--standard", "1920x1080p50", expect=FILE)
         self.assertIn(f"zefa: {packets}:2: this is no packet", err)
 
-    def test_SendEndsWithItsFile(self):
+    def test_SendEndsWithItsFileAndALastSlotThatIsFilledWithZeros(self):
+        samples = random.Random(4).randbytes(2 * AUDIO_SLOT_BYTES + 1)
+        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, slots=3)
+        self.assert_same_slots(samples + bytes(AUDIO_SLOT_BYTES - 1), received, AUDIO_SLOT_BYTES)
+
+    def test_SendWaitsUntilALongRingIsSent(self):
+        # 3 seconds of slots go into the ring at once.
+        samples = random.Random(5).randbytes(150 * 2 * AUDIO_SLOT_BYTES)
+        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, "--packets-per-slot", "20", slots=150,
+                                 queue=150)
+        self.assert_same_slots(samples, received, 2 * AUDIO_SLOT_BYTES)
+
+    def test_SendThatEndsWithSlotsInTheRingIsExitCode6(self):
         self.start_service()
-        file = self.write("video.sdp", description(port=free_udp_port()))
-        sent = self.write("sent", bytes(SLOT_BYTES * 2 + 1))
-        out, _ = self.zefa("send", file, "--input", sent, "--json")
-        self.assertEqual(3, json.loads(out.splitlines()[-1])["slots"], "the last one is filled with zeros")
+        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        sent = self.write("sent", "a slot of 3 s")
+        _, err = self.zefa("send", file, "--input", sent, "--packets-per-slot", "3000", "--timeout", "1",
+                           expect=NOTHING)
+        self.assertEqual("zefa: The service sent no slot for 1 s; dropped at the end: 1.\n", err)
 
     # Help, man page, completion.
 
