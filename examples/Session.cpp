@@ -88,6 +88,36 @@ Interface FindInterface(ZEFA_HANDLE context, const std::string& wanted, uint32_t
                                             : "There is no interface " + wanted + "; there are: " + there);
 }
 
+ZEFA_STREAM_COMMON_STATUS CommonStatusOf(const Stream& stream)
+{
+    ZEFA_STREAM_COMMON_STATUS status{};
+    Check(ZEFA_GetStreamCommonStatus(stream.Handle, &status), "The stream's status could not be read");
+    return status;
+}
+
+ZEFA_STREAM_NETWORK_STATUS NetworkStatusOf(const Stream& stream)
+{
+    ZEFA_STREAM_NETWORK_STATUS status{};
+    Check(ZEFA_GetStreamNetworkStatus(stream.Handle, &status), "The stream's network status could not be read");
+    return status;
+}
+
+// Waits until the ring is empty. An underrun behind the last slot is the end and no fault: the count is one from before
+// a moment at which there still was a slot.
+uint64_t UnderrunsUntilSent(const Stream& stream)
+{
+    const Clock::time_point patience = Clock::now() + std::chrono::seconds(5);
+    uint64_t underruns = NetworkStatusOf(stream).UnderrunCount_ULL;
+    for (uint64_t now = underruns;
+         CommonStatusOf(stream).SlotsFilled_UL > 0 && Clock::now() < patience && !interrupted;)
+    {
+        underruns = now;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        now = NetworkStatusOf(stream).UnderrunCount_ULL;
+    }
+    return underruns;
+}
+
 } // namespace
 
 void Check(ZEFA_ERRORCODE code, const std::string& what)
@@ -308,28 +338,17 @@ std::vector<ZEFA_TIMESTAMP> TimestampsOf(const Stream& stream, ZEFA_SLOT slot, Z
     return timestamps;
 }
 
-void WaitUntilSent(const Stream& stream)
-{
-    const Clock::time_point patience = Clock::now() + std::chrono::seconds(5);
-    ZEFA_STREAM_COMMON_STATUS status{};
-    do
-    {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        Check(ZEFA_GetStreamCommonStatus(stream.Handle, &status), "The stream's status could not be read");
-    } while (status.SlotsFilled_UL > 0 && !interrupted && Clock::now() < patience);
-}
-
 void Report(const Stream& stream, uint64_t slots)
 {
-    ZEFA_STREAM_COMMON_STATUS common{};
-    ZEFA_STREAM_NETWORK_STATUS network{};
-    Check(ZEFA_GetStreamCommonStatus(stream.Handle, &common), "The stream's status could not be read");
-    Check(ZEFA_GetStreamNetworkStatus(stream.Handle, &network), "The stream's network status could not be read");
+    const bool sends = stream.Type == ZEFA_STREAM_TYPE_TX;
+    const uint64_t underruns = sends ? UnderrunsUntilSent(stream) : 0;
+    const ZEFA_STREAM_NETWORK_STATUS network = NetworkStatusOf(stream);
     std::ostringstream line;
-    line << slots << " slots, " << network.TotalTransferredPacketCount_ULL << " packets, ";
-    if (stream.Type == ZEFA_STREAM_TYPE_TX)
-        line << network.UnderrunCount_ULL << " underruns";
+    line << slots << " slots, " << network.TotalTransferredPacketCount_ULL << " packets, "
+         << network.LostPacketsCount_ULL << " lost packets, ";
+    if (sends)
+        line << underruns << " underruns";
     else
-        line << network.LostPacketsCount_ULL << " lost packets, " << common.SlotDropped_UL << " dropped slots";
+        line << CommonStatusOf(stream).SlotDropped_UL << " dropped slots";
     std::printf("%s\n", line.str().c_str());
 }

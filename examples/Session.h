@@ -117,8 +117,6 @@ Buffer BufferOf(const Stream& stream, ZEFA_SLOT slot, ZEFA_BUFFER_TYPE type);
 // The RTP timestamps of a buffer of a received slot. There is one at the first byte at least, else this throws.
 std::vector<ZEFA_TIMESTAMP> TimestampsOf(const Stream& stream, ZEFA_SLOT slot, ZEFA_BUFFER_TYPE type);
 
-// Waits until what is in the ring of a transmit stream has been sent: stopping a stream drops it.
-void WaitUntilSent(const Stream& stream);
-
-// A line about the stream on standard output: slots, packets, losses.
+// A line about the stream on standard output: slots, packets, losses. What is in the ring of a transmit stream is sent
+// before, since stopping a stream drops it; the underruns are those that came before the last slot.
 void Report(const Stream& stream, uint64_t slots);

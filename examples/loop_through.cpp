@@ -17,7 +17,7 @@ namespace
 struct Change
 {
     std::vector<ZEFA_BUFFER_TYPE> buffers;
-    std::function<void(const Buffer& in, const Buffer& out)> apply; // both of one size
+    std::function<void(const Buffer& in, const Buffer& out, uint32_t timestamp)> apply; // both of one size
 };
 
 template <typename Format>
@@ -31,7 +31,7 @@ Format SameFormat(const Format& in, const Format& out)
 Change NegativeStripe(Description& in, Description& out)
 {
     const VideoFormat format = SameFormat(ChooseBuffers(in), ChooseBuffers(out));
-    const auto apply = [format](const Buffer& from, const Buffer& to)
+    const auto apply = [format](const Buffer& from, const Buffer& to, uint32_t)
     {
         const auto* const words = reinterpret_cast<const uint16_t*>(from.bytes);
         const size_t count = from.size / 2, lines = count / format.WordsPerLine();
@@ -50,9 +50,17 @@ Change NegativeStripe(Description& in, Description& out)
 Change Delay(Description& in, Description& out, double milliseconds)
 {
     const AudioFormat format = SameFormat(ChooseSlots(in), ChooseSlots(out));
-    std::vector<uint8_t> line(size_t(format.FramesIn(milliseconds)) * format.BytesPerFrame()); // begins with silence
-    const auto apply = [line = std::move(line)](const Buffer& from, const Buffer& to) mutable
+    const uint32_t frames = format.FramesIn(milliseconds);
+    std::vector<uint8_t> line(size_t(frames) * format.BytesPerFrame()); // begins with silence
+    const auto apply =
+        [=, line = std::move(line), next = 0u](const Buffer& from, const Buffer& to, uint32_t timestamp) mutable
     {
+        // The timestamps count samples. What is missing between two slots is silence, else all that follows would be
+        // late by it, too.
+        const size_t missing = size_t(std::min(timestamp - next, frames)) * format.BytesPerFrame();
+        next = timestamp + from.size / format.BytesPerFrame();
+        line.erase(line.begin(), line.begin() + std::ptrdiff_t(missing));
+        line.insert(line.end(), missing, 0);
         line.insert(line.end(), from.bytes, from.bytes + from.size);
         std::copy_n(line.begin(), to.size, to.bytes);
         line.erase(line.begin(), line.begin() + to.size);
@@ -73,23 +81,22 @@ void Run(int argc, char** argv)
     const Stream input(session, ZEFA_STREAM_TYPE_RX, in, options);
     const Stream output(session, ZEFA_STREAM_TYPE_TX, out, options);
 
-    const auto slots =
-        ForEachSlot(input, options,
-                    [&](ZEFA_SLOT slot, uint64_t)
-                    {
-                        const ZEFA_SLOT target = LockSlot(output);
-                        if (!target) return; // Ctrl-C
-                        for (const ZEFA_BUFFER_TYPE buffer : change.buffers)
-                        {
-                            change.apply(BufferOf(input, slot, buffer), BufferOf(output, target, buffer));
-                            const std::vector<ZEFA_TIMESTAMP> timestamps = TimestampsOf(input, slot, buffer);
-                            Check(ZEFA_SetSlotTimestamps(output.Handle, target, buffer, timestamps.data(),
-                                                         uint32_t(timestamps.size())),
-                                  "The timestamps could not be set");
-                        }
-                        UnlockSlot(output, target);
-                    });
-    WaitUntilSent(output);
+    const auto slots = ForEachSlot(
+        input, options,
+        [&](ZEFA_SLOT slot, uint64_t)
+        {
+            const ZEFA_SLOT target = LockSlot(output);
+            if (!target) return; // Ctrl-C
+            for (const ZEFA_BUFFER_TYPE buffer : change.buffers)
+            {
+                const std::vector<ZEFA_TIMESTAMP> timestamps = TimestampsOf(input, slot, buffer);
+                change.apply(BufferOf(input, slot, buffer), BufferOf(output, target, buffer), timestamps[0].Value_UL);
+                Check(ZEFA_SetSlotTimestamps(output.Handle, target, buffer, timestamps.data(),
+                                             uint32_t(timestamps.size())),
+                      "The timestamps could not be set");
+            }
+            UnlockSlot(output, target);
+        });
     Report(input, slots);
     Report(output, slots);
 }

@@ -47,7 +47,6 @@ void Run(int argc, char** argv)
                                EncodeTimeCode(TimeCodeOf(frame, signal.rate), signal.rate));
                         Insert(stream, slot, signal.luma, kCaptionLine, false, kCaptions, captions.NextPacket());
                     });
-    WaitUntilSent(stream);
     Report(stream, slots);
 }
 

@@ -43,7 +43,6 @@ void Run(int argc, char** argv)
                 }
             }
         });
-    WaitUntilSent(stream);
     Report(stream, slots);
 }
 

@@ -69,7 +69,6 @@ void Run(int argc, char** argv)
                             std::copy_n(window, format.WordsPerLine(), canvas.Line(y));
                         BurnIn(canvas, format.raster.width, uint32_t(number));
                     });
-    WaitUntilSent(stream);
     Report(stream, slots);
 }
 

@@ -55,7 +55,6 @@ void Run(int argc, char** argv)
                                                buffer.bytes[i] = uint8_t(samples[at]);
                                        }
                                    });
-    WaitUntilSent(stream);
     Report(stream, slots);
 }
 

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -62,6 +63,41 @@ inline std::string Describe(const TemporaryFolder& folder, const std::string& na
     return file;
 }
 
+// Until the file has not grown for two seconds: a service commits what it still has after one.
+inline void AwaitQuiet(const std::filesystem::path& file)
+{
+    auto since = std::chrono::steady_clock::now();
+    for (uintmax_t size = 0; std::chrono::steady_clock::now() < since + std::chrono::seconds(2);)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        const uintmax_t now = std::filesystem::file_size(file);
+        if (now != size) since = std::chrono::steady_clock::now();
+        size = now;
+    }
+}
+
+// What a program says of a stream at its end.
+struct Counts
+{
+    uint64_t slots = 0, packets = 0, lostPackets = 0;
+    uint64_t underruns = 0;    // of a stream that sends
+    uint64_t droppedSlots = 0; // of one that receives
+};
+
+// Of each of its streams.
+inline std::vector<Counts> CountsIn(const std::string& output)
+{
+    const std::regex line(R"((\d+) slots, (\d+) packets, (\d+) lost packets, (\d+) (underruns|dropped slots)\n)");
+    std::vector<Counts> streams;
+    for (std::sregex_iterator found(output.begin(), output.end(), line), end; found != end; ++found)
+    {
+        const auto number = [&](size_t group) { return std::stoull((*found)[group]); };
+        const bool sends = (*found)[5] == "underruns";
+        streams.push_back({number(1), number(2), number(3), sends ? number(4) : 0, sends ? 0 : number(4)});
+    }
+    return streams;
+}
+
 class Program
 {
 public:
@@ -110,7 +146,20 @@ public:
         return true;
     }
 
+    // What it said of its stream, when it has one, or of the second of two.
+    Counts Counted(size_t stream = 0) const { return CountsIn(Output()).at(stream); }
+
+    void AwaitQuietOutput() const { AwaitQuiet(OutputFile); }
+
     void Interrupt(int signal = SIGINT) { ::kill(Pid, signal); }
+
+    // Holds it up, as a machine does that has other work.
+    void Hold(std::chrono::milliseconds duration)
+    {
+        ::kill(Pid, SIGSTOP);
+        std::this_thread::sleep_for(duration);
+        ::kill(Pid, SIGCONT);
+    }
 
     // Exit status, or minus the signal that ended it; -1000 when it had to be killed after `limit`.
     int Wait(std::chrono::seconds limit = std::chrono::seconds(60))
