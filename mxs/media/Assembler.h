@@ -52,6 +52,15 @@ struct AssemblerCounters
     uint64_t biggestDelayNs = 0; // of the second before biggestDelayAtNs
     uint64_t biggestDelayAtNs = 0;
     bool lastSlotDropped = false;
+
+    // A packet came so long after its slot was committed.
+    void NoteDelay(uint64_t delayNs, uint64_t nowNs)
+    {
+        constexpr uint64_t kNsPerSecond = 1'000'000'000;
+        if (delayNs < biggestDelayNs && nowNs < biggestDelayAtNs + kNsPerSecond) return;
+        biggestDelayNs = delayNs;
+        biggestDelayAtNs = nowNs;
+    }
 };
 
 struct AssemblerSettings

@@ -212,12 +212,7 @@ bool AudioAssembler::NoteDelay(uint64_t position, uint64_t nowNs)
     for (const RecentSlot& slot : Recent)
     {
         if (position < slot.begin || position >= slot.begin + SlotFrames) continue;
-        const uint64_t delayNs = nowNs - slot.committedNs;
-        if (delayNs >= Count.biggestDelayNs || nowNs >= Count.biggestDelayAtNs + kNsPerSecond)
-        {
-            Count.biggestDelayNs = delayNs;
-            Count.biggestDelayAtNs = nowNs;
-        }
+        Count.NoteDelay(nowNs - slot.committedNs, nowNs);
         return true;
     }
     return false;

@@ -628,6 +628,44 @@ TEST_P(AncillaryAssemblerPause, TheRestOfAFrameThatItInterruptedIsDelayed)
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+TEST_P(AncillaryAssemblerPause, ASecondFieldBehindItIsDelayedAsItsFrameIsCommitted)
+{
+    for (const uint32_t second : {91502u, 90000u})            // a time of its own, and one for both fields
+        for (const uint8_t signal : {uint8_t{3}, uint8_t{0}}) // told by the sender, and by the line
+        {
+            Make(Interlaced1080());
+            LeadIn(3);
+            Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true, .field = 2}, {{}}));
+            Pause();
+            Push(AncDatagram({.sequence = 101, .timestamp = second, .marker = true, .field = signal}, {{.line = 571}}));
+            Push(AncDatagram({.sequence = 102, .timestamp = 990000, .marker = true, .field = 2},
+                             {{.words = kCaptions}}));
+            Push(AncDatagram({.sequence = 103, .timestamp = 991502, .marker = true, .field = 3}));
+
+            ASSERT_EQ(Committed().size(), 2u);
+            EXPECT_TRUE(IsMarkedAsLost(0));
+            ExpectPlaylists(1, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
+            EXPECT_FALSE(IsMarkedAsLost(1));
+            EXPECT_EQ(Count().delayed, 1u);
+        }
+}
+
+TEST_P(AncillaryAssemblerPause, ASecondFieldFurtherBehindItIsThatOfAnotherFrame)
+{
+    Make(Interlaced1080());
+    LeadIn(3);
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true, .field = 2}, {{}}));
+    Pause();
+    Push(AncDatagram({.sequence = 103, .timestamp = 991502, .marker = true, .field = 3}, {{.line = 571}}));
+    Wait(10 * kMs);
+
+    ASSERT_EQ(Committed().size(), 2u);
+    ExpectPlaylists(1, {{0, PlaylistOf({{571, false, {kTimecode}}})}});
+    EXPECT_TRUE(IsMarkedAsLost(1));
+    EXPECT_EQ(Count().delayed, 0u);
+    EXPECT_EQ(Count().intake.lost, 2u);
+}
+
 TEST_P(AncillaryAssemblerPause, NumbersOrASourceThatDoNotGoOnBeginAnew)
 {
     LeadIn();

@@ -542,6 +542,39 @@ TEST_P(AssemblerPause, TheRestOfAFrameThatItInterruptedIsDelayed)
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+TEST_P(AssemblerPause, ASecondFieldBehindItIsDelayedAsItsFrameIsCommitted)
+{
+    for (const uint32_t second : {2800u, 1000u}) // a time of its own, and one for both fields
+    {
+        Make(SmallVideo(8, 4, true));
+        Push(Field(FieldPicture(1), 100, 1000, false));
+        Pause();
+        Push(Field(FieldPicture(2), 102, second, true));
+        Push(Field(FieldPicture(3), 104, 901000, false));
+        Push(Field(FieldPicture(4), 106, 902800, true));
+
+        ASSERT_EQ(Slots().size(), 2u);
+        EXPECT_EQ(Slots()[0].OfType(3), (std::vector<Record>{{3, 40, 40}}));
+        EXPECT_EQ(Slots()[1].bytes, Joined(FieldPicture(3), FieldPicture(4)));
+        EXPECT_EQ(Count().delayed, 2u);
+        EXPECT_EQ(Count().intake.lost, 0u);
+    }
+}
+
+TEST_P(AssemblerPause, ASecondFieldFurtherBehindItIsThatOfAnotherFrame)
+{
+    Make(SmallVideo(8, 4, true));
+    Push(Field(FieldPicture(1), 100, 1000, false));
+    Pause();
+    Push(Field(FieldPicture(4), 106, 902800, true)); // the second field and the next first one are missing
+    Wait(1000 * kMs);
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[1].OfType(3), (std::vector<Record>{{3, 0, 40}}));
+    EXPECT_EQ(Count().delayed, 0u);
+    EXPECT_EQ(Count().intake.lost, 4u);
+}
+
 TEST_P(AssemblerPause, NumbersThatDoNotGoOnBeginAnew)
 {
     Push(Frame(Picture(1), 100, 1000));
