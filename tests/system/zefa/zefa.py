@@ -578,11 +578,11 @@ class Zefa(unittest.TestCase):
         self.assert_same_slots(samples + bytes(AUDIO_SLOT_BYTES - 1), received, AUDIO_SLOT_BYTES)
 
     def test_SendWaitsUntilALongRingIsSent(self):
-        # 3 seconds of slots go into the ring at once.
-        samples = random.Random(5).randbytes(150 * 2 * AUDIO_SLOT_BYTES)
-        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, "--packets-per-slot", "20", slots=150,
+        # 4.5 seconds of slots go into the ring at once.
+        samples = random.Random(5).randbytes(150 * 3 * AUDIO_SLOT_BYTES)
+        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, "--packets-per-slot", "30", slots=150,
                                  queue=150)
-        self.assert_same_slots(samples, received, 2 * AUDIO_SLOT_BYTES)
+        self.assert_same_slots(samples, received, 3 * AUDIO_SLOT_BYTES)
 
     def test_SendThatEndsWithSlotsInTheRingIsExitCode6(self):
         self.start_service()
