@@ -107,6 +107,7 @@ void Service::KeepHouse(std::stop_token stop)
                 Out.Warning("Context " + IdText(context->Id) + " was not ticked for its time to live.");
                 RemoveContext(context);
             }
+            Streams.StopDamaged();
             if (std::chrono::steady_clock::now() < nextSample) continue;
             nextSample = std::chrono::steady_clock::now() + 1s;
             Cores.Sample();

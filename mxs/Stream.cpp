@@ -126,9 +126,19 @@ void Stream::SetState(const StreamState& target)
     wanted == State::Started ? Start() : Close();
 }
 
+void Stream::StopIfDamaged()
+{
+    const std::unique_lock lock(Mutex, std::try_to_lock); // a start that is under way holds it for long
+    if (!lock || Now != State::Started || !Media->IsDamaged()) return;
+    Services.log.Error(Name() + " has to be stopped: another program cut the file of its ring short.");
+    Stop();
+    RingWasCut = true;
+}
+
 StreamCommonStatus Stream::GetCommonStatus() const
 {
     const std::lock_guard lock(Mutex);
+    RequireWholeRing();
     StreamCommonStatus status;
     if (!Media) return status;
     status.rail.description = Media->RailDescription();
@@ -146,6 +156,7 @@ EssenceStatus Stream::GetEssenceStatus() const
 media::NetworkCounters Stream::GetNetworkStatus() const
 {
     const std::lock_guard lock(Mutex);
+    RequireWholeRing();
     return Media ? Media->Counters() : media::NetworkCounters{};
 }
 
@@ -158,6 +169,13 @@ void Stream::RequireClosed() const
 {
     if (Now != State::Closed)
         throw Refusal(kOfflineProperty, "The stream is not closed; its configuration cannot be changed.");
+}
+
+void Stream::RequireWholeRing() const
+{
+    if (RingWasCut)
+        throw Refusal(kOperationFailed,
+                      "The stream was stopped because another program cut the file of its ring short; start it again.");
 }
 
 void Stream::ResolveInterfaces(media::NetworkConfig& config) const
@@ -234,6 +252,7 @@ void Stream::Start()
         throw Refusal(outcome.code, outcome.message);
     }
     RingBytes = ringBytes;
+    RingWasCut = false;
     Now = State::Started;
     Services.log.Info(Name() + " is started with a ring of " + std::to_string(Common.queueDepth) + " slots of " +
                       std::to_string(Layout.lockSize) + " bytes.");
@@ -256,6 +275,7 @@ void Stream::Close()
 {
     if (OpenedOn) OpenedOn->NoteOpened(ContextId, -1);
     OpenedOn.reset();
+    RingWasCut = false;
     Now = State::Closed;
     Services.log.Info(Name() + " is closed.");
 }

@@ -55,6 +55,11 @@ public:
     StreamState GetState() const;
     void SetState(const StreamState& target); // 4 not configured, 9 wrong order, 10 no socket or memory, 11 busy
 
+    // Stops a started stream whose ring another program has spoiled; a next start makes a new ring. Never waits:
+    // while the stream is in use otherwise it does nothing.
+    void StopIfDamaged();
+
+    // The common and the network status refuse with 1 after such a stop, until the next start or close.
     StreamCommonStatus GetCommonStatus() const;
     EssenceStatus GetEssenceStatus() const;
     media::NetworkCounters GetNetworkStatus() const;
@@ -69,6 +74,7 @@ private:
 
     std::string Name() const;
     void RequireClosed() const;
+    void RequireWholeRing() const;
     void ResolveInterfaces(media::NetworkConfig& config) const;
     void Open();
     void Start();
@@ -81,6 +87,7 @@ private:
     std::mutex Changing;      // of the state; taken before Mutex and never waited for
     mutable std::mutex Mutex; // guards what follows and is held while a stream starts, which takes as long as its ring
     State Now = State::Closed;
+    bool RingWasCut = false;
     media::CommonConfig Common;
     media::NetworkConfig Network;
     media::EssenceConfig Essence;

@@ -57,6 +57,18 @@ void StreamStore::DeleteAll(uint64_t contextId)
     }
 }
 
+void StreamStore::StopDamaged()
+{
+    std::vector<std::shared_ptr<Stream>> all;
+    {
+        const std::lock_guard lock(Mutex);
+        for (const auto& [id, stream] : Streams)
+            all.push_back(stream);
+    }
+    for (const std::shared_ptr<Stream>& stream : all)
+        stream->StopIfDamaged();
+}
+
 std::vector<uint64_t> StreamStore::Shared() const
 {
     std::vector<uint64_t> ids;

@@ -22,6 +22,7 @@ public:
     std::shared_ptr<Stream> Find(uint64_t id, uint64_t contextId) const; // refuses with 8 what is not the context's
     void Delete(uint64_t id, uint64_t contextId);                        // in any state
     void DeleteAll(uint64_t contextId);                                  // when a context ends
+    void StopDamaged();                                                  // see Stream; asked now and then
 
     std::vector<uint64_t> Shared() const;
     std::vector<uint64_t> Mines(uint64_t contextId) const;

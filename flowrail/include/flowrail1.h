@@ -64,8 +64,8 @@ enum FlowRailType : uint32_t
  * - "Role": "producer" or "consumer", the role of the creator.
  *
  * Create accepts a fifth, "Group": name or number of the group that may open the rail. It is taken out again.
- * Who may open a rail can also cut its file short, which ends every process that has it mapped: give the group only to
- * programs that are trusted as the creator is.
+ * Who may open a rail can also cut its file short, which ends every process that has it mapped and has not called
+ * CFlowRailFactory::SurviveCutRails: give the group only to programs that are trusted as the creator is.
  */
 struct FLOW_RAIL_DESCRIPTOR
 {
@@ -226,7 +226,7 @@ public:
     /**
      * The state of the rail, for a service that reports it. Asks the system who lives: not for the media loop.
      * May be called beside any operation but Create, Open and Close.
-     * @return 0; 8 not open; 12 null.
+     * @return 0; 8 not open, or somebody has cut the rail's file short; 12 null.
      */
     virtual uint32_t GetStatus(FLOW_RAIL_STATUS* status) = 0;
 
@@ -250,6 +250,16 @@ public:
      * @return how many were removed.
      */
     static uint32_t RemoveAbandoned(const std::string& namePrefix);
+
+    /**
+     * For a service that has rails with many programs: lets this process go on when one of them cuts a rail's file
+     * short. Sets a handler of SIGBUS, which puts empty memory in the place of that rail; GetStatus gives 8 from then
+     * on, the other operations find an empty rail, and all that is left to do with it is Close. Every other SIGBUS has
+     * the effect that it had before. Holds for rails that are made or opened afterwards, and in threads that do not
+     * block the signal. Nothing in this library calls it: an application's signals are its own.
+     * @return false when the system refuses.
+     */
+    static bool SurviveCutRails();
 };
 
 #endif

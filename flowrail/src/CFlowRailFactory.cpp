@@ -1,5 +1,6 @@
 // What the library exports besides the virtual operations.
 #include "CFlowRailFileMap.h"
+#include "RailGuard.h"
 #include "RailLog.h"
 
 #include <new>
@@ -23,4 +24,9 @@ CFlowRail* CFlowRailFactory::CreateInstance(FlowRailType type)
 uint32_t CFlowRailFactory::RemoveAbandoned(const std::string& namePrefix)
 {
     return Quillmont::FlowRail::RailFile::RemoveAbandoned(namePrefix);
+}
+
+bool CFlowRailFactory::SurviveCutRails()
+{
+    return Quillmont::FlowRail::RailGuard::Install();
 }

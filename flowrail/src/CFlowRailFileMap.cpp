@@ -234,7 +234,7 @@ uint32_t CFlowRailFileMap::GetMetadataCount(void* slot, uint32_t type, uint32_t*
 uint32_t CFlowRailFileMap::GetStatus(FLOW_RAIL_STATUS* status)
 {
     if (!status) return FLOW_RAIL_BAD_ARGUMENT;
-    if (!File) return FLOW_RAIL_BAD_STATE;
+    if (!File || File->IsCut()) return FLOW_RAIL_BAD_STATE;
     const RailHeader& header = File->Header();
     FLOW_RAIL_STATUS read{};
     read.CommittedBytes = header.CommittedBytes.load(std::memory_order_acquire);

@@ -135,6 +135,7 @@ RailFile::RailFile(int descriptor, const RailGeometry& geometry, bool creator)
 RailFile::~RailFile()
 {
     UnlinkOwnName();
+    Guard.Forget();
     if (Reserved) munmap(Reserved, ReservedBytes);
     close(Descriptor);
 }
@@ -250,7 +251,7 @@ bool RailFile::Map()
              static_cast<off_t>(Checked.DataOffset)) == MAP_FAILED)
         return false;
     madvise(Base, mappedBytes, MADV_HUGEPAGE); // an offer; most systems keep small pages here
-    return true;
+    return Guard.Watch(Base, mappedBytes);
 }
 
 // The first touch of a page costs far more than any later one. It is paid before the first slot, by both sides.
@@ -263,6 +264,13 @@ bool RailFile::Prefault() const
     for (size_t offset = 0; offset < mappedBytes; offset += PageBytes())
         static_cast<void>(bytes[offset]);
     return true;
+}
+
+bool RailFile::IsCut() const
+{
+    struct stat state = {};
+    return Guard.HasFaulted() ||
+           (fstat(Descriptor, &state) == 0 && static_cast<uint64_t>(state.st_size) < Checked.FileBytes);
 }
 
 bool RailFile::TryLock(int64_t byte) const

@@ -3,6 +3,7 @@
 #define FLOWRAIL_RAILFILE_H
 
 #include "RailDescription.h"
+#include "RailGuard.h"
 #include "RailLayout.h"
 
 #include <memory>
@@ -34,6 +35,9 @@ public:
         return *reinterpret_cast<RailTable*>(Base + kTablesOffset + index * Checked.TableBytes);
     }
 
+    // Whether somebody has taken pages from the file, or did so before. Asks the system.
+    bool IsCut() const;
+
     // One byte's lock. It is this object's alone, and gone with it, however the process ends.
     bool TryLock(int64_t byte) const;
     void Unlock(int64_t byte) const;
@@ -52,6 +56,7 @@ private:
     uint8_t* Reserved = nullptr;
     size_t ReservedBytes = 0;
     uint8_t* Base = nullptr; // header, tables, data, data again
+    RailGuard Guard;         // of all of that
 };
 } // namespace Quillmont::FlowRail
 

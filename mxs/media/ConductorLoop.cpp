@@ -310,6 +310,8 @@ bool ConductorLoop::Start(uint32_t osCore)
     sigset_t all;
     sigset_t before;
     sigfillset(&all);
+    for (const int fault : {SIGBUS, SIGSEGV, SIGFPE, SIGILL})
+        sigdelset(&all, fault); // the thread's own doing: blocked, they would end the process past their handlers
     pthread_sigmask(SIG_SETMASK, &all, &before); // signals belong to the service's main thread
     try
     {

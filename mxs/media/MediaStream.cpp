@@ -19,6 +19,7 @@ public:
     Outcome Start(ConductorLoop&) override { return Why; }
     void Stop() override {}
     bool IsRunning() const override { return false; }
+    bool IsDamaged() const override { return false; }
     std::multimap<std::string, std::string> RailDescription() const override { return {}; }
     NetworkCounters Counters() const override { return {}; }
     ProcessingTimes Times() const override { return {}; }

@@ -189,6 +189,7 @@ public:
     virtual void Stop() = 0; // leaves the loop, closes sockets, unlinks the rail; counters stay
 
     virtual bool IsRunning() const = 0;
+    virtual bool IsDamaged() const = 0; // another program has cut the rail's file short: nothing is left but to stop
     virtual std::multimap<std::string, std::string> RailDescription() const = 0; // empty until a rail exists
     virtual NetworkCounters Counters() const = 0;
     virtual ProcessingTimes Times() const = 0;

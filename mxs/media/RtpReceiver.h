@@ -26,6 +26,7 @@ public:
     Outcome Start(ConductorLoop& conductor) override;
     void Stop() override;
     bool IsRunning() const override { return Conductor != nullptr; }
+    bool IsDamaged() const override { return Rail.IsDamaged(); }
     std::multimap<std::string, std::string> RailDescription() const override { return Rail.Description(); }
     NetworkCounters Counters() const override;
     ProcessingTimes Times() const override { return Work.Read(); }

@@ -56,6 +56,9 @@ Outcome StreamRail::Make(const char* role, const SlotLayout& layout, const Commo
     if (!settings.railGroup.empty()) descriptor.Description.emplace("Group", settings.railGroup);
     Rail.reset(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
     const uint32_t result = Rail ? Rail->Create(&descriptor) : FLOW_RAIL_NO_MEMORY;
+    if (result == FLOW_RAIL_NO_MEMORY)
+        return {kNoSocketOrMemory, "There is no room in /dev/shm for the stream's ring of " +
+                                       std::to_string(RingBytes(layout.lockSize, common.queueDepth)) + " bytes."};
     if (result != FLOW_RAIL_OK)
         return {kNoSocketOrMemory, "The stream's ring of shared memory could not be made: flow rail result " +
                                        std::to_string(result) + "."};
@@ -64,6 +67,12 @@ Outcome StreamRail::Make(const char* role, const SlotLayout& layout, const Commo
     Records = status.RecordsPerSlot;
     Described = descriptor.Description;
     return {};
+}
+
+bool StreamRail::IsDamaged() const
+{
+    FLOW_RAIL_STATUS status{};
+    return Rail && Rail->GetStatus(&status) != FLOW_RAIL_OK;
 }
 
 void StreamRail::Close()

@@ -27,6 +27,9 @@ public:
     Outcome Make(const char* role, const SlotLayout& layout, const CommonConfig& common, const MediaSettings& settings);
     void Close();
 
+    // Whether another program has cut the ring's file short. Any thread, but not beside Make and Close.
+    bool IsDamaged() const;
+
     CFlowRail* operator->() const { return Rail.get(); }
     const std::multimap<std::string, std::string>& Description() const { return Described; } // empty while closed
     uint32_t RecordsPerSlot() const { return Records; }

@@ -7,6 +7,7 @@ CFlowRail::GetVersion
 CFlowRail::SetLoggingParameters
 CFlowRailFactory::CreateInstance
 CFlowRailFactory::RemoveAbandoned
+CFlowRailFactory::SurviveCutRails
 typeinfo for CFlowRail
 typeinfo name for CFlowRail
 LIST

@@ -1,6 +1,7 @@
 // The four functions of the media side and its stream, without sockets or rails.
 #include "FakeMedia.h"
 
+#include <atomic>
 #include <new>
 #include <stdexcept>
 
@@ -39,6 +40,7 @@ public:
     }
 
     bool IsRunning() const override { return Running; }
+    bool IsDamaged() const override { return Running && std::atomic_ref(Fake().damaged).load(); }
     std::multimap<std::string, std::string> RailDescription() const override
     {
         return Running ? Fake().description : std::multimap<std::string, std::string>{};

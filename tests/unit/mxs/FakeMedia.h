@@ -22,6 +22,7 @@ struct FakeMedia
     mxs::media::ProcessingTimes times;
     uint32_t slotsDropped = 0;
     bool bufferDelayed = false;
+    bool damaged = false; // every running stream; asked for at any time, so through std::atomic_ref
     std::multimap<std::string, std::string> description{{"Name", "/fake"}, {"SlotCount", "4"}};
 
     mxs::media::NetworkConfig lastNetwork; // of the last stream made
