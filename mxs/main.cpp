@@ -1,4 +1,5 @@
 // mxsd: the service in the foreground, until SIGINT or SIGTERM.
+#include "mxs/Rights.h"
 #include "mxs/Service.h"
 #include "mxs/ptp/ChildProcess.h"
 #include "mxs/ptp/StateFolder.h"
@@ -236,7 +237,12 @@ int main(int count, char** texts)
         std::signal(stopper, SIG_DFL);
 
     const Log log(options->logLevel);
+    if (!DropRights({.setClock = options->service.ptp.disciplineClock,
+                     .giveGroups = !options->service.media.railGroup.empty()}))
+        log.Warning("The system did not let the service give up all rights that it does not need.");
     RaiseDescriptorLimit(log);
+    if (!CFlowRailFactory::SurviveCutRails())
+        log.Warning("A program that cuts the file of its ring short will end the service.");
     RemoveAbandoned(log);
     if (options->removeAbandoned) return 0;
 

@@ -1,0 +1,146 @@
+// A program that cuts the file of its ring short: its own stream ends, the service and everybody else go on.
+#include "system/road/Road.h"
+
+#include <filesystem>
+#include <flowrail1.h>
+#include <unistd.h>
+
+using namespace test;
+
+namespace
+{
+
+std::vector<std::string> RailsOf(pid_t process)
+{
+    std::vector<std::string> names;
+    const std::string mark = "mxsd-" + std::to_string(process) + "-";
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
+        if (entry.path().string().find(mark) != std::string::npos) names.push_back(entry.path());
+    return names;
+}
+
+constexpr const char* kStopped = "has to be stopped: another program cut the file of its ring short.";
+
+class CutRail : public testing::Test
+{
+protected:
+    CutRail()
+    {
+        // This process has both rings mapped and must outlive the cut as well, to look at what becomes of the service.
+        EXPECT_TRUE(CFlowRailFactory::SurviveCutRails());
+    }
+
+    static StreamSettings OnAFreePort()
+    {
+        StreamSettings settings;
+        settings.port = FreeUdpPort();
+        return settings;
+    }
+
+    // A picture sent to the stream's port arrives in its slots.
+    void ExpectPicture(ReceiveStream& stream, uint16_t port)
+    {
+        const Raster raster = MakeRaster(1280, 720, Group, ++Pictures);
+        VideoSender sender({.port = port});
+        SendLeadIn(sender, raster, Group, 2 * Pictures);
+        sender.Send(sender.Packets(raster, Group, 2 * Pictures + 1));
+        const std::vector<SlotBuffer> slot = TakeSlot(stream);
+        ASSERT_EQ(1u, slot.size());
+        EXPECT_TRUE(slot[0].Words() == raster.samples);
+    }
+
+    // The stream is started. Cuts its ring and waits for what the service says.
+    void CutAndAwait(VideoStream& stream, const std::string& rail, uint16_t port)
+    {
+        ASSERT_EQ(0, ::truncate(rail.c_str(), 0));
+        const Raster raster = MakeRaster(1280, 720, Group, 77);
+        VideoSender sender({.port = port}); // so that a receiver has something to write
+        uint32_t timestamp = 1000;
+        EXPECT_TRUE(Await(
+            [&]
+            {
+                sender.Send(sender.Packets(raster, Group, ++timestamp));
+                return Service.Log().find(kStopped) != std::string::npos;
+            }))
+            << Service.Log();
+        EXPECT_TRUE(Service.Running()) << Service.Log();
+        ZEFA_STREAM_NETWORK_STATUS network{};
+        EXPECT_NE(ZEFA_NO_ERROR, ZEFA_GetStreamNetworkStatus(stream.Handle, &network));
+        EXPECT_FALSE(std::filesystem::exists(rail));
+    }
+
+    const PixelGroup& Group = PixelGroupOf(0, 10);
+    uint32_t Pictures = 0;
+    MxsProcess Service;
+};
+
+TEST_F(CutRail, EndsTheReceivingStreamThatHasItAndNoOther)
+{
+    Session session(Service.ServiceUrl());
+    const StreamSettings cutSettings = OnAFreePort(), otherSettings = OnAFreePort();
+    ReceiveStream cut(session, cutSettings), other(session, otherSettings);
+    cut.Start();
+    const std::vector<std::string> rails = RailsOf(Service.ProcessId());
+    ASSERT_EQ(1u, rails.size());
+    other.Start();
+    ExpectPicture(cut, cutSettings.port);
+    ExpectPicture(other, otherSettings.port);
+
+    CutAndAwait(cut, rails[0], cutSettings.port);
+    ExpectPicture(other, otherSettings.port);
+
+    cut.Stop(); // for the service it is stopped already
+    cut.Start();
+    ExpectPicture(cut, cutSettings.port);
+    EXPECT_EQ(96u, cut.NetworkStatus().PayloadType_UB);
+    other.Stop();
+    other.Start();
+    ExpectPicture(other, otherSettings.port);
+}
+
+TEST_F(CutRail, EndsTheSendingStreamThatHasItAndNoOther)
+{
+    Session session(Service.ServiceUrl());
+    const StreamSettings otherSettings = OnAFreePort();
+    ReceiveStream other(session, otherSettings);
+    other.Start();
+    const std::vector<std::string> before = RailsOf(Service.ProcessId());
+    SendStream cut(session, OnAFreePort());
+    cut.Start();
+    std::vector<std::string> rails = RailsOf(Service.ProcessId());
+    std::erase(rails, before.at(0));
+    ASSERT_EQ(1u, rails.size());
+
+    CutAndAwait(cut, rails[0], FreeUdpPort());
+    ExpectPicture(other, otherSettings.port);
+
+    cut.Stop();
+    cut.Start();
+    cut.Stop();
+    ZEFA_OK(ZEFA_CloseStream(cut.Handle));
+    ZEFA_OK(ZEFA_OpenStream(cut.Handle));
+}
+
+TEST_F(CutRail, IsNoHindranceToTheEndOfTheService)
+{
+    auto session = std::make_unique<Session>(Service.ServiceUrl());
+    auto stream = std::make_unique<SendStream>(*session, OnAFreePort());
+    stream->Start();
+    const std::vector<std::string> rails = RailsOf(Service.ProcessId());
+    ASSERT_EQ(1u, rails.size());
+    ASSERT_EQ(0, ::truncate(rails[0].c_str(), 0));
+
+    EXPECT_EQ(0, Service.Stop());
+    EXPECT_FALSE(std::filesystem::exists(rails[0]));
+    stream->Abandon();
+    session->Context = nullptr;
+}
+
+} // namespace
+
+// A context whose service is gone cannot be destroyed, and its watchdog goes on to the end of the process.
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:ZEFA_CreateMXSContext\nleak:libcpprest\n";
+}
