@@ -102,15 +102,20 @@ ZEFA_STREAM_NETWORK_STATUS NetworkStatusOf(const Stream& stream)
     return status;
 }
 
-// Waits until the ring is empty. An underrun behind the last slot is the end and no fault: the count is one from before
-// a moment at which there still was a slot.
+// Waits until the ring is empty, as long as slots go. An underrun behind the last slot is the end and no fault: the
+// count is one from before a moment at which there still was a slot.
 uint64_t UnderrunsUntilSent(const Stream& stream)
 {
-    const Clock::time_point patience = Clock::now() + std::chrono::seconds(5);
     uint64_t underruns = NetworkStatusOf(stream).UnderrunCount_ULL;
-    for (uint64_t now = underruns;
-         CommonStatusOf(stream).SlotsFilled_UL > 0 && Clock::now() < patience && !interrupted;)
+    uint64_t now = underruns;
+    uint32_t least = UINT32_MAX;
+    Clock::time_point patience;
+    while (const uint32_t left = interrupted ? 0 : CommonStatusOf(stream).SlotsFilled_UL)
     {
+        if (left < least) patience = Clock::now() + std::chrono::seconds(10);
+        if (Clock::now() > patience)
+            throw std::runtime_error("The service sends nothing; slots left: " + std::to_string(left));
+        least = left;
         underruns = now;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
         now = NetworkStatusOf(stream).UnderrunCount_ULL;
