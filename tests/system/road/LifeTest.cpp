@@ -1,17 +1,11 @@
 // Lives and deaths: several streams and contexts, a service that goes, an application that dies.
 #include "Road.h"
 
+#include "support/LostService.h"
+
 #include <filesystem>
 
 using namespace test;
-
-// A context whose service is gone cannot be destroyed: the library keeps it, and so do these tests. Its watchdog goes
-// on, so that a tick may be under way in the HTTP library when the process ends.
-extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:ZEFA_CreateMXSContext\nleak:libcpprest\n";
-}
 
 namespace
 {
@@ -149,12 +143,16 @@ TEST(Life, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionWorksAfterIt)
     // The old token is unknown to the new service: the session does not come back by itself.
     uint64_t version = 0;
     EXPECT_NE(ZEFA_NO_ERROR, ZEFA_GetMXSStatus(context, &version));
-    Session fresh(again.ServiceUrl());
-    EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetMXSStatus(fresh.Context, &version));
+    auto fresh = std::make_unique<Session>(again.ServiceUrl());
+    EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetMXSStatus(fresh->Context, &version));
     EXPECT_NE(0u, version);
     // What belonged to the dead service stays with the application: the handles cannot be destroyed at a service
     // that does not know them.
-    session->Context = nullptr;
+    EXPECT_NE(ZEFA_NO_ERROR, ZEFA_DestroyMXSContext(context));
+    fresh.reset();
+    again.Stop();
+    DestroyLostContext(service.Port(), context);
+    DestroyLostContext(service.Port(), session->Context);
 }
 
 TEST(Life, AnApplicationThatDiesWithASlotLeavesNothingBehindAfterItsTimeToLive)
@@ -199,7 +197,7 @@ TEST(Life, AStoppedServiceLeavesNoSharedMemory)
         EXPECT_FALSE(std::filesystem::exists(rails[0]));
         EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
         stream->Abandon();
-        session->Context = nullptr;
+        DestroyLostContext(service.Port(), session->Context);
     }
 }
 
@@ -227,7 +225,7 @@ TEST(Life, RailsOfAKilledServiceAreRemovedByTheNextOne)
         EXPECT_TRUE(std::filesystem::exists(rails[0]));
         ZEFA_StopStream(stream->Handle);
         stream->Abandon();
-        session->Context = nullptr;
+        DestroyLostContext(service.Port(), session->Context);
     }
     MxsProcess next;
     EXPECT_FALSE(std::filesystem::exists(rails[0]));

@@ -1,18 +1,10 @@
 // Deaths while something is being sent: of the service, and of the application with a slot in its hands.
+#include "support/LostService.h"
 #include "system/anc/AncRoad.h"
 
 #include <filesystem>
 
 using namespace test;
-
-// A context whose service is gone cannot be destroyed: the library keeps it, and so do these tests. Its watchdog goes
-// on, so that a tick may be under way in the HTTP library when the process ends. A stream that the service does not
-// create stays too.
-extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions()
-{
-    return "leak:ZEFA_CreateMXSContext\nleak:ZEFA_CreateStream\nleak:libcpprest\n";
-}
 
 namespace
 {
@@ -134,12 +126,14 @@ TEST(SenderLife, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionSendsAfterIt
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_CloseStream(stream->Handle));
     EXPECT_EQ(ZEFA_ERR_INCORRECT_STATE, stream->Abandon());
-    session->Context = nullptr; // no service knows it
 
-    MxsProcess again({}, service.Port());
-    EXPECT_EQ(0u, RailsOf(process));
-    Session fresh(again.ServiceUrl());
-    ExpectAPictureArrives(fresh);
+    {
+        MxsProcess again({}, service.Port());
+        EXPECT_EQ(0u, RailsOf(process));
+        Session fresh(again.ServiceUrl());
+        ExpectAPictureArrives(fresh);
+    }
+    DestroyLostContext(service.Port(), session->Context);
 }
 
 TEST_P(DyingSender, IsForgottenWithItsSlotAndTheNextOneSends)
@@ -185,5 +179,5 @@ TEST(SenderLife, AStoppedServiceLeavesNoSharedMemory)
     EXPECT_EQ(0u, RailsOf(process));
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
     stream->Abandon();
-    session->Context = nullptr;
+    DestroyLostContext(service.Port(), session->Context);
 }
