@@ -14,11 +14,11 @@ import re
 import subprocess
 import sys
 import tempfile
-import time
 
 import numpy
 
-from peers import SKIPPED, Namespace, Programs, free_port, gstreamer_by_description, write_description
+from peers import (SKIPPED, Namespace, Programs, await_size, capture, dissect, free_port, gstreamer_by_description,
+                   write_description)
 
 RATE = 48000
 PERIOD = 4 * RATE  # frames of noise that are sent over and over
@@ -163,11 +163,7 @@ def send(case, sent, files, binaries, programs, url):
     programs.start("send_samples", [binaries / "send_samples", files["sdp"], "--samples", files["source"], "--service",
                                     url, "--interface", "lo", "--seconds", "30"])
     wanted = WANTED * case.frame_bytes
-    for _ in range(300):
-        if files["raw"].exists() and files["raw"].stat().st_size >= wanted:
-            break
-        time.sleep(0.1)
-    else:
+    if not await_size(files["raw"], wanted, 30):
         programs.fail("the peer did not receive enough")
     programs.end("receiver")
     got = numpy.frombuffer(files["raw"].read_bytes()[:wanted], dtype=numpy.uint8)
@@ -179,26 +175,12 @@ def inspect(case, _sent, files, binaries, programs, url):
     """What a dissector makes of our packets."""
     port = free_port()
     files["sdp"].write_text(description(case, "127.0.0.1", port), newline="")
-    programs.start("tshark", ["tshark", "-i", "lo", "-f", f"udp port {port}", "-w", files["raw"], "-q"])
-    for _ in range(100):
-        if files["raw"].exists() and files["raw"].stat().st_size:
-            break
-        time.sleep(0.1)
-    else:
-        programs.fail("tshark does not capture")
-    result = subprocess.run(
-        programs.namespace.command([binaries / "send_samples", files["sdp"], "--samples", files["source"], "--service",
-                                    url, "--interface", "lo", "--slots", "50"]),
-        capture_output=True, text=True, timeout=60, check=False)
-    print(result.stdout, result.stderr, sep="")
-    time.sleep(1)
-    programs.end("tshark")
+    said = capture(programs, files["raw"], port,
+                   [binaries / "send_samples", files["sdp"], "--samples", files["source"], "--service", url,
+                    "--interface", "lo", "--slots", "50"])
     fields = ("rtp.version", "rtp.padding", "rtp.ext", "rtp.cc", "rtp.marker", "rtp.p_type", "rtp.ssrc", "rtp.seq",
               "rtp.timestamp", "udp.length", "_ws.malformed", "_ws.expert.message")
-    table = subprocess.run(["tshark", "-r", files["raw"], "-d", f"udp.port=={port},rtp", "-T", "fields"]
-                           + [word for field in fields for word in ("-e", field)],
-                           capture_output=True, text=True, check=True).stdout
-    packets = [dict(zip(fields, line.split("\t"))) for line in table.splitlines()]
+    packets = dissect(files["raw"], port, fields)
     if len(packets) != 50 * 80:
         return f"{len(packets)} packets instead of 4000"
     same = {"rtp.version": "2", "rtp.padding": "0", "rtp.ext": "0", "rtp.cc": "0", "rtp.marker": "0",
@@ -213,7 +195,7 @@ def inspect(case, _sent, files, binaries, programs, url):
         if packet != expected:
             return f"packet {number} is {packet} and should be {expected}"
         timestamp = (timestamp + case.packet_frames) % (1 << 32)
-    underruns = int(re.search(r"(\d+) underruns", result.stdout)[1])
+    underruns = int(re.search(r"(\d+) underruns", said)[1])
     return f"{jumps} jumps of the timestamps, {underruns} underruns" if jumps > underruns else ""
 
 

@@ -76,6 +76,50 @@ class Programs:
         sys.exit(why)
 
 
+def await_size(path, size, seconds):
+    for _ in range(seconds * 10):
+        if path.exists() and path.stat().st_size >= size:
+            return True
+        time.sleep(0.1)
+    return False
+
+
+def await_quiet(path, seconds):
+    """Until a file has not grown for so long."""
+    size, quiet = -1, 0
+    while quiet < seconds * 10:
+        size, before = path.stat().st_size, size
+        quiet = quiet + 1 if size == before else 0
+        time.sleep(0.1)
+
+
+def capture(programs, file, port, command):
+    """Has tshark write what goes to a port of the private loopback while `command` runs; returns what that printed.
+    It captures for 90 seconds and 64 MB at most, whatever becomes of us."""
+    # Datagrams that the kernel is to cut out of one buffer pass a capture uncut unless the link cannot take them.
+    subprocess.run(["ip", "-n", programs.namespace.name, "link", "set", "lo", "gso_max_segs", "1"], check=True)
+    programs.start("tshark", ["tshark", "-i", "lo", "-B", "64", "-f", f"udp port {port}", "-w", file, "-q",
+                              "-a", "duration:90", "-a", "filesize:64000"])
+    if not await_size(file, 1, 10):
+        programs.fail("tshark does not capture")
+    result = subprocess.run(programs.namespace.command(command), capture_output=True, text=True, timeout=60,
+                            check=False)
+    print(result.stdout, result.stderr, sep="")
+    if result.returncode:
+        programs.fail("the sender failed")
+    await_quiet(file, 1)
+    programs.end("tshark")
+    return result.stdout
+
+
+def dissect(file, port, fields, *options):
+    """What tshark makes of each packet of a capture, field by field; the payload is RTP."""
+    table = subprocess.run(["tshark", *options, "-r", file, "-d", f"udp.port=={port},rtp", "-T", "fields"]
+                           + [word for field in fields for word in ("-e", field)],
+                           capture_output=True, text=True, timeout=120, check=True).stdout
+    return [dict(zip(fields, line.split("\t"))) for line in table.splitlines()]
+
+
 def free_port():
     with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
         probe.bind(("127.0.0.1", 0))

@@ -11,18 +11,18 @@ import argparse
 import dataclasses
 import hashlib
 import pathlib
-import subprocess
+import signal
 import sys
 import tempfile
 import time
 
 import numpy
 
-from peers import SKIPPED, Namespace, Programs, free_port, gstreamer_by_description, write_description
+from peers import (SKIPPED, Namespace, Programs, await_size, capture, dissect, free_port, gstreamer_by_description,
+                   write_description)
 
 FRAMES = 3  # of noise, that are sent over and over
 WANTED = 9  # frames that must arrive
-UNSETTLED = 4  # frames that GStreamer's merging of two paths may spoil before it runs
 PAUSE = 250  # milliseconds from frame to frame: these receivers are slow, and the machine has other work
 
 
@@ -155,12 +155,35 @@ def gstreamer(case, sdp, target, address, ports, binaries):
             f"! filesink location={target} buffer-mode=unbuffered").split()
 
 
-def await_size(path, size, seconds):
-    for _ in range(seconds * 10):
-        if path.exists() and path.stat().st_size >= size:
-            return True
-        time.sleep(0.1)
-    return False
+class Relay:
+    """A path to the receiver that can be opened and cut: what has passed is also in a file."""
+
+    def __init__(self, programs, number, target):
+        self.programs, self.name, self.port, self.target = programs, f"path{number}", free_port(), target
+        self.file = programs.folder / f"{self.name}.rtp"
+
+    def open(self):
+        self.programs.start(self.name, (
+            f"gst-launch-1.0 -q udpsrc address=127.0.0.1 port={self.port} buffer-size=8000000 ! tee name=t "
+            f"t. ! udpsink host=127.0.0.1 port={self.target} sync=false async=false buffer-size=8000000 "
+            f"t. ! filesink location={self.file} buffer-mode=unbuffered async=false").split())
+
+    def cut(self):
+        self.programs.end(self.name, signal.SIGKILL)
+
+
+def change_paths(relays, raw, frame_bytes, programs):
+    """Opens the second path and then cuts the first; returns how many frames shall arrive. The second is opened late
+    since GStreamer knows the rate of packets from its second frame on: before, a path that is 100 packets behind is to
+    it a sender that began anew."""
+    if not await_size(raw, 2 * frame_bytes, 30):
+        programs.fail("nothing arrives on the first path")
+    relays[1].open()
+    if not await_size(relays[1].file, 2 * frame_bytes, 30):
+        programs.fail("nothing arrives on the second path")
+    relays[0].cut()
+    # Four frames are in the receiver still, which holds back what it has for a second.
+    return raw.stat().st_size // frame_bytes + 4 + WANTED
 
 
 def sending(case, files, binaries, url, *options):
@@ -175,19 +198,22 @@ def receive(case, frames, files, binaries, programs, url):
     describe(case, files["sdp"], address, ports, binaries)
     peer = {"ffmpeg": ffmpeg, "gstreamer": gstreamer}[case.peer]
     programs.start("receiver", peer(case, files["sdp"], files["raw"], address, ports, binaries))
+    if case.paths > 1:
+        relays = [Relay(programs, path, port) for path, port in enumerate(ports)]
+        relays[0].open()
+        describe(case, files["sdp"], address, [relay.port for relay in relays], binaries)
     time.sleep(1)  # until it listens: it does not say when
     programs.start("send_samples", sending(case, files, binaries, url, "--seconds", "50"))
     expected = [as_received(case, frame) for frame in frames]
     size = len(expected[0])
-    if not await_size(files["raw"], WANTED * size, 50):
+    wanted = change_paths(relays, files["raw"], size, programs) if case.paths > 1 else WANTED
+    if not await_size(files["raw"], wanted * size, 50):
         programs.fail("the peer did not receive enough")
     programs.end("receiver")
-    got = files["raw"].read_bytes()[:WANTED * size]
+    got = files["raw"].read_bytes()[:wanted * size]
     known = {hashlib.sha256(frame).digest(): number for number, frame in enumerate(expected)}
     numbers = [known.get(hashlib.sha256(got[at:at + size]).digest()) for at in range(0, len(got), size)]
     print("frames that arrived:", numbers)
-    if case.paths > 1:
-        numbers = numbers[UNSETTLED:]
     first = numbers[0]
     if first is None or numbers != [(first + i) % FRAMES for i in range(len(numbers))]:
         return f"frames that were never sent, or not in this order: {numbers}"
@@ -196,24 +222,12 @@ def receive(case, frames, files, binaries, programs, url):
 
 def inspect(case, frames, files, binaries, programs, url):
     """What a dissector makes of our packets, and whether their payloads are the frames."""
-    # Datagrams that the kernel is to cut out of one buffer pass a capture uncut unless the link cannot take them.
-    subprocess.run(["ip", "-n", programs.namespace.name, "link", "set", "lo", "gso_max_segs", "1"], check=True)
     port = free_port()
     files["sdp"].write_text(description(case, "127.0.0.1", [port]), newline="")
-    programs.start("tshark", ["tshark", "-i", "lo", "-B", "64", "-f", f"udp port {port}", "-w", files["raw"], "-q"])
-    if not await_size(files["raw"], 1, 10):
-        programs.fail("tshark does not capture")
-    result = subprocess.run(programs.namespace.command(sending(case, files, binaries, url, "--slots", str(FRAMES))),
-                            capture_output=True, text=True, timeout=60, check=False)
-    print(result.stdout, result.stderr, sep="")
-    time.sleep(1)
-    programs.end("tshark")
+    capture(programs, files["raw"], port, sending(case, files, binaries, url, "--slots", str(FRAMES)))
     fields = ("rtp.version", "rtp.padding", "rtp.ext", "rtp.cc", "rtp.p_type", "rtp.ssrc", "_ws.malformed",
               "_ws.expert.message", "rtp.seq", "rtp.marker", "rtp.timestamp", "rtp.payload")
-    table = subprocess.run(["tshark", "-r", files["raw"], "-d", f"udp.port=={port},rtp", "-T", "fields"]
-                           + [word for field in fields for word in ("-e", field)],
-                           capture_output=True, text=True, check=True).stdout
-    packets = [dict(zip(fields, line.split("\t"))) for line in table.splitlines()]
+    packets = dissect(files["raw"], port, fields)
     width, height = case.raster
     group_bytes, group_pixels = case.group_bytes_and_pixels
     line_bytes = width // group_pixels * group_bytes

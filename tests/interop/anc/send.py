@@ -5,7 +5,8 @@
     send.py --list
 
     VbiLibrary: a media library's writer of blanking lines makes the very words, with parity and checksum
-    Tshark: no RTP packet is malformed, seen through a dissector of its own"""
+    Tshark: captured on a loopback of its own and seen through a dissector of its own, no RTP packet is malformed, and
+            each says what was sent"""
 import argparse
 import pathlib
 import shutil
@@ -16,25 +17,37 @@ import sys
 import tempfile
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parents[1] / "support"))
+sys.path[:0] = [str(HERE.parent), str(HERE.parents[1] / "support")]
 import rtpanc
+from peers import SKIPPED, Namespace, Programs, capture, dissect, free_port
 
-SKIPPED = 77
 PAYLOAD_TYPE = 112  # tshark knows others by itself
 INTERLACED_1080 = 7
 FRAMES = 32
 PACKETS = FRAMES * 7 // 8 * 12  # twelve a frame, every eighth frame empty
-CASES = ("VbiLibrary", "Tshark")
+
+# The first frame of anc_program, as it is to be seen: F, lines, DIDs and SDIDs with their parity, data counts. On a
+# line the horizontal area comes first, then buffer by buffer. From frame to frame DIDs and data counts grow by 12,
+# SDIDs by 7; every eighth frame is empty.
+FIRST_FRAME = (
+    ("2", (9, 9, 10, 10, 11, 11, 12, 12, 13),
+     (0x241, 0x146, 0x247, 0x242, 0x143, 0x248, 0x149, 0x244, 0x145),
+     (0x200, 0x19B, 0x1BA, 0x11F, 0x13E, 0x1D9, 0x1F8, 0x15D, 0x17C),
+     (0, 5, 6, 1, 2, 7, 8, 3, 4)),
+    ("3", (609, 610, 613), (0x24B, 0x14C, 0x14A), (0x236, 0x255, 0x217), (10, 11, 9)))
 
 
-def sent_datagrams(binaries, folder):
+def sending(binaries, url, port):
+    return [binaries / "anc_program", "send", url, str(INTERLACED_1080), str(PAYLOAD_TYPE), str(port), str(FRAMES)]
+
+
+def received_datagrams(binaries, folder):
     """All that the service sends for the frames of anc_program."""
     datagrams = []
     with rtpanc.Service(binaries, folder) as service, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as receiver:
         receiver.bind(("127.0.0.1", 0))
         receiver.settimeout(0.1)
-        sender = subprocess.Popen([binaries / "anc_program", "send", service.url, str(INTERLACED_1080),
-                                   str(PAYLOAD_TYPE), str(receiver.getsockname()[1]), str(FRAMES)])
+        sender = subprocess.Popen(sending(binaries, service.url, receiver.getsockname()[1]))
         ended = False
         while True:
             try:
@@ -70,8 +83,15 @@ def check_order(packets):
         sys.exit(f"fields {fields}")
 
 
-def words_of(packets):
-    return [data["words"] for packet in packets for data in packet["data"]]
+def words_of(datagrams):
+    """The ancillary packets of all that was sent, word by word."""
+    packets = [rtpanc.decode(datagram) for datagram in datagrams]
+    check_order(packets)
+    words = [data["words"] for packet in packets for data in packet["data"]]
+    print(f"{len(datagrams)} datagrams, {len(words)} ancillary packets")
+    if len(words) != PACKETS or max(map(len, datagrams)) > 1452:
+        sys.exit(f"{PACKETS} ancillary packets were to be sent")
+    return words
 
 
 def vbi_counts(binaries, words):
@@ -81,7 +101,8 @@ def vbi_counts(binaries, words):
     return [int(number) for number in result.stdout.split() if number.isdigit()]
 
 
-def check_vbi(binaries, _, datagrams, words):
+def vbi_library(binaries, folder):
+    words = words_of(received_datagrams(binaries, folder))
     if vbi_counts(binaries, words) != [len(words), 0, 0]:
         sys.exit("the library has other words")
     counts = {len(packet) - 4 for packet in words}
@@ -93,45 +114,96 @@ def check_vbi(binaries, _, datagrams, words):
         sys.exit("broken words were not noticed")
 
 
-def write_pcap(path, datagrams):
+def write_pcap(path, port, datagrams):
     """UDP over IPv4 without a link layer."""
     with path.open("wb") as out:
         out.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 101))
         for i, datagram in enumerate(datagrams):
-            udp = struct.pack(">HHHH", 5000, 5008, 8 + len(datagram), 0) + datagram
+            udp = struct.pack(">HHHH", port, port, 8 + len(datagram), 0) + datagram
             address = bytes([127, 0, 0, 1])
             ip = struct.pack(">BBHHHBBH", 0x45, 0, 20 + len(udp), i & 0xFFFF, 0, 64, 17, 0) + address + address + udp
             out.write(struct.pack("<IIII", i // 1000, i % 1000 * 1000, len(ip), len(ip)) + ip)
 
 
-def tshark_fields(folder, datagrams):
-    """For each frame that tshark sees as one of ours: the count, the lines, and what it finds wrong."""
-    path = folder / "sent.pcap"
-    write_pcap(path, datagrams)
-    result = subprocess.run(
-        ["tshark", "-X", f"lua_script:{HERE / 'rfc8331.lua'}", "-r", path, "-d", "udp.port==5008,rtp", "-T", "fields",
-         "-E", "separator=|", "-e", "rfc8331.count", "-e", "rfc8331.line", "-e", "rfc8331.error", "-e",
-         "_ws.malformed"], capture_output=True, text=True, timeout=120, check=True)
-    return [line.split("|") for line in result.stdout.splitlines()]
+LISTS = ("rfc8331.line", "rfc8331.did", "rfc8331.sdid", "rfc8331.data_count")
 
 
-def check_tshark(_, folder, datagrams, words):
+def seen(file, port):
+    """What tshark sees in each packet of a capture: lists of numbers, and texts of what is wrong."""
+    texts = ("udp.payload", "rtp.marker", "rfc8331.f", "rfc8331.count", "rfc8331.error", "_ws.malformed",
+             "_ws.expert.message")
+    rows = dissect(file, port, texts + LISTS, "-X", f"lua_script:{HERE / 'rfc8331.lua'}")
+    return [row | {name: [int(number, 0) for number in row[name].split(",") if number] for name in LISTS}
+            for row in rows]
+
+
+def shifted(field, frame):
+    """A field of the first frame as a later one has it."""
+    signal, lines, *columns = field
+    if frame == 0:
+        return field
+    if frame % 8 == 7:
+        return (signal, (), (), (), ())
+    return (signal, lines, *(tuple(value + frame * step & 0xFF for value in values)
+                             for values, step in zip(columns, (12, 7, 12))))
+
+
+def check_seen(rows):
+    """A field takes one packet or more; the last has the marker."""
+    fields, field = [], []
+    for number, row in enumerate(rows):
+        if row["rfc8331.error"] or row["_ws.malformed"] or row["_ws.expert.message"]:
+            sys.exit(f"packet {number} is wrong: {row}")
+        if row["rfc8331.count"] != str(len(row["rfc8331.line"])):
+            sys.exit(f"packet {number} has another number of ancillary packets than it says: {row}")
+        field.append(row)
+        if row["rtp.marker"] == "1":
+            fields.append(field)
+            field = []
+    expected = [shifted(field, frame) for frame in range(FRAMES) for field in FIRST_FRAME]
+    if field or len(fields) != len(expected):
+        sys.exit(f"{len(fields)} fields instead of {len(expected)}, and {len(field)} packets behind them")
+    for number, (field, wanted) in enumerate(zip(fields, expected)):
+        signals = {row["rfc8331.f"] for row in field}
+        got = [[value for row in field for value in row[name]] for name in LISTS]
+        if number > 1:  # of later frames the parity is not written down here; the dissector looks at it
+            got[1:3] = [[value & 0xFF for value in values] for values in got[1:3]]
+        if signals != {wanted[0]} or got != [list(values) for values in wanted[1:]]:
+            sys.exit(f"field {number} is {signals} {got} and should be {wanted}")
+
+
+def tshark(binaries, folder):
     if not shutil.which("tshark"):
-        print("tshark is not installed")
-        sys.exit(SKIPPED)
-    rows = tshark_fields(folder, datagrams)
-    seen = sum(len(row[1].split(",")) for row in rows if row[1])
-    print(f"tshark sees {len(rows)} packets with {seen} ancillary packets")
-    wrong = [row for row in rows if row[2] or row[3] or not row[0]]
-    if wrong or len(rows) != len(datagrams) or seen != len(words):
-        sys.exit(f"{len(datagrams)} and {len(words)} were sent; wrong: {wrong[:5]}")
+        print("skipped: tshark is not installed")
+        return SKIPPED
+    namespace = Namespace()
+    try:
+        if not namespace.private:
+            print(f"skipped: this needs a network namespace, and none could be made: {namespace.reason}")
+            return SKIPPED
+        programs, file, port = Programs(namespace, folder), folder / "sent.pcap", free_port()
+        try:
+            capture(programs, file, port, sending(binaries, programs.service(binaries), port))
+        finally:
+            programs.close()
+    finally:
+        namespace.close()
+    rows = seen(file, port)
+    datagrams = [bytes.fromhex(row["udp.payload"]) for row in rows]
+    words_of(datagrams)
+    check_seen(rows)
     # The dissector sees what it must.
     longest = max(datagrams, key=len)
     broken = [longest[:-8], longest[:24] + bytes([longest[24] ^ 0x80]) + longest[25:], longest + bytes(4),
               longest[:40] + bytes([longest[40] ^ 1]) + longest[41:]]
-    rows = tshark_fields(folder, broken)
-    if len(rows) != len(broken) or not all(row[2] for row in rows):
+    write_pcap(file, port, broken)
+    rows = seen(file, port)
+    if len(rows) != len(broken) or not all(row["rfc8331.error"] for row in rows):
         sys.exit(f"broken packets were not noticed: {rows}")
+    return 0
+
+
+CASES = {"VbiLibrary": vbi_library, "Tshark": tshark}
 
 
 def main():
@@ -144,16 +216,7 @@ def main():
         print("\n".join(CASES))
         return 0
     with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name)
-        datagrams = sent_datagrams(arguments.bin, folder)
-        packets = [rtpanc.decode(datagram) for datagram in datagrams]
-        check_order(packets)
-        words = words_of(packets)
-        print(f"{len(datagrams)} datagrams, {len(words)} ancillary packets")
-        if len(words) != PACKETS or max(map(len, datagrams)) > 1452:
-            sys.exit(f"{PACKETS} ancillary packets were to be sent")
-        {"VbiLibrary": check_vbi, "Tshark": check_tshark}[arguments.case](arguments.bin, folder, datagrams, words)
-    return 0
+        return CASES[arguments.case](arguments.bin.resolve(), pathlib.Path(name)) or 0
 
 
 if __name__ == "__main__":
