@@ -1,6 +1,7 @@
 // The steps that all operations of the resource clients share.
 #include "commandpipe/restclient/CExchange.h"
 
+#include <memory>
 #include <sstream>
 #include <string>
 
@@ -90,12 +91,13 @@ RESULT_CODE CExchange::ReadList(std::vector<uint64_t>* ids, bool strictly)
     if (strictly && received != RESULT_NO_ERROR) return received;
 
     // A document that is none is a null here, which has no list.
-    std::vector<uint64_t>* read = nullptr;
-    const RESULT_CODE result = CSerializer::FromJSON(json, &read);
+    std::vector<uint64_t>* made = nullptr;
+    const RESULT_CODE result = CSerializer::FromJSON(json, &made);
+    std::unique_ptr<std::vector<uint64_t>> read(made); // until Delete, whose line the trace has: copying may raise
     const bool accepted = !strictly || result == RESULT_NO_ERROR;
     if (accepted) ids->clear();
     if (accepted && read) ids->assign(read->begin(), read->end());
-    CSerializer::Delete(read);
+    CSerializer::Delete(read.release());
     return accepted ? received : result;
 }
 

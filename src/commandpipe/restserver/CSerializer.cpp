@@ -174,8 +174,9 @@ RESULT_CODE CSerializer::ToJSON(const std::vector<CONNECTION_CONFIG>& list, Valu
         Value* nested = nullptr;
         const RESULT_CODE result = ToJSON(record, &nested);
         if (result != RESULT_NO_ERROR) return result;
-        place = std::move(*nested);
-        Delete(nested);
+        std::unique_ptr<Value> owned(nested);
+        place = std::move(*owned);
+        Delete(owned.release());
         return RESULT_NO_ERROR;
     };
     return Traced(kToJson, [&] { return WriteList(list, out, key, existing, write); });

@@ -228,8 +228,9 @@ RESULT_CODE WriteConfig(const CONFIG& record, Value** out)
     if (result != RESULT_NO_ERROR) return result;
     if (data)
     {
-        (*document)["Data"] = std::move(*data);
-        CSerializer::Delete(data);
+        std::unique_ptr<Value> owned(data); // a new key may raise
+        (*document)["Data"] = std::move(*owned);
+        CSerializer::Delete(owned.release());
     }
     *out = document.release();
     return RESULT_NO_ERROR;

@@ -199,12 +199,14 @@ RESULT_CODE CSerializer::FromJSON(const Value& value, std::multimap<std::string,
                       for (const auto& [key, member] : value.as_object())
                       {
                           if (!member.is_array()) continue;
-                          std::vector<utility::string_t>* texts = nullptr;
-                          if (FromJSON(value, &texts, key) == RESULT_NO_ERROR)
+                          std::vector<utility::string_t>* made = nullptr;
+                          const RESULT_CODE result = FromJSON(value, &made, key);
+                          std::unique_ptr<std::vector<utility::string_t>> texts(made); // copying may raise
+                          if (result == RESULT_NO_ERROR)
                               for (const utility::string_t& text : *texts)
                                   description->emplace(utility::conversions::to_utf8string(key),
                                                        utility::conversions::to_utf8string(text));
-                          Delete(texts);
+                          Delete(texts.release());
                       }
                       return RESULT_NO_ERROR;
                   });

@@ -199,8 +199,9 @@ struct Object // a failure inside does not reach the outer result
         Value* nested = nullptr;
         const RESULT_CODE result = CSerializer::ToJSON(member, &nested);
         if (result != RESULT_NO_ERROR) return result;
-        document[key] = std::move(*nested);
-        CSerializer::Delete(nested);
+        std::unique_ptr<Value> owned(nested); // a new key may raise
+        document[key] = std::move(*owned);
+        CSerializer::Delete(owned.release());
         return RESULT_NO_ERROR;
     }
 };
