@@ -27,6 +27,9 @@ public:
         ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_StartStream(Sender.Handle));
     }
 
+    // Of the one that receives alone.
+    ZEFA_ERRORCODE TryToStart() { return ZEFA_StartStream(Receiver.Handle); }
+
     void Stop()
     {
         EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_StopStream(Sender.Handle));

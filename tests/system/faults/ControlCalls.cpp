@@ -156,7 +156,10 @@ const ControlCall kControlCalls[] = {
      .make = [](World& world, std::string&)
      { return ZEFA_AddSharedConductorToContext(world.Context(), world.SharedConductor); },
      .undo = RemoveSharedConductor},
-    {"GetSharedConductorList", kGood, MakeList<ZEFA_GetSharedConductorList>},
+    {.name = "GetSharedConductorList",
+     .expected = kGood,
+     .make = MakeList<ZEFA_GetSharedConductorList>,
+     .readsLists = true},
     {"GetConductorConfig", kGood,
      [](World& world, std::string& told)
      {
@@ -191,15 +194,21 @@ const ControlCall kControlCalls[] = {
     {"StopConductor of nobody", ZEFA_ERR_NOT_FOUND,
      [](World& world, std::string&) { return ZEFA_StopConductor(world.Context(), kNobody); }},
 
-    {"GetCPUCoresHandlesList", kGood, MakeList<ZEFA_GetCPUCoresHandlesList>},
-    {"GetCPUCoreFromOSId", kGood,
-     [](World& world, std::string& told)
+    {.name = "GetCPUCoresHandlesList",
+     .expected = kGood,
+     .make = MakeList<ZEFA_GetCPUCoresHandlesList>,
+     .readsLists = true},
+    {.name = "GetCPUCoreFromOSId",
+     .expected = kGood,
+     .make =
+         [](World& world, std::string& told)
      {
          uint64_t core = 0;
          const ZEFA_ERRORCODE result = ZEFA_GetCPUCoreFromOSId(world.Context(), 0, &core);
          if (result == kGood) Tell(told, core);
          return result;
-     }},
+     },
+     .readsLists = true},
     {"GetCpuCoreStatus", kGood,
      [](World& world, std::string& told)
      {
@@ -208,7 +217,10 @@ const ControlCall kControlCalls[] = {
          if (result == kGood) Tell(told, status.CoreId_UL);
          return result;
      }},
-    {"GetNetworkInterfaceHandlesList", kGood, MakeList<ZEFA_GetNetworkInterfaceHandlesList>},
+    {.name = "GetNetworkInterfaceHandlesList",
+     .expected = kGood,
+     .make = MakeList<ZEFA_GetNetworkInterfaceHandlesList>,
+     .readsLists = true},
     {"GetNetworkInterfaceConfig", kGood,
      [](World& world, std::string& told)
      {
@@ -276,7 +288,10 @@ const ControlCall kControlCalls[] = {
     {"GetStreamCommonConfig", kGood, ReadStream<ZEFA_STREAM_COMMON_CONFIG, ZEFA_GetStreamCommonConfig>},
     {"SetStreamCommonConfig", kGood,
      [](World& world, std::string&) { return ZEFA_SetStreamCommonConfig(world.Stream(), &world.Common); }},
-    {"GetStreamNetworkConfig", kGood, ReadStream<ZEFA_STREAM_NETWORK_CONFIG, ZEFA_GetStreamNetworkConfig>},
+    {.name = "GetStreamNetworkConfig",
+     .expected = kGood,
+     .make = ReadStream<ZEFA_STREAM_NETWORK_CONFIG, ZEFA_GetStreamNetworkConfig>,
+     .readsLists = true},
     {"SetStreamNetworkConfig", kGood,
      [](World& world, std::string&) { return ZEFA_SetStreamNetworkConfig(world.Stream(), world.Network.get()); }},
     {"GetStreamEssenceConfig", kGood,
@@ -305,18 +320,21 @@ const ControlCall kControlCalls[] = {
      .enter = SettleStream<ZEFA_OpenStream>,
      .undo = SettleStream<ZEFA_StopStream>,
      .leave = SettleStream<ZEFA_CloseStream>,
-     .lastMayFail = true},
+     .lastMayFail = true,
+     .keepsMore = true},
     {.name = "StopStream",
      .expected = kGood,
      .make = OfStream<ZEFA_StopStream>,
      .enter = OpenAndStart,
      .undo = SettleStream<ZEFA_StartStream>,
-     .leave = StopAndClose},
+     .leave = StopAndClose,
+     .keepsMore = true},
     {.name = "GetStreamCommonStatus",
      .expected = kGood,
      .make = ReadStream<ZEFA_STREAM_COMMON_STATUS, ZEFA_GetStreamCommonStatus>,
      .enter = OpenAndStart,
-     .leave = StopAndClose},
+     .leave = StopAndClose,
+     .keepsMore = true},
 };
 
 } // namespace

@@ -55,6 +55,10 @@ struct ControlCall
     bool lastMayFail = false;
     // What it makes at the service stays there when the answer is lost, until the context ends.
     bool leavesWhatIsLost = false;
+    // The pools of a stream grow with each start.
+    bool keepsMore = false;
+    // The reader of a list gives an empty one when there is no memory for it.
+    bool readsLists = false;
 };
 
 // All but the two that make and end a context.
