@@ -35,6 +35,32 @@ uint64_t MonotonicNs()
     return static_cast<uint64_t>(now.tv_sec) * kNsPerSecond + static_cast<uint64_t>(now.tv_nsec);
 }
 
+struct Moment // on both clocks
+{
+    uint64_t taiNs = 0;
+    uint64_t monotonicNs = 0;
+};
+
+// The readings must follow one another closely: to a thread that was put aside between them the clock would seem to have
+// stepped. On a busy machine that happens often, for a thread is put aside in system calls above all.
+Moment ReadClocks(const MediaClock& clock)
+{
+    constexpr uint64_t kCloseNs = 100'000;
+    constexpr int kMostTries = 10;
+    Moment closest;
+    uint64_t closestNs = UINT64_MAX;
+    for (int tries = 0; tries < kMostTries && closestNs > kCloseNs; ++tries)
+    {
+        const uint64_t beforeNs = MonotonicNs();
+        const uint64_t taiNs = clock.TaiNs();
+        const uint64_t afterNs = MonotonicNs();
+        if (afterNs - beforeNs >= closestNs) continue;
+        closestNs = afterNs - beforeNs;
+        closest = {taiNs, afterNs};
+    }
+    return closest;
+}
+
 // The conductor's thread alone writes.
 void Add(std::atomic<uint64_t>& number, uint64_t more)
 {
@@ -186,8 +212,7 @@ uint64_t RtpSender::Run(uint64_t nowNs)
 
 uint64_t RtpSender::BeginSlot()
 {
-    const uint64_t taiNs = Clock.TaiNs();
-    const uint64_t nowNs = MonotonicNs();
+    const auto [taiNs, nowNs] = ReadClocks(Clock);
     Add(Shown.underruns, Schedule->HeldOff(taiNs, nowNs));
     if (const uint64_t waitNs = Schedule->WaitNs(taiNs); waitNs > 0) return nowNs + waitNs;
     uint8_t* address = nullptr;

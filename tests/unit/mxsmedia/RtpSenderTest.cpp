@@ -34,7 +34,13 @@ public:
 class TestClock : public MediaClock
 {
 public:
-    uint64_t TaiNs() const noexcept override { return Now() - Began + Base; }
+    uint64_t TaiNs() const noexcept override
+    {
+        const uint64_t taiNs = Now() - Began + Base;
+        std::this_thread::sleep_for(std::chrono::milliseconds(HoldMs.exchange(0)));
+        return taiNs;
+    }
+    void HoldOnce(uint32_t ms) { HoldMs = ms; } // who reads next is put aside before it has the answer
     void Step(uint64_t toNs) { Base = toNs - (Now() - Began); }
 
 private:
@@ -45,6 +51,7 @@ private:
     }
     const uint64_t Began = Now();
     std::atomic<uint64_t> Base{1'000'000'000'000};
+    mutable std::atomic<uint32_t> HoldMs{0};
 };
 
 uint32_t Get32(const Bytes& from, size_t at)
@@ -284,6 +291,24 @@ TEST_F(RtpSenderTest, AClockThatStepsIsFollowed)
         const uint32_t ticks = Get32(packets[0], 4) - static_cast<uint32_t>(toNs / 1'000'000 * 90);
         EXPECT_LT(ticks, 60u * 90000);
     }
+}
+
+TEST_F(RtpSenderTest, PeriodsThatAReaderOfTheClockSleepsThroughAreCounted)
+{
+    constexpr uint32_t kPeriodTicks = 9000;
+    Video.framerate = 10;
+    StartAndAttach();
+    for (uint32_t frame = 0; frame < 4; ++frame)
+        Commit(Picture(frame));
+    const uint32_t first = Get32(Receiver.Hear().bytes, 4);
+    Clock.HoldOnce(500);
+
+    uint32_t last = first;
+    for (size_t packet = 1; packet < 4 * kPackets; ++packet)
+        last = Get32(Receiver.Hear().bytes, 4);
+    const uint32_t leftOut = (last - first) / kPeriodTicks - 3;
+    EXPECT_LE(3u, leftOut);
+    EXPECT_LE(leftOut, Stream->Counters().underruns);
 }
 
 TEST_F(RtpSenderTest, WhatAConductorThatWasStoppedHeldForTooLongIsLostAndNotSentAtOnce)
