@@ -1,6 +1,7 @@
-// Any text in the place of pmc's, and the service's clock behind it. The input is one text after another, each ended by
-// a NUL: the looks of one slave.
+// Any text in the place of pmc's, and the service's clock behind it; and as a line of ptp4l's, for the log. The input is
+// one text after another, each ended by a NUL: the looks of one slave.
 #include "mxs/ptp/PmcText.h"
+#include "mxs/ptp/Ptp4lConfig.h"
 #include "mxs/ptp/ServiceClock.h"
 
 #include <algorithm>
@@ -27,6 +28,14 @@ static bool StaysTheSame(const PmcReport& report, std::string_view text)
            longer->ingressTimeNs == report.ingressTimeNs;
 }
 
+static void ReadLine(std::string_view text)
+{
+    static_cast<void>(MajorVersion(text));
+    const std::optional<std::string> always = TellingPart(text, true), mostly = TellingPart(text, false);
+    if (always) Require(!always->empty() && always->back() != '\n');
+    if (mostly) Require(mostly == always);
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     ServiceClock clock;
@@ -35,7 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     {
         const std::string_view text = rest.substr(0, rest.find('\0'));
         rest.remove_prefix(std::min(text.size() + 1, rest.size()));
+        ReadLine(text);
         const std::optional<PmcReport> report = ParsePmc(text);
+        if (report) Require(HasAnswer(text));
         if (!report) continue;
         Require(std::isfinite(report->status.current.offsetFromMaster));
         Require(std::isfinite(report->status.current.meanPathDelay));
