@@ -282,8 +282,15 @@ const ControlCall kControlCalls[] = {
      .leavesWhatIsLost = true},
     {.name = "DestroyStream",
      .expected = kGood,
-     .make = [](World& world, std::string&) { return ZEFA_DestroyStream(std::exchange(world.MadeStream, nullptr)); },
+     .make =
+         [](World& world, std::string&)
+     {
+         const ZEFA_ERRORCODE result = ZEFA_DestroyStream(world.MadeStream);
+         world.MadeStream = nullptr; // dead, whatever the result
+         return result;
+     },
      .prepare = MakeStream,
+     .undo = RemoveMadeStream,
      .leavesWhatIsLost = true},
     {"GetStreamCommonConfig", kGood, ReadStream<ZEFA_STREAM_COMMON_CONFIG, ZEFA_GetStreamCommonConfig>},
     {"SetStreamCommonConfig", kGood,

@@ -5,17 +5,19 @@
 #include "ControlCalls.h"
 #include "CuttingProxy.h"
 #include "Leftovers.h"
+#include "support/LostService.h"
 
 #include <cstdio>
 #include <future>
 
 using namespace test;
 
-// A context that was not created, or whose end was not answered, cannot be reached any more and keeps its watchdog.
+// A context that was not created, or whose end was not answered, keeps its watchdog, and a tick may be under way in the
+// HTTP library when the process ends.
 extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions()
 {
-    return "leak:ZEFA_CreateMXSContext\nleak:ZEFA_CreateStream\nleak:libcpprest\n";
+    return "leak:libcpprest\n";
 }
 
 namespace
@@ -149,7 +151,8 @@ void PlayCuts(CuttingProxy& proxy, std::unique_ptr<World>& world, const ControlC
         Step(call.prepare, *world);
         std::string told;
         proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
-        const ZEFA_ERRORCODE result = call.make(*world, told);
+        const auto make = [&] { return call.make(*world, told); };
+        const ZEFA_ERRORCODE result = call.leavesWhatIsLost ? LeaveOutOfReach(make) : make();
         const bool wasCut = proxy.Heal();
         ++figures.cuts;
         figures.failures += result != kGood;
@@ -178,24 +181,26 @@ void PlayCuts(CuttingProxy& proxy, std::unique_ptr<World>& world, const ControlC
     figures.Print(call.name, request, answer);
 }
 
-// Ends contexts beside each other: each waits up to a second for its watchdog. Returns how many the service refused.
+// Ends contexts beside each other: each waits up to a second for its watchdog. Returns how many the service refused;
+// they are kept, for nobody can end them.
 size_t DestroyAll(std::vector<ZEFA_HANDLE>& contexts)
 {
+    static auto& kept = *new std::vector<ZEFA_HANDLE>; // beyond the end of the process, where leaks are looked for
     const auto destroy = [](ZEFA_HANDLE context)
     {
         ZEFA_ERRORCODE result = ZEFA_DestroyMXSContext(context);
-        for (int attempt = 0; attempt < kAttempts && result != kGood; ++attempt)
+        for (int attempt = 1; attempt < kAttempts && result != kGood; ++attempt)
             result = ZEFA_DestroyMXSContext(context);
         return result;
     };
     std::vector<std::future<ZEFA_ERRORCODE>> ends;
     for (const ZEFA_HANDLE context : contexts)
         ends.push_back(std::async(std::launch::async, destroy, context));
+    const size_t keptBefore = kept.size();
+    for (size_t i = 0; i < ends.size(); ++i)
+        if (ends[i].get() != kGood) kept.push_back(contexts[i]);
     contexts.clear();
-    size_t refused = 0;
-    for (std::future<ZEFA_ERRORCODE>& end : ends)
-        refused += end.get() != kGood;
-    return refused;
+    return kept.size() - keptBefore;
 }
 
 constexpr size_t kContextsAtOnce = 40, kLostAtOnce = 100; // a service has room for 256
@@ -221,7 +226,8 @@ TEST_F(Cuts, AtEachPointOfMakingAContextLeaveAWatchdogAtMost)
     {
         ZEFA_HANDLE context = nullptr;
         Proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
-        const ZEFA_ERRORCODE result = ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context);
+        const ZEFA_ERRORCODE result =
+            LeaveOutOfReach([&] { return ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context); });
         Proxy.Heal();
         ++figures.cuts;
         figures.failures += result != kGood;
