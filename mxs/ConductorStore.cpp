@@ -63,6 +63,7 @@ void Conductor::NoteOpened(uint64_t contextId, int change)
 {
     const std::lock_guard lock(Mutex);
     Uses[contextId].opened += change;
+    ForgetIfIdle(contextId);
 }
 
 bool Conductor::HasOpened(uint64_t contextId) const
@@ -84,6 +85,14 @@ void Conductor::EndRunning(uint64_t contextId)
 {
     const std::lock_guard lock(Mutex);
     --Uses[contextId].running;
+    ForgetIfIdle(contextId);
+}
+
+// A shared conductor outlives the contexts that come and go.
+void Conductor::ForgetIfIdle(uint64_t contextId)
+{
+    const auto use = Uses.find(contextId);
+    if (use->second.opened == 0 && use->second.running == 0) Uses.erase(use);
 }
 
 ConductorStore::ConductorStore(const CoreInventory& cores, size_t limit, const Log& log)

@@ -49,6 +49,8 @@ private:
         int running = 0;
     };
 
+    void ForgetIfIdle(uint64_t contextId); // with Mutex held
+
     const CoreInventory& Cores;
     mutable std::mutex Mutex; // guards what follows, and start and stop of the loop
     ConductorConfig Config;

@@ -1,8 +1,6 @@
 // A short memory of failures, by name.
 #include "mxs/ErrorVault.h"
 
-#include "mxs/Identifiers.h"
-
 #include <utility>
 
 namespace mxs
@@ -10,20 +8,22 @@ namespace mxs
 
 std::string ErrorVault::Keep(ServerError error)
 {
-    std::string name = SecretText(MakeSecret());
+    const Secret name = MakeSecret();
     const std::lock_guard lock(Mutex);
     DropOld();
     if (Entries.size() >= Room) Entries.pop_front();
     Entries.push_back({name, std::move(error), std::chrono::steady_clock::now() + Life});
-    return name;
+    return SecretText(name);
 }
 
 std::optional<ServerError> ErrorVault::Find(std::string_view name)
 {
+    const std::optional<Secret> secret = ParseSecret(name);
+    if (!secret) return std::nullopt;
     const std::lock_guard lock(Mutex);
     DropOld();
     for (const Entry& entry : Entries)
-        if (entry.name == name) return entry.error;
+        if (SameSecret(entry.name, *secret)) return entry.error;
     return std::nullopt;
 }
 

@@ -1,6 +1,7 @@
 // Errors that wait for the client which was redirected to them.
 #pragma once
 
+#include "mxs/Identifiers.h"
 #include "mxs/Records.h"
 
 #include <chrono>
@@ -25,7 +26,7 @@ public:
 private:
     struct Entry
     {
-        std::string name;
+        Secret name;
         ServerError error;
         std::chrono::steady_clock::time_point end;
     };

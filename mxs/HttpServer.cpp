@@ -152,6 +152,11 @@ private:
                             Text(message[http::field::authorization]), std::move(Parser->get().body())};
         const bool permitted = IsPermitted(request, message.count(http::field::host));
         const bool keep = message.keep_alive();
+        if (message.count(http::field::origin) > 0) // sent by browsers alone, for pages that have no business here
+        {
+            Server.Out.Warning("A request of a web page is refused.");
+            return Write(ErrorAnswer({kNotPermitted, "Web pages are not served; see the Origin header."}), keep, false);
+        }
         if (permitted) return Write(Server.Handler(request), keep, false);
         Server.Out.Warning("A request with the Host \"" + request.host + "\" is refused.");
         Write(ErrorAnswer({kNotPermitted, "Only localhost, 127.0.0.1 and [::1] are served; see the Host header."}),

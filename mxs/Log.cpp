@@ -45,11 +45,36 @@ Log::Log(LogLevel level, Sink sink) : Level(level), Out(std::move(sink)) {}
 void Log::Write(LogLevel level, std::string_view text) const
 {
     if (level > Level) return;
-    std::string safe(text);
+    uint64_t leftOut = 0;
+    if (level != LogLevel::Debug && !HasRoom(level, leftOut)) return;
+    if (leftOut > 0) Put(level, std::to_string(leftOut) + " lines like these were left out.");
+    std::string safe(text.substr(0, kLongestLine));
+    if (safe.size() < text.size()) safe += "...";
     for (char& letter : safe)
         if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f) letter = '?';
-    if (Out) return Out(level, safe);
-    const std::string line = Line(level, safe);
+    Put(level, safe);
+}
+
+// Whether another line may be written; `leftOut` is what the first line of a second has to tell of those before.
+bool Log::HasRoom(LogLevel level, uint64_t& leftOut) const
+{
+    const auto now = std::chrono::steady_clock::now();
+    const std::lock_guard lock(Mutex);
+    Window& window = Windows[static_cast<size_t>(level)];
+    if (now >= window.end)
+    {
+        leftOut = window.leftOut;
+        window = {.end = now + std::chrono::seconds(1)};
+    }
+    if (++window.lines <= kLinesEachSecond) return true;
+    ++window.leftOut;
+    return false;
+}
+
+void Log::Put(LogLevel level, std::string_view text) const
+{
+    if (Out) return Out(level, text);
+    const std::string line = Line(level, text);
     // A log that nobody reads any more must not stop the service.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }

@@ -1,7 +1,12 @@
 // The service's log: one line for each event, on standard error.
 #pragma once
 
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string_view>
 
 namespace mxs
@@ -15,10 +20,15 @@ enum class LogLevel
     Debug
 };
 
-// Where lines go; any thread. The text is made safe for a terminal: control characters become '?'.
+// Where lines go; any thread. The text is made safe for a terminal: control characters become '?'. No client fills a disk
+// with it: what is too long is cut, and what is too much is left out and counted, for each level by itself so that small
+// matters hide no great ones. Debug lines, which somebody has asked for, are all written.
 class Log
 {
 public:
+    static constexpr size_t kLongestLine = 2000;      // bytes of the text
+    static constexpr uint64_t kLinesEachSecond = 500; // of a level, and one that tells how many were left out
+
     using Sink = std::function<void(LogLevel, std::string_view)>;
 
     explicit Log(LogLevel level, Sink sink = {}); // without a sink: standard error, with the time in front
@@ -30,9 +40,21 @@ public:
 
 private:
     void Write(LogLevel level, std::string_view text) const;
+    void Put(LogLevel level, std::string_view text) const;
+    bool HasRoom(LogLevel level, uint64_t& leftOut) const;
+
+    struct Window
+    {
+        std::chrono::steady_clock::time_point end{};
+        uint64_t lines = 0;
+        uint64_t leftOut = 0;
+    };
 
     LogLevel Level;
     Sink Out;
+
+    mutable std::mutex Mutex;                // guards Windows
+    mutable std::array<Window, 3> Windows{}; // the running second of each level above Debug
 };
 
 } // namespace mxs

@@ -1,6 +1,7 @@
 // How the service says no: a code that clients translate and a sentence for their users.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -37,11 +38,18 @@ enum ErrCode : uint32_t
 // 500 for a code that is not in the list.
 unsigned StatusOf(uint32_t errCode);
 
+constexpr size_t kLongestMessage = 1000; // bytes; what a client sent may stand in a message, and messages are kept
+
 // Thrown anywhere under a request and caught in one place, which turns it into the error record of the answer.
 class Refusal : public std::exception
 {
 public:
-    Refusal(uint32_t code, std::string message) : Code(code), Message(std::move(message)) {}
+    Refusal(uint32_t code, std::string message) : Code(code), Message(std::move(message))
+    {
+        if (Message.size() <= kLongestMessage) return;
+        Message.resize(kLongestMessage - 3);
+        Message += "...";
+    }
 
     const char* what() const noexcept override { return Message.c_str(); }
 

@@ -104,6 +104,25 @@ TEST_F(Http, ARequestWithoutHostOrWithTwoIsRefused)
     EXPECT_EQ(17u, client.Receive().ErrCode());
 }
 
+TEST_F(Http, ARequestOfAWebPageIsRefusedWhereverThePageIsFrom)
+{
+    mxs::ServiceSettings settings;
+    settings.contexts = 1;
+    Run(settings);
+    HttpClient client(Port());
+    const std::string identity = R"({"AppID":"0000000000000000","ContextID":"0000000000000000"})";
+    for (const char* origin : {"https://example.com", "http://localhost:7420", "null", ""})
+        for (const char* method : {"POST", "GET", "OPTIONS"})
+        {
+            const Reply reply = client.Exchange(method, "/api/x-mxs/v1.0/MXS/ContextManager/Auth/",
+                                                {{"Origin", origin}, {"Content-Type", "text/plain"}}, identity);
+            EXPECT_EQ(403u, reply.status) << method << " " << origin;
+            EXPECT_EQ(17u, reply.ErrCode());
+            EXPECT_TRUE(reply.authorization.empty());
+        }
+    EXPECT_EQ(64u, Session(Port()).Token.size()); // the one context that there may be is still to be had
+}
+
 TEST_F(Http, AnAbsoluteTargetIsServedWhenItsHostIsTheLoopback)
 {
     Session session(Port());

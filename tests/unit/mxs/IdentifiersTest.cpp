@@ -111,5 +111,50 @@ TEST(Log, LinesBelowTheLevelAreLeftOutAndControlCharactersReplaced)
     EXPECT_EQ((std::vector<std::string>{"one?two?[31m", "three"}), lines);
 }
 
+TEST(Log, ALineThatIsTooLongIsCut)
+{
+    std::vector<std::string> lines;
+    const mxs::Log log(LogLevel::Warning, [&](LogLevel, std::string_view text) { lines.emplace_back(text); });
+
+    log.Error(std::string(2000, 'a'));
+    log.Error(std::string(2001, 'b'));
+
+    EXPECT_EQ((std::vector<std::string>{std::string(2000, 'a'), std::string(2000, 'b') + "..."}), lines);
+}
+
+TEST(Log, AFloodIsCountedInTheNextSecondAndHidesNoOtherLevel)
+{
+    std::vector<std::string> lines;
+    uint64_t leftOut = 0, written = 0, debug = 0;
+    const mxs::Log log(LogLevel::Debug,
+                       [&](LogLevel level, std::string_view text)
+                       {
+                           if (level == LogLevel::Debug) return void(++debug);
+                           if (text.ends_with("were left out."))
+                               leftOut = std::stoull(std::string(text));
+                           else
+                               lines.emplace_back(text);
+                       });
+
+    for (; leftOut == 0; ++written)
+        log.Info("flood");
+    EXPECT_EQ(written, lines.size() + leftOut);
+
+    for (int line = 0; line < 2000; ++line)
+    {
+        log.Info("flood");
+        log.Debug("asked for");
+    }
+    log.Error("fire");
+    EXPECT_EQ("fire", lines.back());
+    EXPECT_EQ(2000u, debug);
+}
+
+TEST(Refusals, AMessageThatIsTooLongIsCut)
+{
+    EXPECT_EQ(std::string(1000, 'a'), mxs::Refusal(4, std::string(1000, 'a')).Message);
+    EXPECT_EQ(std::string(997, 'b') + "...", mxs::Refusal(4, std::string(1001, 'b')).Message);
+}
+
 } // namespace
 } // namespace test

@@ -1,6 +1,10 @@
 // Streams over HTTP: documents, states, and what a refusal leaves.
 #include "ServiceFixture.h"
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 namespace test
 {
 namespace
@@ -346,6 +350,36 @@ TEST_F(Streams, StatusDocumentsShowTheMediaAndCountersOutliveAStop)
     EXPECT_EQ(json::object(), Get("Status/Common")["FlowRailDescriptor"]["Description"]);
     EXPECT_EQ(77u, Get("Status/Network")["ReceivedSSRC"]);
     EXPECT_TRUE(LogHolds("1000 packets, 10 lost, 1 slots dropped"));
+}
+
+TEST_F(Streams, OneWhoseRingWasCutShortIsStoppedSaysSoAndStartsAgain)
+{
+    mxs::ServiceSettings settings;
+    settings.contextTtl = std::chrono::seconds(20); // housekeeping once a second
+    settings.media.memoryLimitBytes = kRingBytes + kRingBytes / 2;
+    Run(settings);
+    CreateAll();
+    Configure();
+    State(false, true);
+    State(true, true);
+    std::atomic_ref(Fake().damaged).store(true);
+    while (Get("State")["Started"] == true)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    std::atomic_ref(Fake().damaged).store(false);
+
+    EXPECT_EQ(json({{"Started", false}, {"Opened", true}}), Get("State"));
+    EXPECT_TRUE(LogHolds("Stream " + Stream + " has to be stopped: another program cut the file of its ring short."));
+    for (const char* document : {"Status/Common", "Status/Network"})
+    {
+        const Reply status = User().Get(Path(document));
+        EXPECT_EQ(500u, status.status) << document;
+        EXPECT_EQ(1u, status.ErrCode()) << document;
+    }
+    EXPECT_EQ(4147200u, Get("Status/Essence")["LockSize"]); // of its configuration
+    EXPECT_EQ(200u, State(true, true).status);              // its memory was given back
+    EXPECT_EQ(200u, User().Get(Path("Status/Common")).status);
+    EXPECT_EQ(200u, State(false, true).status);
+    EXPECT_EQ(200u, State(false, false).status);
 }
 
 TEST_F(Streams, AFailedStartLeavesTheStreamOpenedAndItsMemoryFree)
