@@ -1,5 +1,5 @@
-// What the media engine costs: conversion of samples beside a copy of the same bytes, a packet sent and received by one
-// conductor beside a bare loop with the same offloads, and the time from the unlock of a slot at a sender to its lock at
+// What the media engine costs: conversion of samples beside a copy of the same bytes, a packet received, or sent and
+// received, by one conductor beside bare loops with the same offloads, and the time from the unlock of a slot at a sender to its lock at
 // a receiver.
 #include "mxs/media/ConductorLoop.h"
 #include "mxs/media/MediaStream.h"
@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -19,6 +20,7 @@
 #include <string>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <thread>
 #include <time.h>
 #include <unistd.h>
@@ -189,99 +191,217 @@ VideoConfig Packed10(uint32_t width, uint32_t height, uint32_t rate)
     return video;
 }
 
-// A sender and a receiver of one format on one conductor, with the application's ends of their rings.
-class Road
+uint16_t FreePort()
+{
+    const int probe = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address = AddressOf(0);
+    if (bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
+    const uint16_t port = PortOf(probe);
+    close(probe);
+    return port;
+}
+
+// A stream on a conductor and the application's end of its ring.
+class End
 {
 public:
-    explicit Road(const VideoConfig& video) : SlotBytes(LayoutOf(video).lockSize)
+    End(ConductorLoop& loop, Direction direction, const VideoConfig& video, uint16_t port)
+        : SlotBytes(LayoutOf(video).lockSize)
     {
-        const int probe = socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in address = AddressOf(0);
-        if (bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
         NetworkConfig network;
         network.payloadType = 96;
         network.connections.resize(1);
         network.connections[0].destinationIp = network.connections[0].interfaceAddress = kLoopback;
-        network.connections[0].destinationPort = PortOf(probe);
+        network.connections[0].destinationPort = port;
         network.connections[0].networkInterfaceId = 1;
         network.connections[0].interfaceName = "lo";
-        close(probe);
         CommonConfig common;
         common.queueDepth = kSlots;
         MediaSettings settings;
         settings.log = [](const std::string&) {};
-        Receiver = MakeMediaStream(Direction::Receive, common, network, video, settings, Drops);
-        Sender = MakeMediaStream(Direction::Send, common, network, video, settings, Drops);
-        if (!Loop.Start(1) && !Loop.Start(0)) Fail("a conductor");
-        if (Receiver->Start(Loop).Failed() || Sender->Start(Loop).Failed()) Fail("a stream");
-        In = Open(*Sender);
-        Out = Open(*Receiver);
-        if (Out->AddConsumer(&Token) != FLOW_RAIL_OK) Fail("a consumer");
+        Stream = MakeMediaStream(direction, common, network, video, settings, Drops);
+        if (Stream->Start(loop).Failed()) Fail("a stream");
+        const FLOW_RAIL_DESCRIPTOR descriptor{FLOW_RAIL_TYPE_FILE_MAP, Stream->RailDescription()};
+        Rail.reset(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
+        if (Rail->Open(&descriptor) != FLOW_RAIL_OK) Fail("a rail");
+        if (direction == Direction::Receive && Rail->AddConsumer(&Token) != FLOW_RAIL_OK) Fail("a consumer");
     }
-    ~Road()
+    ~End()
     {
-        In.reset();
-        Out.reset();
-        Sender->Stop();
-        Receiver->Stop();
+        Rail.reset();
+        Stream->Stop();
     }
 
     void Put()
     {
         void* slot = nullptr;
-        if (In->LockProducer(SlotBytes, 10000, &slot) != FLOW_RAIL_OK) Fail("a lock");
-        In->UnlockProducer(slot);
+        if (Rail->LockProducer(SlotBytes, 10000, &slot) != FLOW_RAIL_OK) Fail("a lock");
+        Rail->UnlockProducer(slot);
     }
     // The RTP timestamp of the slot that comes next.
     uint32_t Take()
     {
         void* slot = nullptr;
-        if (Out->LockConsumer(&Token, SlotBytes, 10000, &slot) != FLOW_RAIL_OK) Fail("a slot");
+        if (Rail->LockConsumer(&Token, SlotBytes, 10000, &slot) != FLOW_RAIL_OK) Fail("a slot");
         TakenNs = NsOf(CLOCK_MONOTONIC);
         FLOW_RAIL_METADATA record{};
         uint32_t count = 0;
-        Out->GetMetadata(slot, FLOW_RAIL_METADATA_TIMESTAMP, &record, 1, &count);
-        Out->UnlockConsumer(&Token, slot);
+        Rail->GetMetadata(slot, FLOW_RAIL_METADATA_TIMESTAMP, &record, 1, &count);
+        Rail->UnlockConsumer(&Token, slot);
         return record.Value;
     }
+    NetworkCounters Counters() const { return Stream->Counters(); }
 
     uint64_t TakenNs = 0;
-    std::unique_ptr<MediaStream> Sender, Receiver;
 
 private:
-    static std::unique_ptr<CFlowRail> Open(const MediaStream& stream)
-    {
-        FLOW_RAIL_DESCRIPTOR descriptor{FLOW_RAIL_TYPE_FILE_MAP, stream.RailDescription()};
-        std::unique_ptr<CFlowRail> rail(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
-        if (rail->Open(&descriptor) != FLOW_RAIL_OK) Fail("a rail");
-        return rail;
-    }
-
     const uint32_t SlotBytes;
     NoDrops Drops;
-    ConductorLoop Loop;
-    std::unique_ptr<CFlowRail> In, Out;
+    std::unique_ptr<MediaStream> Stream;
+    std::unique_ptr<CFlowRail> Rail;
     uint64_t Token = 0;
 };
+
+// A sender and a receiver of one format on one conductor.
+struct Road
+{
+    explicit Road(const VideoConfig& video)
+        : Port(FreePort()), Receiver(Started(Loop), Direction::Receive, video, Port),
+          Sender(Loop, Direction::Send, video, Port)
+    {
+    }
+
+    // On a processor of its own where there are two.
+    static ConductorLoop& Started(ConductorLoop& loop)
+    {
+        if (!loop.Start(1) && !loop.Start(0)) Fail("a conductor");
+        return loop;
+    }
+
+    const uint16_t Port;
+    ConductorLoop Loop;
+    End Receiver, Sender;
+};
+
+VideoConfig FullHd5994()
+{
+    VideoConfig video = Packed10(1920, 1080, 60);
+    video.fractional = true;
+    return video;
+}
 
 // Processor time of the whole process, whose other threads only hand slots on.
 void OneConductor(benchmark::State& state)
 {
-    VideoConfig video = Packed10(1920, 1080, 60);
-    video.fractional = true;
-    Road road(video);
+    Road road(FullHd5994());
     for (int frame = 0; frame < 4; ++frame)
-        road.Put();
+        road.Sender.Put();
     for (auto _ : state)
     {
         const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
-        road.Put();
-        road.Take();
+        road.Sender.Put();
+        road.Receiver.Take();
         state.SetIterationTime(static_cast<double>(NsOf(CLOCK_PROCESS_CPUTIME_ID) - before) / 1e9);
     }
-    state.counters["lost"] = static_cast<double>(road.Receiver->Counters().lostPackets);
-    state.counters["underruns"] = static_cast<double>(road.Sender->Counters().underruns);
+    state.counters["lost"] = static_cast<double>(road.Receiver.Counters().lostPackets);
+    state.counters["underruns"] = static_cast<double>(road.Sender.Counters().underruns);
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFramePackets)); // packets a second of one core
+}
+
+// A process that sends frames of 59.94 a second to a port until the object dies.
+class SenderProcess
+{
+public:
+    explicit SenderProcess(uint16_t port) : Pid(fork())
+    {
+        if (Pid < 0) Fail("fork");
+        if (Pid != 0) return;
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        std::signal(SIGTERM, [](int) { Ends = 1; });
+        {
+            ConductorLoop loop;
+            if (!loop.Start(0)) Fail("a conductor");
+            End sender(loop, Direction::Send, FullHd5994(), port);
+            while (!Ends)
+                sender.Put();
+        }
+        _exit(0);
+    }
+    SenderProcess(const SenderProcess&) = delete;
+    SenderProcess& operator=(const SenderProcess&) = delete;
+    ~SenderProcess()
+    {
+        kill(Pid, SIGTERM);
+        waitpid(Pid, nullptr, 0);
+    }
+
+private:
+    static inline volatile std::sig_atomic_t Ends = 0;
+    const pid_t Pid;
+};
+
+// The least that a receiver does: waits, reads what has been coalesced, copies each payload once to its place.
+void BareReceive(benchmark::State& state)
+{
+    const int receiver = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in address = AddressOf(0);
+    const int room = 16 << 20, one = 1;
+    setsockopt(receiver, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room);
+    setsockopt(receiver, IPPROTO_UDP, UDP_GRO, &one, sizeof one);
+    const timeval patience{10, 0};
+    setsockopt(receiver, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    if (bind(receiver, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
+    std::vector<uint8_t> places(kSlots * kFramePackets * 1200), got(65536);
+    uint64_t packets = 0, spentNs = 0;
+    const SenderProcess sender(PortOf(receiver));
+    size_t place = 0;
+    for (auto _ : state)
+    {
+        const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
+        for (size_t read = 0; read < kFramePackets;)
+        {
+            iovec piece{got.data(), got.size()};
+            msghdr message{};
+            message.msg_iov = &piece;
+            message.msg_iovlen = 1;
+            const ssize_t bytes = recvmsg(receiver, &message, 0);
+            if (bytes <= 0) Fail("a datagram");
+            for (size_t at = 0; at < static_cast<size_t>(bytes); at += kDatagramBytes, ++read, ++packets)
+            {
+                std::memcpy(places.data() + place * 1200, got.data() + at + 20, 1200);
+                place = (place + 1) % (kSlots * kFramePackets);
+            }
+        }
+        const uint64_t takenNs = NsOf(CLOCK_PROCESS_CPUTIME_ID) - before;
+        state.SetIterationTime(static_cast<double>(takenNs) / 1e9);
+        spentNs += takenNs;
+    }
+    close(receiver);
+    state.counters["packet_ns"] = static_cast<double>(spentNs) / static_cast<double>(packets);
+}
+
+// The same for a conductor, from the packets that it says to have received.
+void ReceivingConductor(benchmark::State& state)
+{
+    const uint16_t port = FreePort();
+    const SenderProcess sender(port); // before this process has threads
+    ConductorLoop loop;
+    End receiver(Road::Started(loop), Direction::Receive, FullHd5994(), port);
+    for (int frame = 0; frame < 4; ++frame)
+        receiver.Take();
+    const NetworkCounters atFirst = receiver.Counters();
+    const uint64_t atFirstNs = NsOf(CLOCK_PROCESS_CPUTIME_ID);
+    for (auto _ : state)
+    {
+        const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
+        receiver.Take();
+        state.SetIterationTime(static_cast<double>(NsOf(CLOCK_PROCESS_CPUTIME_ID) - before) / 1e9);
+    }
+    const uint64_t spentNs = NsOf(CLOCK_PROCESS_CPUTIME_ID) - atFirstNs;
+    const NetworkCounters atLast = receiver.Counters();
+    state.counters["lost"] = static_cast<double>(atLast.lostPackets - atFirst.lostPackets);
+    state.counters["packet_ns"] =
+        static_cast<double>(spentNs) / static_cast<double>(atLast.transferredPackets - atFirst.transferredPackets);
 }
 
 // ---- latency ----
@@ -298,14 +418,14 @@ void UnlockToLock(benchmark::State& state)
     {
         std::this_thread::sleep_for(std::chrono::microseconds(1700)); // anywhere in a frame
         const uint64_t unlockedNs = NsOf(CLOCK_MONOTONIC);
-        road.Put();
-        const uint32_t timestamp = road.Take();
+        road.Sender.Put();
+        const uint32_t timestamp = road.Receiver.Take();
         const uint64_t taiNs = clock.TaiNs(), nowNs = NsOf(CLOCK_MONOTONIC);
         const double sinceMomentUs =
             static_cast<double>(static_cast<uint32_t>(taiNs / 1000 * 9 / 100) - timestamp) / 0.09 -
-            static_cast<double>(nowNs - road.TakenNs) / 1e3;
+            static_cast<double>(nowNs - road.Receiver.TakenNs) / 1e3;
         roads.push_back(sinceMomentUs - kOffsetUs);
-        state.SetIterationTime(static_cast<double>(road.TakenNs - unlockedNs) / 1e9);
+        state.SetIterationTime(static_cast<double>(road.Receiver.TakenNs - unlockedNs) / 1e9);
     }
     std::nth_element(roads.begin(), roads.begin() + static_cast<std::ptrdiff_t>(roads.size() / 2), roads.end());
     state.counters["road_us"] = roads[roads.size() / 2];
@@ -324,10 +444,13 @@ int main(int count, char** arguments)
     }
     for (int run = 0; run < 3; ++run) // by turns
     {
+        benchmark::RegisterBenchmark("BareReceive", BareReceive)->UseManualTime()->Iterations(150);
+        benchmark::RegisterBenchmark("ReceivingConductor", ReceivingConductor)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("BareLoop", BareLoop, false)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("BareLoopPaced", BareLoop, true)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("OneConductor", OneConductor)->UseManualTime()->Iterations(150);
     }
+    benchmark::RegisterBenchmark("OneConductorMinute", OneConductor)->UseManualTime()->Iterations(3600);
     benchmark::RegisterBenchmark("UnlockToLock", UnlockToLock)->UseManualTime()->Iterations(1000);
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;

@@ -4,6 +4,8 @@
 #include "Peers.h"
 #include "PlainRuleLoop.h"
 
+#include "../support/FigureFile.h"
+
 #include "zefaline/sdp.h"
 
 #include "sdp/SdpParser.h"
@@ -112,7 +114,7 @@ void PrintRatio(const std::vector<Contender>& contenders, const Ratio& ratio)
         std::printf("\n");
 }
 
-void PrintCosts(const char* words, const std::string& description)
+void PrintCosts(const char* words, const std::string& description, FigureFile& figures)
 {
     const PlainRuleLoop plain;
     const auto network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
@@ -138,13 +140,22 @@ void PrintCosts(const char* words, const std::string& description)
     };
     for (Contender& peer : MakePeers(description))
         contenders.push_back(std::move(peer));
+    if (figures.OnlyLists())
+    {
+        for (const Contender& contender : contenders)
+            figures.Add(std::string(words) + ": " + contender.name, 0);
+        return;
+    }
     for (int round = 0; round < kRounds; ++round)
         for (Contender& contender : contenders)
             contender.microseconds.push_back(TakeTurn(contender.work));
 
     std::printf("%s: %zu bytes; median of %d rounds\n", words, description.size(), kRounds);
     for (const Contender& contender : contenders)
+    {
         std::printf("  %-46s %8.2f us\n", contender.name.c_str(), Median(contender.microseconds));
+        figures.Add(std::string(words) + ": " + contender.name, 1000 * Median(contender.microseconds));
+    }
     for (const Ratio& ratio : kRatios)
         PrintRatio(contenders, ratio);
 }
@@ -178,11 +189,14 @@ std::string Repeat(const std::string& head, const std::string& piece, size_t byt
 }
 } // namespace
 
-int main()
+int main(int count, char** arguments)
 {
-    std::printf("Machine: %u processors\n", std::thread::hardware_concurrency());
-    PrintCosts("One path", kOnePath);
-    PrintCosts("Two paths", kTwoPaths);
+    FigureFile figures(count, arguments);
+    if (!figures.OnlyLists()) std::printf("Machine: %u processors\n", std::thread::hardware_concurrency());
+    PrintCosts("One path", kOnePath, figures);
+    PrintCosts("Two paths", kTwoPaths, figures);
+    if (figures.OnlyLists()) return 0;
+    if (!figures.Write()) return 1;
     PrintGrowth("Descriptions behind each other", [](size_t bytes) { return Repeat("", kTwoPaths, bytes); });
     PrintGrowth("One format line", [](size_t bytes) { return Repeat("a=fmtp:96 ", "key=value; ", bytes); });
     PrintGrowth("One line that almost matches",

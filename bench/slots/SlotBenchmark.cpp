@@ -15,6 +15,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "../support/FigureFile.h"
 #include "flowrail1.h"
 #include "logger/CLogger.h"
 #include "stream/CStreamModel.h"
@@ -35,6 +36,7 @@ constexpr int kRounds = 200;
 constexpr int kQuietCycles = 5000; // of a turn
 constexpr int kLoggedCycles = 100; // a turn that logs six functions a cycle takes long enough
 constexpr double kTargetNs = 250;
+const char* const kAboveRail = "lock, buffer and unlock above the rail, no sink";
 
 void Require(bool condition, const char* what)
 {
@@ -164,8 +166,9 @@ struct Kind
 };
 } // namespace
 
-int main()
+int main(int count, char** arguments)
 {
+    FigureFile figures(count, arguments);
     // An application always has a second thread, the library's watchdog; locks are cheaper in a process that has none.
     std::promise<void> done;
     std::thread sleeper([waiting = done.get_future()] { waiting.wait(); });
@@ -209,6 +212,16 @@ int main()
          {}},
     };
 
+    if (figures.OnlyLists())
+    {
+        for (const Kind& kind : kinds)
+            figures.Add(kind.Name, 0);
+        figures.Add(kAboveRail, 0);
+        done.set_value();
+        sleeper.join();
+        return 0;
+    }
+
     // The sinks write to the standard streams; the table goes to what standard output was.
     FILE* table = fdopen(dup(STDOUT_FILENO), "w");
     const int nowhere = open("/dev/null", O_WRONLY);
@@ -245,13 +258,15 @@ int main()
         for (size_t round = 0; round < kind.Nanoseconds.size(); ++round)
             above.push_back(kind.Nanoseconds[round] - kinds[0].Nanoseconds[round]);
         if (&kind == &kinds[1]) aboveRail = Median(above);
+        figures.Add(kind.Name, Median(kind.Nanoseconds));
         std::fprintf(table, "| %s | %.0f | %.0f | %.0f |\n", kind.Name, Median(kind.Nanoseconds),
                      *std::min_element(kind.Nanoseconds.begin(), kind.Nanoseconds.end()), Median(above));
     }
     std::fprintf(table, "\nlock + buffer + unlock above the rail with no sink: %.0f ns, to reach: %.0f ns\n", aboveRail,
                  kTargetNs);
+    figures.Add(kAboveRail, aboveRail);
     std::fclose(table);
     done.set_value();
     sleeper.join();
-    return 0;
+    return figures.Write() ? 0 : 1;
 }

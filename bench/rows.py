@@ -1,0 +1,123 @@
+"""What the benchmarks are to reach: a row for each figure that scripts/bench tells.
+
+A figure is the name of a benchmark as its program lists it, without what Google Benchmark adds behind it
+("/manual_time", "/iterations:150"), and ":counter" where a counter and not the time is meant; ":ns_a_byte" comes from
+the bytes a second. `beside` is a figure of the same run, a number that was measured on the reference machine (427.0, in
+nanoseconds), or None; the ratio, or without `beside` the figure itself, is what `most` is the limit of. `per` divides a
+time.
+"""
+from dataclasses import dataclass
+from typing import Optional, Union
+
+
+@dataclass(frozen=True)
+class Row:
+    what: str
+    figure: str
+    beside: Union[str, float, None] = None
+    most: Optional[float] = None
+    per: int = 1
+
+
+@dataclass(frozen=True)
+class Program:
+    name: str
+    title: str
+    rows: tuple
+    arguments: tuple = ()
+    quick: tuple = ()
+    minute: Optional[str] = None  # a filter for what takes a minute, measured with --minute alone
+
+
+# Figures of peers that need not be installed begin so.
+PEERS = ("GStreamer", "libavformat")
+
+FRAME = 4320  # packets of a frame of 1080 lines
+ANC = 200  # ancillary packets of a frame
+
+INTERLEAVED = ("--benchmark_enable_random_interleaving=true",)
+OF_THE_KIND = {4096: "4 KiB", 4194304: "4 MiB", 41943040: "40 MiB"}
+FORMATS = ("10In16Little", "10In16Big", "10In32Little", "10InPackedLittle", "10In8", "12In16Little", "8In16Little")
+
+
+def rail():
+    for size, words in OF_THE_KIND.items():
+        yield Row(f"full cycle, {words} : iceoryx on the reference machine", f"RailCycle/{size}", 427.0, 0.35)
+        yield Row(f"full cycle, {words} : the least ring there is", f"RailCycle/{size}", "LeastRingCycle/0")
+        yield Row(f"there and back, polling, {words} : two bare words", f"RailSpin/{size}", "RawSpin/0", 1.54)
+        yield Row(f"there and back, asleep, one vCPU, {words} : iceoryx on the reference machine",
+                  f"RailBlockedOneCpu/{size}", 7900.0, 0.65)
+        yield Row(f"there and back, asleep, one vCPU, {words} : a bare futex", f"RailBlockedOneCpu/{size}",
+                  "RawFutexOneCpu/0", 1.15)
+        yield Row(f"there and back, asleep, across, {words} : a bare futex", f"RailBlockedAcross/{size}",
+                  "RawFutexAcross/0")
+        for place in ("OneCpu", "Across"):
+            yield Row(f"one way, {place}, {words} : GStreamer's shared memory", f"RailOneWay{place}/{size}",
+                      f"GStreamerOneWay{place}/{size}", 0.7)
+    yield Row("full cycle, 40 MiB : 4 KiB", "RailCycle/41943040", "RailCycle/4096", 1.1)
+
+
+def slots():
+    yield Row("lock, buffer and unlock above the rail, no sink, ns", "lock, buffer and unlock above the rail, no sink",
+              None, 250)
+    bare = "rail alone: LockConsumer, GetSlotAddress, UnlockConsumer"
+    for figure in ("ZEFA_ slot functions, no sink", "the same with ZEFA_GetSlotTimestamps, no sink",
+                   "ZEFA_ slot functions, sink that prints errors only",
+                   "ZEFA_ slot functions, sink that prints all to /dev/null"):
+        yield Row(f"{figure} : rail alone", figure, bare)
+
+
+def rest():
+    for figure, words in (("GetRecord", "GET and read the record"), ("PutRecord", "write the record and PUT")):
+        yield Row(f"{words} : the bare HTTP library", f"{figure}:library_us", f"{figure}:bare_us", 1.05)
+        yield Row(f"{words} : its default pool", f"{figure}:library_us", f"{figure}:default_pool_us", 0.4)
+
+
+def anc():
+    for figure, words, most in (("Parse", "a packet of 32 words read, nobody listens, ns", 28),
+                                ("Generate", "a packet of 32 words written, nobody listens, ns", 31)):
+        yield Row(words, f"{figure}/listening:0", None, most, ANC)
+        yield Row("the same : a copy of the bytes", f"{figure}/listening:0", "Copy", None, ANC)
+    yield Row("a packet read, somebody listens, ns", "Parse/listening:1", None, None, ANC)
+
+
+def media():
+    for way, words in (("ToSlot", "network to slot"), ("FromSlot", "slot to network")):
+        yield Row(f"{words}, plain copy, a byte : memcpy", f"{way}10InPacked10:ns_a_byte", "Copy:ns_a_byte")
+        for form in FORMATS:
+            yield Row(f"{words}, {form}, a byte : memcpy", f"{way}{form}:ns_a_byte", "Copy:ns_a_byte")
+    yield Row("a packet received, CPU : a bare recvmsg loop", "ReceivingConductor:packet_ns",
+              "BareReceive:packet_ns", 1.3)
+    yield Row("packets lost meanwhile", "ReceivingConductor:lost", None, 0)
+    yield Row("a packet sent and received, CPU : a bare loop that sleeps between bursts", "OneConductor",
+              "BareLoopPaced", None, FRAME)
+    yield Row("the same : a bare loop that never sleeps", "OneConductor", "BareLoop", None, FRAME)
+    yield Row("packets lost of 1080p59.94, 10 bits", "OneConductor:lost", None, 0)
+    yield Row("the same in a minute", "OneConductorMinute:lost", None, 0)
+    yield Row("unlock to lock without waiting and pacing, us", "UnlockToLock:road_us")
+
+
+def sdp():
+    for paths in ("One path", "Two paths"):
+        for above, below, most in (("text to tree", "text to tree, every row tried by std::regex", 0.07),
+                                   ("text to tree", "GStreamer, parse", 6),
+                                   ("ZEFA_ReadSDP", "GStreamer, parse and caps of each media", 2),
+                                   ("ZEFA_ReadSDP", "libavformat, open and close", 1),
+                                   ("tree to text", "tree to text, tokens found by std::regex", 0.25),
+                                   ("tree to text", "GStreamer, as text", 1.25),
+                                   ("ZEFA_WriteSDP", "GStreamer, as text", None)):
+            yield Row(f"{paths}: {above} : {below}", f"{paths}: {above}", f"{paths}: {below}", most)
+
+
+PROGRAMS = (
+    Program("bench_rail", "Flow rail", tuple(rail()), (),
+            ("--benchmark_repetitions=3", "--benchmark_min_time=0.02")),
+    Program("bench_slots", "Slot functions", tuple(slots())),
+    Program("bench_rest", "REST exchange", tuple(rest()), (), ("--benchmark_filter=GetRecord",)),
+    Program("bench_sdp", "Descriptions", tuple(sdp())),
+    Program("bench_anc", "Ancillary data", tuple(anc()),
+            INTERLEAVED + ("--benchmark_repetitions=9", "--benchmark_min_time=0.1"),
+            ("--benchmark_repetitions=3", "--benchmark_min_time=0.02")),
+    Program("bench_media", "Media engine", tuple(media()), ("--benchmark_min_time=0.1",),
+            ("--benchmark_min_time=0.02",), "Minute"),
+)
