@@ -26,6 +26,7 @@ class Program:
     rows: tuple
     arguments: tuple = ()
     quick: tuple = ()
+    script: Optional[str] = None  # where it lies when it is none that is built: it drives the service itself
     minute: Optional[str] = None  # a filter for what takes a minute, measured with --minute alone
 
 
@@ -109,6 +110,12 @@ def sdp():
             yield Row(f"{paths}: {above} : {below}", f"{paths}: {above}", f"{paths}: {below}", most)
 
 
+def service():
+    yield Row("memory of an idle service, KiB", "IdleService:kib")
+    yield Row("the same for each idle context, KiB", "Context:kib")
+    yield Row("the same for each stream that is not open, KiB", "Stream:kib")
+
+
 PROGRAMS = (
     Program("bench_rail", "Flow rail", tuple(rail()), (),
             ("--benchmark_repetitions=3", "--benchmark_min_time=0.02")),
@@ -119,5 +126,6 @@ PROGRAMS = (
             INTERLEAVED + ("--benchmark_repetitions=9", "--benchmark_min_time=0.1"),
             ("--benchmark_repetitions=3", "--benchmark_min_time=0.02")),
     Program("bench_media", "Media engine", tuple(media()), ("--benchmark_min_time=0.1",),
-            ("--benchmark_min_time=0.02",), "Minute"),
+            ("--benchmark_min_time=0.02",), minute="Minute"),
+    Program("bench_service", "Service", tuple(service()), script="bench/service/bench_service"),
 )
