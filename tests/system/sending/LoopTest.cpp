@@ -1,134 +1,16 @@
 // From the slots of one application to the slots of another: streams of video through the service, out of it and back,
 // over paths that lose, reorder and die.
-#include "support/Relay.h"
-#include "system/road/Road.h"
+#include "Pictures.h"
 
 #include <optional>
-#include <set>
 
 using namespace test;
 
 namespace
 {
 
-using Fields = std::vector<Bytes>; // the buffers of a slot
-
-uint32_t Bits(uint32_t depthCode)
-{
-    return 8 + 2 * depthCode;
-}
-
-// `samples` numbers within the range of the depth, stored as the application's format asks.
-Bytes MakeSamples(size_t samples, const StreamSettings& format, uint32_t seed)
-{
-    const uint32_t bits = Bits(format.applicationDepth);
-    const size_t wordBytes = format.padding == ZEFA_BIT_PADDING_NONE ? 0 : 2 * format.padding;
-    Bytes bytes;
-    uint32_t state = seed * 2654435761u + 1;
-    const auto next = [&]
-    {
-        state = state * 1664525u + 1013904223u;
-        return state >> 16;
-    };
-    if (wordBytes == 0) // whatever the bytes, they are samples
-        for (size_t i = 0; i < samples * bits / 8; ++i)
-            bytes.push_back(uint8_t(next()));
-    else
-        for (size_t i = 0; i < samples; ++i)
-        {
-            const uint32_t value = next() & ((1u << bits) - 1);
-            for (size_t byte = 0; byte < wordBytes; ++byte)
-            {
-                const size_t place = format.endianness == ZEFA_ENDIANNESS_LITTLE ? byte : wordBytes - 1 - byte;
-                bytes.push_back(uint8_t(value >> (8 * place)));
-            }
-        }
-    return bytes;
-}
-
-bool Is422(uint32_t sampling)
-{
-    return sampling == ZEFA_SDP_VIDEO_SAMPLING_YCBCR_422 || sampling == ZEFA_SDP_VIDEO_SAMPLING_ICTCP_422;
-}
-
-// A frame of 720 x 576, 50 fields a second: the raster of these tests unless they say otherwise.
-Fields MakeFields(const StreamSettings& format, uint32_t seed)
-{
-    const size_t samples = size_t{720} * 288 * (Is422(format.sampling) ? 2 : 3);
-    return {MakeSamples(samples, format, seed), MakeSamples(samples, format, seed + 1000)};
-}
-
 constexpr uint32_t kFields = 2;
 constexpr size_t kPackets = 2 * 576; // of a frame: two for each line
-
-struct TypeCase
-{
-    const char* name;
-    uint32_t sampling;
-    bool everyDepth; // on the network too; else both sides have the same
-};
-
-class LoopFormat : public testing::TestWithParam<TypeCase>
-{
-};
-
-bool Holds(const std::vector<SlotBuffer>& slot, const Fields& fields)
-{
-    if (slot.size() != fields.size()) return false;
-    for (size_t field = 0; field < fields.size(); ++field)
-        if (slot[field].bytes != fields[field] || !slot[field].losses.empty()) return false;
-    return true;
-}
-
-} // namespace
-
-TEST_P(LoopFormat, EveryApplicationFormatArrivesBitByBit)
-{
-    MxsProcess service;
-    Session session(service.ServiceUrl());
-    for (uint32_t network = 0; network < 3; ++network)
-        // The application's depth is the network's or less: more bits would not arrive.
-        for (uint32_t application = GetParam().everyDepth ? 0 : network; application <= network; ++application)
-            for (uint32_t padding = 0; padding < 3; ++padding)
-                for (uint32_t endianness = 0; endianness < 2; ++endianness)
-                {
-                    StreamSettings format{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50,
-                                          .sampling = GetParam().sampling,
-                                          .networkDepth = network,
-                                          .applicationDepth = application,
-                                          .padding = padding,
-                                          .endianness = endianness,
-                                          .lockTimeoutMs = 10000,
-                                          .port = FreeUdpPort()};
-                    ReceiveStream receiver(session, format);
-                    SendStream sender(session, format);
-                    receiver.Start();
-                    sender.Start();
-                    for (uint32_t frame = 1; frame <= 2; ++frame)
-                    {
-                        const Fields fields = MakeFields(format, frame);
-                        sender.Put(fields, {3600 * frame, 3600 * frame + 1800});
-                        const std::vector<SlotBuffer> slot = TakeSlot(receiver, kFields);
-                        ASSERT_TRUE(Holds(slot, fields))
-                            << "network " << Bits(network) << ", application " << Bits(application) << ", padding "
-                            << padding << ", endianness " << endianness << ", frame " << frame;
-                        for (uint32_t field = 0; field < kFields; ++field)
-                            EXPECT_EQ(3600 * frame + 1800 * field, slot[field].timestamps.at(0).Value_UL);
-                    }
-                }
-}
-
-INSTANTIATE_TEST_SUITE_P(Samplings, LoopFormat,
-                         testing::Values(TypeCase{"YCbCr422", ZEFA_SDP_VIDEO_SAMPLING_YCBCR_422, true},
-                                         TypeCase{"YCbCr444", ZEFA_SDP_VIDEO_SAMPLING_YCBCR_444, true},
-                                         TypeCase{"ICtCp422", ZEFA_SDP_VIDEO_SAMPLING_ICTCP_422, false},
-                                         TypeCase{"ICtCp444", ZEFA_SDP_VIDEO_SAMPLING_ICTCP_444, false},
-                                         TypeCase{"RGB", ZEFA_SDP_VIDEO_SAMPLING_RGB, false},
-                                         TypeCase{"XYZ", ZEFA_SDP_VIDEO_SAMPLING_XYZ, false}),
-                         [](const auto& instance) { return instance.param.name; });
-
-namespace
-{
 
 // One service with a sender and a receiver of 720 x 576 fields, between which a test puts what it likes.
 class VideoLoop : public testing::Test
@@ -174,7 +56,7 @@ protected:
 
 } // namespace
 
-TEST_F(VideoLoop, ProgressiveFramesWithTheTimeOfTheClockAreAFramePeriodApart)
+TEST_F(VideoLoop, FramesWithTheTimeOfTheClockAreAPeriodApartAndEveryPeriodLeftOutIsAnUnderrun)
 {
     Format.standard = ZEFA_VIDEO_STANDARD_1920X1080_P_25;
     Format.padding = ZEFA_BIT_PADDING_NONE;
@@ -184,13 +66,16 @@ TEST_F(VideoLoop, ProgressiveFramesWithTheTimeOfTheClockAreAFramePeriodApart)
     SendStream sender(With, Format);
     receiver.Start();
     sender.Start();
-    const Bytes picture = MakeSamples(size_t{1920} * 1080 * 2, Format, 1);
+    const Bytes picture = MakeBuffer(size_t{1920} * 1080 * 2, Format, 1);
 
-    // A sender that is late leaves frames out, and never all of them: two neighbours come, sooner or later.
-    constexpr uint32_t kFrameTicks = 3600;
-    std::set<uint32_t> steps;
+    // Between the bursts the application pauses for some periods. A slow machine leaves out more of them, but never so
+    // many that no two frames are neighbours.
+    constexpr uint32_t kPeriodTicks = 3600;
+    constexpr auto kPause = std::chrono::milliseconds(200);
+    uint32_t neighbours = 0;
+    uint64_t leftOut = 0, pauses = 0, underruns = 0;
     std::optional<uint32_t> before;
-    for (int burst = 0; burst < 40 && !steps.contains(kFrameTicks); ++burst)
+    for (int burst = 0; burst < 40 && (burst < 4 || neighbours == 0); ++burst)
     {
         for (int frame = 0; frame < 5; ++frame)
             sender.Put({picture});
@@ -199,13 +84,31 @@ TEST_F(VideoLoop, ProgressiveFramesWithTheTimeOfTheClockAreAFramePeriodApart)
             const std::vector<SlotBuffer> slot = TakeSlot(receiver);
             ASSERT_TRUE(Holds(slot, {picture})) << frame;
             const uint32_t timestamp = slot[0].timestamps.at(0).Value_UL;
-            if (before) steps.insert(timestamp - *before);
+            if (before)
+            {
+                const uint32_t step = timestamp - *before;
+                ASSERT_EQ(0u, step % kPeriodTicks) << step;
+                ASSERT_LT(0u, step); // none stands still
+                leftOut += step / kPeriodTicks - 1;
+                if (step == kPeriodTicks) ++neighbours;
+            }
             before = timestamp;
+            // Counted after the burst before, so in front of this frame. What the schedule notices late, in the last
+            // eighth of a period, counts for the period that begins then: one too many in each pause.
+            if (frame == 0)
+            {
+                EXPECT_LE(underruns, leftOut + pauses) << "before burst " << burst;
+            }
         }
+        // All that was left out so far was counted when the frame behind it began.
+        underruns = sender.NetworkStatus().UnderrunCount_ULL;
+        EXPECT_GE(underruns, leftOut) << "burst " << burst;
+        std::this_thread::sleep_for(kPause);
+        underruns = sender.NetworkStatus().UnderrunCount_ULL;
+        ++pauses;
     }
-    EXPECT_EQ(kFrameTicks, *steps.begin()); // none is shorter, none stands still
-    for (const uint32_t step : steps)
-        EXPECT_EQ(0u, step % kFrameTicks) << step;
+    EXPECT_LT(0u, neighbours);
+    EXPECT_LE(4u * 4, underruns); // four pauses, of four whole periods at least
     EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
 }
 
@@ -314,7 +217,7 @@ TEST_F(VideoLoop, AfterAPauseOfTheApplicationSendingGoesOnByItself)
         std::this_thread::sleep_for(std::chrono::milliseconds(pauseMs));
         const uint64_t underruns = sender.NetworkStatus().UnderrunCount_ULL - before;
         EXPECT_GE(underruns, pauseMs / 40 - 1);
-        SendAndTake(sender, receiver, 100, 3);
+        SendAndTake(sender, receiver, pauseMs, 3); // as numbers of frames: the same one twice would be a late copy
     }
     EXPECT_TRUE(Await([&] { return receiver.NetworkStatus().LostPacketsCount_ULL == 0; }));
     EXPECT_EQ(0u, sender.NetworkStatus().LostPacketsCount_ULL);
