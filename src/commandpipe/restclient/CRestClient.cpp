@@ -230,8 +230,7 @@ RESULT_CODE CRestClient::GetServerError(const HttpResponse& response)
 {
     RESULT_CODE result = RESULT_OPERATION_FAILED;
     CFunctionTracer tracer(TRACE_NAME("GetServerError"), TraceEntering, TraceExitingWith(result));
-    const auto free = [](ServerError* made) { CSerializer::Delete(made); };
-    const std::unique_ptr<ServerError, decltype(free)> error(new ServerError(), free);
+    auto error = std::make_unique<ServerError>();
     if (response->status_code() == status_codes::SeeOther)
         result = Redirect(response, error.get());
     else
@@ -242,6 +241,7 @@ RESULT_CODE CRestClient::GetServerError(const HttpResponse& response)
         result = CSerializer::FromJSON(json, &record, true);
     }
     if (result == RESULT_NO_ERROR) result = error->ErrCode;
+    CSerializer::Delete(error.release()); // has a trace, which may raise, and a destructor must not
     return result;
 }
 
