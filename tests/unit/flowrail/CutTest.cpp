@@ -176,6 +176,7 @@ TEST(CutRailBeforeDeathTest, AProcessThatDidNotAskIsNotSpared)
         {
             RailPair pair(100000, 4);
             Cut(pair, 0);
+            unlink(Quillmont::FlowRail::RailPath(pair.Name()).c_str()); // who dies leaves it behind
             pair.Put(100000, 1);
         },
         "");
