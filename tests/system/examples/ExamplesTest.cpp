@@ -441,7 +441,8 @@ TEST_P(HeldExamples, LoopThroughDelaysAudioByJustTheDelay)
         }
         sounding += sample != 0;
     }
-    EXPECT_LE(differing, 480 * dropped + 48 * lost);
+    // While the sender pauses nothing is delayed either: an underrun stands for less than the time of two slots.
+    EXPECT_LE(differing, 480 * (dropped + 2 * sent.underruns) + 48 * lost);
     EXPECT_GT(sounding + differing, 14000u); // three beeps of 4,800, the sine has its zeros
     EXPECT_TRUE(!IsHeld() || atLoop.droppedSlots > 0);
 }
