@@ -189,9 +189,13 @@ protected:
     mutable AssemblerCounters Count; // the intake's are copied when they are asked for
 
 private:
+    // Frames that were committed before the silence have come to their end: their times may come again.
     void CommitInSilence(uint64_t nowNs)
     {
-        if (OpenCount == 0 || !Intake.IsSilent(nowNs)) return;
+        if (!Intake.IsSilent(nowNs)) return;
+        for (RecentFrame& frame : Recent)
+            if (frame.committedNs < Intake.SilentFromNs()) frame.seen = {};
+        if (OpenCount == 0) return;
         while (OpenCount > 0)
             Commit(*Open[0], nowNs);
         CutFrame = &Recent[(RecentNext + Recent.size() - 1) % Recent.size()];

@@ -628,6 +628,19 @@ TEST_P(AncillaryAssemblerPause, TheRestOfAFrameThatItInterruptedIsDelayed)
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+TEST_P(AncillaryAssemblerPause, ATimestampThatComesAgainBehindItIsANewFrameAndKnownToBeWhole)
+{
+    LeadIn();
+    Push(AncDatagram({.sequence = 100, .timestamp = 90000, .marker = true}, {{}}));
+    Pause();
+    Push(AncDatagram({.sequence = 101, .timestamp = 90000, .marker = true}, {{.words = kCaptions}}));
+
+    ASSERT_EQ(Committed().size(), 2u);
+    ExpectPlaylists(1, {{0, PlaylistOf({{9, false, {kCaptions}}})}});
+    EXPECT_FALSE(IsMarkedAsLost(1));
+    EXPECT_EQ(Count().delayed, 0u);
+}
+
 TEST_P(AncillaryAssemblerPause, ASecondFieldBehindItIsDelayedAsItsFrameIsCommitted)
 {
     for (const uint32_t second : {91502u, 90000u})            // a time of its own, and one for both fields

@@ -542,6 +542,17 @@ TEST_P(AssemblerPause, TheRestOfAFrameThatItInterruptedIsDelayed)
     EXPECT_EQ(Count().intake.lost, 0u);
 }
 
+TEST_P(AssemblerPause, ATimestampThatComesAgainBehindItIsANewFrame)
+{
+    Push(Frame(Picture(1), 100, 1000));
+    Pause();
+    Push(Frame(Picture(2), 104, 1000));
+
+    ASSERT_EQ(Slots().size(), 2u);
+    EXPECT_EQ(Slots()[1].bytes, Picture(2));
+    EXPECT_EQ(Count().delayed, 0u);
+}
+
 TEST_P(AssemblerPause, ASecondFieldBehindItIsDelayedAsItsFrameIsCommitted)
 {
     for (const uint32_t second : {2800u, 1000u}) // a time of its own, and one for both fields
