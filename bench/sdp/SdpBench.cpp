@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <memory>
 #include <string>
@@ -160,24 +161,49 @@ void PrintCosts(const char* words, const std::string& description, FigureFile& f
         PrintRatio(contenders, ratio);
 }
 
+double ThreadSeconds()
+{
+    timespec used{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
+}
+
+// Each turn takes a megabyte, in texts of one size. The sizes take turns within a round and processor time counts, so
+// that what else the machine does falls on all of them.
 void PrintGrowth(const char* words, const std::function<std::string(size_t)>& make)
 {
-    std::printf("%-52s %26s %26s\n", words, "text to tree, ns a byte", "tree to text, ns a byte");
-    for (const size_t bytes : {size_t{1'000}, size_t{10'000}, size_t{100'000}, size_t{1'000'000}})
+    struct Size
     {
-        const std::string text = make(bytes);
+        size_t bytes;
+        std::string text;
+        nlohmann::json tree;
+        std::vector<double> parsing, writing; // nanoseconds a byte
+    };
+    constexpr size_t kTurnBytes = 1'000'000;
+    std::vector<Size> sizes;
+    for (const size_t bytes : {size_t{1'000}, size_t{10'000}, size_t{100'000}, kTurnBytes})
+    {
+        std::string text = make(bytes);
         nlohmann::json tree = ParseSdpText(text);
-        std::vector<double> parsing;
-        std::vector<double> writing;
-        for (int i = 0; i < 9; ++i)
-        {
-            parsing.push_back(TakeTurn([&] { ParseSdpText(text); }));
-            writing.push_back(TakeTurn([&] { WriteSdpText(tree); }));
-        }
-        const double nanoseconds = 1000 / static_cast<double>(text.size());
-        std::printf("  %8zu bytes %62.3f %26.3f\n", text.size(), nanoseconds * Median(parsing),
-                    nanoseconds * Median(writing));
+        sizes.push_back({bytes, std::move(text), std::move(tree), {}, {}});
     }
+    const auto takeTurn = [](const Size& size, const auto& work)
+    {
+        const double before = ThreadSeconds();
+        for (size_t done = 0; done < kTurnBytes; done += size.bytes)
+            work();
+        return (ThreadSeconds() - before) * 1e9 / static_cast<double>(kTurnBytes / size.bytes * size.text.size());
+    };
+    constexpr int kGrowthRounds = 9;
+    for (int round = 0; round < kGrowthRounds; ++round)
+        for (Size& size : sizes)
+        {
+            size.parsing.push_back(takeTurn(size, [&] { ParseSdpText(size.text); }));
+            size.writing.push_back(takeTurn(size, [&] { WriteSdpText(size.tree); }));
+        }
+    std::printf("%-52s %26s %26s\n", words, "text to tree, ns a byte", "tree to text, ns a byte");
+    for (const Size& size : sizes)
+        std::printf("  %8zu bytes %62.3f %26.3f\n", size.text.size(), Median(size.parsing), Median(size.writing));
 }
 
 std::string Repeat(const std::string& head, const std::string& piece, size_t bytes)
