@@ -42,6 +42,14 @@ const Bytes kGroup444x12{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0, 0x12};
 //   0000000001 0000000010 0000000100 0000001000 | 0000010000 0000100000 0001000000 0010000000 |
 //   0100000000 1000000000 1111111111 0101010101
 const Bytes kGroup444x10{0x00, 0x40, 0x20, 0x10, 0x08, 0x04, 0x02, 0x01, 0x00, 0x80, 0x40, 0x20, 0x0F, 0xFD, 0x55};
+// The same stored otherwise; where they are packed, the first of each four has the lowest bits of the first byte.
+const Bytes k444x10PackedLittle{0x01, 0x08, 0x40, 0x00, 0x02, 0x10, 0x80, 0x00,
+                                0x04, 0x20, 0x00, 0x01, 0xF8, 0x7F, 0x55};
+const Bytes k444x10In16Little{1, 0, 2, 0, 4, 0, 8, 0, 0x10, 0, 0x20, 0, 0x40, 0, 0x80, 0, 0, 1, 0, 2, 0xFF, 3, 0x55, 1};
+const Bytes k444x10In32Big{0, 0, 0, 1,    0, 0, 0, 2,    0, 0, 0, 4, 0, 0, 0, 8, 0, 0, 0, 0x10, 0, 0, 0, 0x20,
+                           0, 0, 0, 0x40, 0, 0, 0, 0x80, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0xFF, 0, 0, 1, 0x55};
+const Bytes k444x10In32Little{1,    0, 0, 0, 2,    0, 0, 0, 4, 0, 0, 0, 8, 0, 0, 0, 0x10, 0, 0, 0, 0x20, 0, 0, 0,
+                              0x40, 0, 0, 0, 0x80, 0, 0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0xFF, 3, 0, 0, 0x55, 1, 0, 0};
 
 const FormatCase kFormatCases[] = {
     {"YCbCr422x10Packed", {1, k10}, kGroup422x10, {1, k10, 0, 0}, {0x80, 0x44, 0x07, 0xFF, 0xAC}},
@@ -64,12 +72,27 @@ const FormatCase kFormatCases[] = {
     {"YCbCr422x10To12Little", {1, k10}, kGroup422x10, {1, k12, 0, 1}, {0x04, 0x08, 0x10, 0xFC, 0x07, 0xEB}},
     {"YCbCr422x10To12In16Little", {1, k10}, kGroup422x10, {1, k12, 1, 1}, {4, 8, 0, 1, 0xFC, 7, 0xB0, 0xE}},
     {"YCbCr422x8Packed", {1, k8}, kGroup422x8, {1, k8, 0, 0}, {0x80, 0x10, 0x7F, 0xEB}},
+    {"YCbCr422x8In32Big",
+     {1, k8},
+     kGroup422x8,
+     {1, k8, 2, 0},
+     {0, 0, 0, 0x80, 0, 0, 0, 0x10, 0, 0, 0, 0x7F, 0, 0, 0, 0xEB}},
     {"YCbCr422x8In16Little", {1, k8}, kGroup422x8, {1, k8, 1, 1}, {0x80, 0, 0x10, 0, 0x7F, 0, 0xEB, 0}},
     // 200 040 1FC 3AC: 1000000000 0001000000 0111111100 1110101100
     {"YCbCr422x8To10", {1, k8}, kGroup422x8, {1, k10, 0, 0}, {0x80, 0x04, 0x07, 0xF3, 0xAC}},
     {"YCbCr422x8To12In16Big", {1, k8}, kGroup422x8, {1, k12, 1, 0}, {8, 0, 1, 0, 7, 0xF0, 0xE, 0xB0}},
     {"YCbCr422x12Packed", {1, k12}, kGroup422x12, {1, k12, 0, 0}, {0x80, 0x11, 0x00, 0xFF, 0xFE, 0xB8}},
     {"YCbCr422x12PackedLittle", {1, k12}, kGroup422x12, {1, k12, 0, 1}, {0x01, 0x08, 0x10, 0xFF, 0x8F, 0xEB}},
+    {"YCbCr422x12In32Big",
+     {1, k12},
+     kGroup422x12,
+     {1, k12, 2, 0},
+     {0, 0, 8, 1, 0, 0, 1, 0, 0, 0, 0xF, 0xFF, 0, 0, 0xE, 0xB8}},
+    {"YCbCr422x12In32Little",
+     {1, k12},
+     kGroup422x12,
+     {1, k12, 2, 1},
+     {1, 8, 0, 0, 0, 1, 0, 0, 0xFF, 0xF, 0, 0, 0xB8, 0xE, 0, 0}},
     // 801 -> 200, 100 -> 040, FFF -> 3FF (400 does not fit), EB8 -> 3AE
     {"YCbCr422x12To10In16Big", {1, k12}, kGroup422x12, {1, k10, 1, 0}, {2, 0, 0, 0x40, 3, 0xFF, 3, 0xAE}},
     // 801 -> 80, 100 -> 10, FFF -> FF, EB8 -> EC (halves go up)
@@ -77,15 +100,33 @@ const FormatCase kFormatCases[] = {
     {"ICtCp422x10", {7, k10}, kGroup422x10, {7, k10, 1, 1}, {1, 2, 0x40, 0, 0xFF, 1, 0xAC, 3}},
     {"ConstantLuminance422x10", {4, k10}, kGroup422x10, {4, k10, 1, 1}, {1, 2, 0x40, 0, 0xFF, 1, 0xAC, 3}},
     {"YCbCr444x8", {2, k8}, {0x11, 0x22, 0x33}, {2, k8, 0, 0}, {0x11, 0x22, 0x33}},
+    {"YCbCr444x8PackedLittle", {2, k8}, {0x11, 0x22, 0x33}, {2, k8, 0, 1}, {0x11, 0x22, 0x33}},
+    {"YCbCr444x8In16Big", {2, k8}, {0x11, 0x22, 0x33}, {2, k8, 1, 0}, {0, 0x11, 0, 0x22, 0, 0x33}},
+    {"YCbCr444x8In16Little", {2, k8}, {0x11, 0x22, 0x33}, {2, k8, 1, 1}, {0x11, 0, 0x22, 0, 0x33, 0}},
     {"YCbCr444x8In32Little", {2, k8}, {0x11, 0x22, 0x33}, {2, k8, 2, 1}, {0x11, 0, 0, 0, 0x22, 0, 0, 0, 0x33, 0, 0, 0}},
     {"YCbCr444x10", {2, k10}, kGroup444x10, {2, k10, 1, 0}, {0, 1,    0, 2,    0, 4, 0, 8, 0, 0x10, 0, 0x20,
                                                              0, 0x40, 0, 0x80, 1, 0, 2, 0, 3, 0xFF, 1, 0x55}},
+    {"YCbCr444x10Packed", {2, k10}, kGroup444x10, {2, k10, 0, 0}, kGroup444x10},
+    {"YCbCr444x10PackedLittle", {2, k10}, kGroup444x10, {2, k10, 0, 1}, k444x10PackedLittle},
+    {"RgbNonLinear10In16Little", {10, k10}, kGroup444x10, {10, k10, 1, 1}, k444x10In16Little},
+    {"YCbCr444x10In32Big", {2, k10}, kGroup444x10, {2, k10, 2, 0}, k444x10In32Big},
+    {"YCbCr444x10In32Little", {2, k10}, kGroup444x10, {2, k10, 2, 1}, k444x10In32Little},
     {"RgbLinear10To8", {9, k10}, kGroup444x10, {9, k8, 0, 0}, {0, 1, 1, 2, 4, 8, 0x10, 0x20, 0x40, 0x80, 0xFF, 0x55}},
     {"RgbNonLinear12",
      {10, k12},
      kGroup444x12,
      {10, k12, 1, 1},
      {0x23, 1, 0x56, 4, 0x89, 7, 0xBC, 0xA, 0xEF, 0xD, 0x12, 0}},
+    {"YCbCr444x12In16Big",
+     {2, k12},
+     kGroup444x12,
+     {2, k12, 1, 0},
+     {1, 0x23, 4, 0x56, 7, 0x89, 0xA, 0xBC, 0xD, 0xEF, 0, 0x12}},
+    {"YCbCr444x12In32Big", {2, k12}, kGroup444x12, {2, k12, 2, 0}, {0, 0, 1,   0x23, 0, 0, 4,   0x56, 0, 0, 7, 0x89,
+                                                                    0, 0, 0xA, 0xBC, 0, 0, 0xD, 0xEF, 0, 0, 0, 0x12}},
+    {"YCbCr444x12In32Little", {2, k12}, kGroup444x12, {2, k12, 2, 1}, {0x23, 1,   0, 0, 0x56, 4,   0, 0,
+                                                                       0x89, 7,   0, 0, 0xBC, 0xA, 0, 0,
+                                                                       0xEF, 0xD, 0, 0, 0x12, 0,   0, 0}},
     {"YCbCr444x12PackedLittle",
      {2, k12},
      kGroup444x12,
