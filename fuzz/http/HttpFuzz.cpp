@@ -1,10 +1,11 @@
 // Requests to the service, one after another, by two applications that have a context each. The control side is the
 // service's own; in the place of its media stand a loop and streams that move nothing.
 //
-// The input: one byte of bits (1: failures are redirected, 2: no stream can be started, 4: there is no memory for one),
-// then requests, each ended by a NUL. The first line of a request is "method target authorization host", the rest is its
-// body. As authorization "A" stands for the token of the first context, "B" for that of the second, and so on; the target
-// "!" for where the last redirect pointed. Without a host the request is to localhost.
+// The input: one byte of bits (1: failures are redirected, 2: no stream can be started, 4: there is no memory for one, 8:
+// the rings of those that are started are cut at once), then requests, each ended by a NUL. The first line of a request
+// is "method target authorization host", the rest is its body. As authorization "A" stands for the token of the first
+// context, "B" for that of the second, and so on; the target "!" for where the last redirect pointed. Without a host the
+// request is to localhost.
 #include "mxs/Api.h"
 #include "mxs/HttpServer.h"
 #include "mxs/MemoryBudget.h"
@@ -35,6 +36,7 @@ struct MediaSide
 {
     bool refuses = false;
     bool hasNoMemory = false;
+    bool isDamaged = false;
     int running = 0;
 };
 MediaSide Media; // of the input at hand
@@ -56,6 +58,7 @@ public:
     }
     void Stop() override { Media.running -= std::exchange(Running, false); }
     bool IsRunning() const override { return Running; }
+    bool IsDamaged() const override { return Running && Media.isDamaged; }
     std::multimap<std::string, std::string> RailDescription() const override
     {
         if (!Running) return {};
@@ -292,6 +295,7 @@ void Exchange(Rig& rig, HttpRequest request)
     if (!answer.authorization.empty()) rig.TakeToken(answer.authorization);
     if (answer.status == 200 && request.method == "PUT" && request.target.find("/Config") != std::string::npos)
         CheckTaken(rig, request);
+    rig.Streams.StopDamaged(); // as the service does now and then
 }
 
 } // namespace
@@ -299,7 +303,7 @@ void Exchange(Rig& rig, HttpRequest request)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size == 0) return 0;
-    Media = {.refuses = (data[0] & 2) != 0, .hasNoMemory = (data[0] & 4) != 0};
+    Media = {.refuses = (data[0] & 2) != 0, .hasNoMemory = (data[0] & 4) != 0, .isDamaged = (data[0] & 8) != 0};
     Rig rig(data[0] & 1 ? ErrorStyle::Redirect : ErrorStyle::Body);
     std::string_view rest(reinterpret_cast<const char*>(data) + 1, size - 1);
     while (!rest.empty())

@@ -113,6 +113,7 @@ seed("conductor_gone", configure(STREAM, VIDEO), delete("Conductor/Mines/" + CON
 seed("too_large", configure(STREAM, VIDEO, common=dict(COMMON, ApplicativeBufferQueueDepth=65536)), *RUN)
 seed("no_socket", configure(STREAM, VIDEO), *RUN, bits="2")
 seed("no_memory", configure(STREAM, VIDEO), *RUN, bits="4")
+seed("cut", configure(STREAM, VIDEO), *RUN[:2], statuses(STREAM), *RUN[1:], bits="8")
 seed("left_running", configure(STREAM, VIDEO), *RUN[:2], delete("ContextManager/Context/" + CONTEXT))
 seed("ptp", put("PtpApi/Config", PTP), get("PtpApi/Config"), get("PtpApi/Status"),
      put("PtpApi/Config", dict(PTP, InterfaceName="nowhere")))
