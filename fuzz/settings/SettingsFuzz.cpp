@@ -86,19 +86,19 @@ private:
     std::streambuf *Out, *Err, *Clog;
 };
 
-// The length that a text needs, found with a buffer that is large enough.
-std::optional<uint32_t> LengthOf(const Platform::SettingsKey& key, const std::string& name)
+// The length that a text needs, found with a buffer that holds the whole file.
+std::optional<uint32_t> LengthOf(const Platform::SettingsKey& key, const std::string& name, size_t fileBytes)
 {
-    std::vector<char> text(1 << 17);
+    std::vector<char> text(fileBytes + 1);
     auto length = static_cast<uint32_t>(text.size());
     if (!key.ReadText(name, text.data(), &length)) return std::nullopt;
     Require(length > 0 && length <= text.size() && text[length - 1] == '\0');
     return length;
 }
 
-void ReadIntoExactRoom(const Platform::SettingsKey& key, const std::string& name)
+void ReadIntoExactRoom(const Platform::SettingsKey& key, const std::string& name, size_t fileBytes)
 {
-    const std::optional<uint32_t> needed = LengthOf(key, name);
+    const std::optional<uint32_t> needed = LengthOf(key, name, fileBytes);
     if (!needed) return;
     const std::unique_ptr<char[]> text(new char[*needed]);
     uint32_t length = *needed;
@@ -116,7 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::optional<Platform::SettingsKey> key = Platform::SettingsKey::Open(kKey, around.Places());
     Require(key.has_value());
     for (const char* name : {"DebugFilter", "EventOutput", "DebugOutput", ""})
-        ReadIntoExactRoom(*key, name);
+        ReadIntoExactRoom(*key, name, size);
 
     Logger::ReadLoggingConfiguration(kKey, around.Places());
     Require(Logger::CLogger::Sinks()->size() <= 4); // two outputs of two kinds each
