@@ -120,6 +120,19 @@ void* operator new[](size_t bytes, std::align_val_t alignment)
 {
     return Allocate(bytes, size_t(alignment));
 }
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept
+try
+{
+    return Allocate(bytes, 0);
+}
+catch (const std::bad_alloc&)
+{
+    return nullptr;
+}
+void* operator new[](size_t bytes, const std::nothrow_t& nothrow) noexcept
+{
+    return operator new(bytes, nothrow);
+}
 void operator delete(void* memory) noexcept
 {
     Free(memory);
