@@ -20,7 +20,7 @@ function(zefaline_test_compile_options target labels)
     endif()
 endfunction()
 
-# The testing library's headers take longer than most tests: programs with the same options share one reading of them.
+# The headers of these libraries take longer than most tests: programs with the same options share one reading of them.
 function(zefaline_share_test_headers target labels)
     set(name test_headers)
     if("system" IN_LIST labels)
@@ -31,8 +31,8 @@ function(zefaline_share_test_headers target labels)
         add_library(${name} OBJECT ${CMAKE_BINARY_DIR}/${name}.cpp)
         set_target_properties(${name} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
         target_compile_options(${name} PRIVATE -fPIE) # as the programs
-        target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest Threads::Threads)
-        target_precompile_headers(${name} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+        target_link_libraries(${name} PRIVATE GTest::gmock GTest::gtest nlohmann_json::nlohmann_json Threads::Threads)
+        target_precompile_headers(${name} PRIVATE <gmock/gmock.h> <gtest/gtest.h> <nlohmann/json.hpp>)
         zefaline_test_compile_options(${name} "${labels}")
     endif()
     target_precompile_headers(${target} REUSE_FROM ${name})

@@ -2,7 +2,8 @@
 // buffers are exactly as large as they say. Six bytes stand before the playlist:
 //
 //   0 bits: copy words, copy all, 10-bit raw lines, field mode, which field, part of the buffer, mark empty, in place
-//   1 video standard, the store's if it is another | 2 progress | 3 size of the second buffer in units of 4 | 4 how much is there | 5 line of progress
+//   1 video standard, the store's if it is another | 2 progress | 3 size of the second buffer in units of 4
+//   4 how much is there | 5 line of progress
 #include "anc/CAncPlaylistManager.h"
 #include "anc/CBlankingData.h"
 #include "core/VideoStandards.h"

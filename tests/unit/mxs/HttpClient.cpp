@@ -13,6 +13,22 @@ namespace test
 namespace asio = boost::asio;
 namespace http = boost::beast::http;
 
+nlohmann::json Reply::Json() const
+{
+    return nlohmann::json::parse(body);
+}
+
+uint32_t Reply::ErrCode() const
+{
+    const auto json = nlohmann::json::parse(body, nullptr, false);
+    return json.is_object() ? json.value("ErrCode", 0u) : 0u;
+}
+
+std::string Reply::ErrMsg() const
+{
+    return Json().value("ErrMsg", "");
+}
+
 struct HttpClient::Connection
 {
     asio::io_context io;

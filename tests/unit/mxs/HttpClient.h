@@ -18,14 +18,9 @@ struct Reply
     std::string contentType, location, authorization, allow, connection;
     std::string body;
 
-    nlohmann::json Json() const { return nlohmann::json::parse(body); }
-    // The error record's code; 0 when there is none, so that a wrong answer shows as a number.
-    uint32_t ErrCode() const
-    {
-        const auto json = nlohmann::json::parse(body, nullptr, false);
-        return json.is_object() ? json.value("ErrCode", 0u) : 0u;
-    }
-    std::string ErrMsg() const { return Json().value("ErrMsg", ""); }
+    nlohmann::json Json() const;
+    uint32_t ErrCode() const; // of the error record; 0 when there is none, so that a wrong answer shows as a number
+    std::string ErrMsg() const;
     std::string LocationPart(size_t place) const
     {
         std::string rest = location;
