@@ -54,9 +54,14 @@ function(zefaline_add_folders)
     endforeach()
 endfunction()
 
-# For targets of many heavy headers and no media: instrumented code of theirs takes long to optimise.
+# zefaline_quick_when_sanitized(target [header ...]): for targets of many heavy headers and no media, whose instrumented
+# code takes long to optimise. The headers are read once for all sources; in optimised builds the compiler would warn of
+# their insides then.
 function(zefaline_quick_when_sanitized target)
     if(ZEFALINE_SANITIZE MATCHES "address|thread")
         target_compile_options(${target} PRIVATE -O0)
+        if(ARGN)
+            target_precompile_headers(${target} PRIVATE ${ARGN})
+        endif()
     endif()
 endfunction()
