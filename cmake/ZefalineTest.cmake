@@ -1,4 +1,5 @@
-# zefaline_test(name SOURCES ... LIBS ... [LABELS ...] [TIMEOUT seconds] [SERIAL])
+# zefaline_test(name SOURCES ... LIBS ... [LABELS ...] [TIMEOUT seconds] [SERIAL] [JOINED])
+# JOINED: sources that make the compiler write the same long templates again and again are compiled several at once.
 # One GoogleTest program; each of its tests is a test of CTest, but in sanitized builds, where starting a process costs
 # more than most tests, a program is one unless it is a system test. Object libraries are listed one by one, since the
 # objects of one do not come with another.
@@ -41,8 +42,11 @@ function(zefaline_share_test_headers target labels)
 endfunction()
 
 function(zefaline_test name)
-    cmake_parse_arguments(ARG "SERIAL" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "SERIAL;JOINED" "TIMEOUT" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
+    if(ARG_JOINED)
+        set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 7)
+    endif()
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/src
                                ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest GTest::gtest_main Threads::Threads)
