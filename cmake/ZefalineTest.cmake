@@ -16,9 +16,7 @@ function(zefaline_test_compile_options target labels)
     endif()
     # The assertion macros take most of a build's time when they are optimised or instrumented; what they test keeps its
     # optimisation and its checks of undefined behaviour. System tests compare whole pictures themselves.
-    if("system" IN_LIST labels)
-        target_compile_options(${target} PRIVATE -O1)
-    else()
+    if(NOT "system" IN_LIST labels)
         target_compile_options(${target} PRIVATE -O0)
     endif()
 endfunction()
