@@ -69,6 +69,8 @@ bool AskedByTheLibrary()
     void* frames[16];
     const int count = ::backtrace(frames, 16);
     int caller = 0;
+    while (caller < count && !thisProgram.Holds(frames[caller]))
+        ++caller; // the call that looks at the stack, where a sanitizer has one of its own
     while (caller < count && (thisProgram.Holds(frames[caller]) || standardLibrary.Holds(frames[caller])))
         ++caller;
     return caller < count && (ours[0].Holds(frames[caller]) || ours[1].Holds(frames[caller]));
