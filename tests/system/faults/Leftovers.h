@@ -1,6 +1,8 @@
 // What a process holds, and what rails there are: counted before and after.
 #pragma once
 
+#include "support/Rails.h"
+
 #include <algorithm>
 #include <filesystem>
 #include <ostream>
@@ -40,16 +42,6 @@ inline Holdings HoldingsOf(pid_t process)
 {
     const std::string folder = "/proc/" + std::to_string(process);
     return {EntriesOf(folder + "/fd"), EntriesOf(folder + "/task")};
-}
-
-// Rails of the service with this process id, which it puts into the names of their files.
-inline std::vector<std::string> RailsOf(pid_t process)
-{
-    std::vector<std::string> names;
-    const std::string mark = "mxsd-" + std::to_string(process) + "-";
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
-        if (entry.path().string().find(mark) != std::string::npos) names.push_back(entry.path());
-    return names;
 }
 
 } // namespace test

@@ -2,6 +2,7 @@
 #include "Road.h"
 
 #include "support/LostService.h"
+#include "support/Rails.h"
 
 #include <filesystem>
 
@@ -9,16 +10,6 @@ using namespace test;
 
 namespace
 {
-
-// Rails of the service with this process id: it puts the number into the names of their files.
-std::vector<std::string> RailsOf(pid_t process)
-{
-    std::vector<std::string> names;
-    const std::string mark = "mxsd-" + std::to_string(process) + "-";
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
-        if (entry.path().string().find(mark) != std::string::npos) names.push_back(entry.path());
-    return names;
-}
 
 TEST(Life, TwoStreamsOfOneConductorReceiveBesideEachOther)
 {

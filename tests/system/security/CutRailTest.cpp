@@ -1,5 +1,6 @@
 // A program that cuts the file of its ring short: its own stream ends, the service and everybody else go on.
 #include "support/LostService.h"
+#include "support/Rails.h"
 #include "system/road/Road.h"
 
 #include <filesystem>
@@ -10,15 +11,6 @@ using namespace test;
 
 namespace
 {
-
-std::vector<std::string> RailsOf(pid_t process)
-{
-    std::vector<std::string> names;
-    const std::string mark = "mxsd-" + std::to_string(process) + "-";
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
-        if (entry.path().string().find(mark) != std::string::npos) names.push_back(entry.path());
-    return names;
-}
 
 constexpr const char* kStopped = "has to be stopped: another program cut the file of its ring short.";
 

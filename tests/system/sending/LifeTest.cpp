@@ -1,5 +1,6 @@
 // Deaths while something is being sent: of the service, and of the application with a slot in its hands.
 #include "support/LostService.h"
+#include "support/Rails.h"
 #include "system/anc/AncRoad.h"
 
 #include <filesystem>
@@ -19,22 +20,12 @@ std::vector<uint8_t> Picture()
     return picture;
 }
 
-// Rails of the service with this process id: it puts the number into the names of their files.
-size_t RailsOf(pid_t process)
-{
-    size_t found = 0;
-    const std::string mark = "mxsd-" + std::to_string(process) + "-";
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm"))
-        found += entry.path().string().find(mark) != std::string::npos;
-    return found;
-}
-
 bool AwaitNoRails(pid_t process)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (RailsOf(process) > 0 && std::chrono::steady_clock::now() < end)
+    while (!RailsOf(process).empty() && std::chrono::steady_clock::now() < end)
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    return RailsOf(process) == 0;
+    return RailsOf(process).empty();
 }
 
 // Sends a picture from one stream to another.
@@ -129,7 +120,7 @@ TEST(SenderLife, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionSendsAfterIt
 
     {
         MxsProcess again({}, service.Port());
-        EXPECT_EQ(0u, RailsOf(process));
+        EXPECT_EQ(0u, RailsOf(process).size());
         Session fresh(again.ServiceUrl());
         ExpectAPictureArrives(fresh);
     }
@@ -149,7 +140,7 @@ TEST_P(DyingSender, IsForgottenWithItsSlotAndTheNextOneSends)
     int status = -1;
     ASSERT_EQ(application, ::waitpid(application, &status, 0));
     ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
-    EXPECT_EQ(1u, RailsOf(service.ProcessId()));
+    EXPECT_EQ(1u, RailsOf(service.ProcessId()).size());
 
     EXPECT_TRUE(AwaitNoRails(service.ProcessId()));
     Session next(service.ServiceUrl());
@@ -172,11 +163,11 @@ TEST(SenderLife, AStoppedServiceLeavesNoSharedMemory)
     auto stream = std::make_unique<SendStream>(*session, settings);
     stream->Start();
     stream->Put({Picture()});
-    EXPECT_EQ(1u, RailsOf(process));
+    EXPECT_EQ(1u, RailsOf(process).size());
 
     EXPECT_EQ(0, service.Stop());
 
-    EXPECT_EQ(0u, RailsOf(process));
+    EXPECT_EQ(0u, RailsOf(process).size());
     EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_StopStream(stream->Handle));
     stream->Abandon();
     DestroyLostContext(service.Port(), session->Context);
