@@ -49,7 +49,7 @@ private:
     uint32_t ReadPlaylist(Reading& reading);
     uint32_t ReadHeader(Reading& reading, uint32_t word);
     uint32_t ReadRawLine(Reading& reading, uint32_t word, uint32_t line);
-    uint32_t ReadPacket(Reading& reading);
+    uint32_t ReadPackets(Reading& reading);
     void Resynchronise(Reading& reading);
 
     void WriteLines(Writing& writing, uint32_t firstLine, uint32_t endLine);

@@ -178,7 +178,16 @@ uint8_t* CBlankingData::AllocateData(uint32_t size, uint32_t pool)
     return block;
 }
 
+// A packet whose words stand elsewhere, from a chunk that has a record left: nothing to call, and so no frame.
 uint32_t CBlankingData::AllocatePacket(uint8_t dataCount, ZEFA_ANC_PACKET** packet, uint32_t pool)
+{
+    PacketChunk* const chunk = pool < PacketPools.size() && packet ? PacketPools[pool].Head() : nullptr;
+    if (dataCount != 0 || !chunk || chunk->FreeRecords == 0) return AllocateAny(dataCount, packet, pool);
+    *packet = TakeRecord(*chunk, 0, nullptr);
+    return kAncSuccess;
+}
+
+[[gnu::noinline]] uint32_t CBlankingData::AllocateAny(uint8_t dataCount, ZEFA_ANC_PACKET** packet, uint32_t pool)
 {
     if (pool >= PacketPools.size()) [[unlikely]]
     {
@@ -202,13 +211,18 @@ uint32_t CBlankingData::AllocatePacket(uint8_t dataCount, ZEFA_ANC_PACKET** pack
         ErrorSink.Tell("Cannot allocate internal ANC packet structure");
         return kAncNoMemory;
     }
-    ZEFA_ANC_PACKET& record = chunk->Records[kPacketsOfChunk - chunk->FreeRecords].Packet;
-    --chunk->FreeRecords;
+    *packet = TakeRecord(*chunk, dataCount, words);
+    return kAncSuccess;
+}
+
+ZEFA_ANC_PACKET* CBlankingData::TakeRecord(PacketChunk& chunk, uint8_t dataCount, uint16_t* words)
+{
+    ZEFA_ANC_PACKET& record = chunk.Records[kPacketsOfChunk - chunk.FreeRecords].Packet;
+    --chunk.FreeRecords;
     record.External_B = 0;
     record.DataCount_UB = dataCount;
     record.UserWords_pUS = words;
-    *packet = &record;
-    return kAncSuccess;
+    return &record;
 }
 
 uint32_t CBlankingData::GetNbPackets(uint32_t line, uint32_t stream, bool inHanc, uint32_t* count) const
@@ -261,7 +275,24 @@ uint32_t CBlankingData::GetPacket(uint32_t line, uint32_t stream, int32_t index,
     return {place == 0 || !next ? nullptr : next->Previous, next};
 }
 
+// Behind the last, with room for it and nobody listening: nothing to call, and so no frame.
 uint32_t CBlankingData::InsertPacket(uint32_t line, uint32_t stream, int32_t index, ZEFA_ANC_PACKET* packet)
+{
+    if (packet && index == kBehindTheLast && !DebugSink.Wanted() && IsPlace(line, stream) && !packet->External_B)
+    {
+        Area& area = AreaOf(Touch(line, stream), packet->InHANC_B != 0);
+        const uint32_t size = SizeOf(*packet);
+        if (CapacityOf(area, packet->InHANC_B != 0) >= size)
+        {
+            Link(area, {area.Last, nullptr}, packet, size);
+            return kAncSuccess;
+        }
+    }
+    return InsertAny(line, stream, index, packet);
+}
+
+[[gnu::noinline]] uint32_t CBlankingData::InsertAny(uint32_t line, uint32_t stream, int32_t index,
+                                                    ZEFA_ANC_PACKET* packet)
 {
     if (!packet) return kAncNullPointer;
     const bool inHanc = packet->InHANC_B != 0;
@@ -273,9 +304,8 @@ uint32_t CBlankingData::InsertPacket(uint32_t line, uint32_t stream, int32_t ind
     if (packet->External_B) [[unlikely]]
         KeepExternal(packet);
 
-    LineRecord& record = Touch(line, stream);
-    Area& area = inHanc ? record.Hanc : record.Vanc;
-    const uint32_t size = packet->DataCount_UB + kPacketOverhead;
+    Area& area = AreaOf(Touch(line, stream), inHanc);
+    const uint32_t size = SizeOf(*packet);
     const uint32_t capacity = CapacityOf(area, inHanc);
     if (capacity < size) [[unlikely]]
     {
@@ -290,21 +320,21 @@ uint32_t CBlankingData::InsertPacket(uint32_t line, uint32_t stream, int32_t ind
         ErrorSink.Tell("Invalid PacketIndex_i=%d (NbAncPkt_UL=%d)", index, static_cast<int>(area.NbPackets));
         return kAncBadPlace;
     }
-
-    Neighbours between{area.Last, nullptr};
-    if (place != area.NbPackets) [[unlikely]]
-        between = FindNeighbours(area, place);
-    const auto [previous, next] = between;
-    packet->Previous = previous;
-    packet->Next = next;
-    (previous ? previous->Next : area.First) = packet;
-    (next ? next->Previous : area.Last) = packet;
-    ++area.NbPackets;
-    area.TakenWords += size;
+    Link(area, place == area.NbPackets ? Neighbours{area.Last, nullptr} : FindNeighbours(area, place), packet, size);
     return kAncSuccess;
 }
 
-[[gnu::noinline]] void CBlankingData::Clear(Area& area, uint32_t line, bool hanc) const
+void CBlankingData::Link(Area& area, Neighbours between, ZEFA_ANC_PACKET* packet, uint32_t size)
+{
+    packet->Previous = between.Previous;
+    packet->Next = between.Next;
+    (between.Previous ? between.Previous->Next : area.First) = packet;
+    (between.Next ? between.Next->Previous : area.Last) = packet;
+    ++area.NbPackets;
+    area.TakenWords += size;
+}
+
+void CBlankingData::Clear(Area& area, uint32_t line, bool hanc) const
 {
     area = {};
     // From here on the vertical area has the room of its own line, which is none where there is picture.
@@ -316,9 +346,24 @@ uint32_t CBlankingData::RemovePacket(uint32_t line, uint32_t stream, int32_t ind
 {
     if (packet) *packet = nullptr;
     if (!IsPlace(line, stream)) return kAncBadPlace;
-    LineRecord& record = Touch(line, stream);
-    Area& area = inHanc ? record.Hanc : record.Vanc;
-    if (index == kAllPackets) [[unlikely]]
+    if (index != 0) return RemoveAny(line, stream, index, inHanc, packet);
+
+    // The first, as whoever empties a line asks for it again and again.
+    Area& area = AreaOf(Streams[stream].Lines[line - 1], inHanc);
+    ZEFA_ANC_PACKET* const removed = area.First;
+    if (area.NbPackets == 0 || !removed) return kAncBadPlace;
+    area.First = removed->Next;
+    (area.NbPackets != 1 && removed->Next ? removed->Next->Previous : area.Last) = removed->Previous;
+    CountOff(area, *removed);
+    if (packet) *packet = removed;
+    return kAncSuccess;
+}
+
+[[gnu::noinline]] uint32_t CBlankingData::RemoveAny(uint32_t line, uint32_t stream, int32_t index, bool inHanc,
+                                                    ZEFA_ANC_PACKET** packet)
+{
+    Area& area = AreaOf(Touch(line, stream), inHanc);
+    if (index == kAllPackets)
     {
         Clear(area, line, inHanc);
         return kAncSuccess;
@@ -326,17 +371,22 @@ uint32_t CBlankingData::RemovePacket(uint32_t line, uint32_t stream, int32_t ind
     if (static_cast<uint32_t>(index) >= area.NbPackets) return kAncBadPlace;
 
     const bool isLast = static_cast<uint32_t>(index) == area.NbPackets - 1;
-    ZEFA_ANC_PACKET* removed = index != 0 && isLast ? area.Last : area.First;
+    ZEFA_ANC_PACKET* removed = isLast ? area.Last : area.First;
     if (!isLast)
         for (int32_t i = 0; removed && i < index; ++i)
             removed = removed->Next;
     if (!removed) return kAncBadPlace;
-    (index != 0 && removed->Previous ? removed->Previous->Next : area.First) = removed->Next;
+    (removed->Previous ? removed->Previous->Next : area.First) = removed->Next;
     (!isLast && removed->Next ? removed->Next->Previous : area.Last) = removed->Previous;
-    if (--area.NbPackets == 0) area.First = area.Last = nullptr;
-    area.TakenWords -= removed->DataCount_UB + kPacketOverhead;
+    CountOff(area, *removed);
     if (packet) *packet = removed;
     return kAncSuccess;
+}
+
+void CBlankingData::CountOff(Area& area, const ZEFA_ANC_PACKET& removed)
+{
+    if (--area.NbPackets == 0) area.First = area.Last = nullptr;
+    area.TakenWords -= SizeOf(removed);
 }
 
 uint8_t* CBlankingData::AllocateVbiLine(uint32_t pool)

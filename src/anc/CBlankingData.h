@@ -111,7 +111,16 @@ private:
     {
         return (hanc ? LineHancCapacity : LineVancCapacity) - area.TakenWords;
     }
+    static Area& AreaOf(LineRecord& record, bool inHanc) { return inHanc ? record.Hanc : record.Vanc; }
+    static uint32_t SizeOf(const ZEFA_ANC_PACKET& packet) { return packet.DataCount_UB + kPacketOverhead; }
     static Neighbours FindNeighbours(const Area& area, uint32_t place);
+    static void Link(Area& area, Neighbours between, ZEFA_ANC_PACKET* packet, uint32_t size);
+    static void CountOff(Area& area, const ZEFA_ANC_PACKET& removed);
+    static ZEFA_ANC_PACKET* TakeRecord(PacketChunk& chunk, uint8_t dataCount, uint16_t* words);
+    // What is left of the operations of these names behind their usual cases.
+    uint32_t AllocateAny(uint8_t dataCount, ZEFA_ANC_PACKET** packet, uint32_t pool);
+    uint32_t InsertAny(uint32_t line, uint32_t stream, int32_t index, ZEFA_ANC_PACKET* packet);
+    uint32_t RemoveAny(uint32_t line, uint32_t stream, int32_t index, bool inHanc, ZEFA_ANC_PACKET** packet);
     uint8_t* AllocateData(uint32_t size, uint32_t pool);
     void TakeVideoStandard(uint32_t videoStandard, bool doubleVanc);
     void KeepExternal(ZEFA_ANC_PACKET* packet);

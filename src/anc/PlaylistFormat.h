@@ -32,7 +32,7 @@ inline constexpr uint32_t kLineNumberMask = 0x7FF;
 inline constexpr uint32_t kHeaderBytes = 4;
 
 inline constexpr uint32_t kFlagWordFloor = 1020; // the second and third word of a packet's flag are no lower
-inline constexpr uint32_t kWordsBeforeUserWords = 6;
+inline constexpr uint32_t kWordsBeforeDataCount = 5, kWordsBeforeUserWords = 6;
 inline constexpr uint32_t kEmptyMark1 = 0x0040, kEmptyMark2 = 0x0200; // payload of an empty last line
 
 static_assert(std::endian::native == std::endian::little, "words are stored as they stand in memory");
@@ -62,6 +62,18 @@ inline void Store32(uint8_t* at, uint32_t word)
     std::memcpy(at, &word, sizeof word);
 }
 
+inline uint64_t Load64(const uint8_t* at)
+{
+    uint64_t words;
+    std::memcpy(&words, at, sizeof words);
+    return words;
+}
+
+inline void Store64(uint8_t* at, uint64_t words)
+{
+    std::memcpy(at, &words, sizeof words);
+}
+
 // An 8-bit value as a 10-bit word: bit 8 makes the parity even, bit 9 is its inverse.
 consteval std::array<uint16_t, 256> MakeParityWords()
 {
@@ -71,25 +83,4 @@ consteval std::array<uint16_t, 256> MakeParityWords()
     return words;
 }
 inline constexpr std::array<uint16_t, 256> kParityWords = MakeParityWords();
-
-// The checksum word over DID, SDID, DC with parity and the user words at `userWords`, of any alignment.
-inline uint32_t ChecksumWord(uint32_t did, uint32_t sdid, uint32_t dc, const uint8_t* userWords, size_t count)
-{
-    // Four words at a time in the lanes of one: a lane holds at most 64 of 9 bits.
-    constexpr uint64_t kLow9 = 0x01FF01FF01FF01FF;
-    uint64_t lanes = 0;
-    size_t i = 0;
-    for (; i + 4 <= count; i += 4)
-    {
-        uint64_t four;
-        std::memcpy(&four, userWords + i * 2, sizeof four);
-        lanes += four & kLow9;
-    }
-    // The product has the sum of all lanes in the highest; nine bits of it count.
-    uint64_t sum = did + sdid + dc + (lanes * 0x0001'0001'0001'0001 >> 48);
-    for (; i < count; ++i)
-        sum += Load16(userWords + i * 2);
-    const auto low9 = static_cast<uint32_t>(sum & 0x1FF);
-    return low9 | (low9 & 0x100 ? 0 : 0x200);
-}
 } // namespace Quillmont::anc

@@ -55,6 +55,27 @@ struct CAncPlaylistManager::Reading
         return Load16(at) == 0 && Load16(at + 2) >= kFlagWordFloor && Load16(at + 4) >= kFlagWordFloor;
     }
 
+    enum class Follower
+    {
+        Packet,
+        Other, // a header, padding, or the end of the buffer
+        None   // nothing that may follow a packet
+    };
+    Follower FollowerAt(uint32_t index) const
+    {
+        if (Remaining() >= (uint64_t{index} + 4) * 2 && IsUsualFlag(Cursor() + size_t{index} * 2)) [[likely]]
+            return Follower::Packet;
+        const uint32_t word = Word(index);
+        if (word == 0) return IsPacketAt(index) ? Follower::Packet : Follower::None;
+        return word >= kHeaderFlag || word == kPad ? Follower::Other : Follower::None; // kNoWord is above the flag
+    }
+    // In four words at once what IsFlag finds in three: a flag of words up to 1023, as nearly all are.
+    static bool IsUsualFlag(const uint8_t* at)
+    {
+        static_assert(kFlagWordFloor == 0x3FC);
+        return (Load64(at) & 0x0000'FFFC'FFFC'FFFF) == 0x0000'03FC'03FC'0000;
+    }
+
     // Steps over what stands between sections; false when the word is none of it.
     bool PassMark(uint32_t word)
     {
@@ -191,75 +212,78 @@ uint32_t CAncPlaylistManager::ReadRawLine(Reading& reading, uint32_t word, uint3
     return kAncSuccess;
 }
 
-// Part of its only caller: what it costs comes with each packet.
-[[gnu::always_inline]] inline uint32_t CAncPlaylistManager::ReadPacket(Reading& reading)
+// One packet and those that follow it at once: whatever stands here is paid for with each of them.
+uint32_t CAncPlaylistManager::ReadPackets(Reading& reading)
 {
-    const ANC_PARSE_REQUEST& request = reading.Request;
     const auto index = static_cast<int>(reading.Index);
-    if (!reading.InLine) [[unlikely]]
+    if (!reading.InLine)
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d (out of line context)", reading.Position, index);
         return kAncInvalidData;
     }
-    if (reading.Remaining() < kSmallestPacketBytes) [[unlikely]]
+    if (reading.Remaining() < kSmallestPacketBytes)
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d (remaining buffer size too small to contain an ANC packet)",
                        reading.Position, index);
         return kAncInvalidData;
     }
-    if (!reading.IsPacketAt(0)) [[unlikely]]
+    if (!reading.IsPacketAt(0))
     {
         ErrorSink.Tell("Invalid data at %08xh in playlist%d", reading.Position, index);
         return kAncInvalidData;
     }
 
-    const uint8_t* const bytes = reading.Cursor();
-    const uint32_t dataCount = Load16(bytes + 10) & 0xFF;
-    const uint32_t packetBytes = dataCount * 2 + kSmallestPacketBytes;
-    const uint32_t behind = reading.Word(dataCount + kPacketOverhead);
-    const bool plausible = behind == 0 ? reading.IsPacketAt(dataCount + kPacketOverhead)
-                                       : behind >= kHeaderFlag || behind == kPad; // kNoWord is above the flag
-    if (!plausible) [[unlikely]]
+    const ANC_PARSE_REQUEST& request = reading.Request;
+    IBlankingData& store = *request.Store;
+    const bool copiesAll = request.CopyAll || request.CopyWords;
+    Reading::Follower follower;
+    do
     {
-        WarningSink.Tell("ANC corrupted data found. Move on and stop to next packet or next line header");
-        Resynchronise(reading);
-        return kAncSuccess;
-    }
+        uint8_t* const bytes = reading.Cursor();
+        const uint8_t dataCount = bytes[kWordsBeforeDataCount * 2];
+        follower = reading.FollowerAt(dataCount + kPacketOverhead);
+        if (follower == Reading::Follower::None) [[unlikely]]
+        {
+            WarningSink.Tell("ANC corrupted data found. Move on and stop to next packet or next line header");
+            Resynchronise(reading);
+            return kAncSuccess;
+        }
 
-    const bool whole = reading.Remaining() >= packetBytes;
-    uint8_t* const userWords = reading.Cursor() + kWordsBeforeUserWords * 2;
-    const bool isOdd = reinterpret_cast<uintptr_t>(userWords) % alignof(uint16_t) != 0;
-    const bool copies = request.CopyAll || request.CopyWords || isOdd; // a word pointer must not be odd
-    ZEFA_ANC_PACKET* packet = nullptr;
-    if (request.Store->AllocatePacket(static_cast<uint8_t>(copies ? dataCount : 0), &packet, 0) != kAncSuccess ||
-        !packet)
-    {
-        ErrorSink.Tell("Cannot create new ANC packet structure");
-        return kAncNoMemory;
-    }
-    packet->DID_UB = bytes[6];
-    packet->SDID_UB = bytes[8];
-    packet->DataCount_UB = static_cast<uint8_t>(dataCount);
-    packet->InHANC_B = reading.InHanc;
-    if (!copies)
-        packet->UserWords_pUS = reinterpret_cast<uint16_t*>(userWords);
-    else if (packet->UserWords_pUS && whole)
-        std::memcpy(packet->UserWords_pUS, userWords, dataCount * 2 + 2);
+        uint8_t* const userWords = bytes + kWordsBeforeUserWords * 2;
+        const bool isOdd = reinterpret_cast<uintptr_t>(userWords) % alignof(uint16_t) != 0;
+        const bool copies = copiesAll || isOdd; // a word pointer must not be odd
+        ZEFA_ANC_PACKET* packet = nullptr;
+        if (store.AllocatePacket(copies ? dataCount : 0, &packet, 0) != kAncSuccess || !packet) [[unlikely]]
+        {
+            ErrorSink.Tell("Cannot create new ANC packet structure");
+            return kAncNoMemory;
+        }
+        const uint32_t packetBytes = dataCount * 2 + kSmallestPacketBytes;
+        const bool whole = reading.Remaining() >= packetBytes;
+        packet->DID_UB = bytes[6];
+        packet->SDID_UB = bytes[8];
+        packet->DataCount_UB = dataCount;
+        packet->InHANC_B = reading.InHanc;
+        if (!copies)
+            packet->UserWords_pUS = reinterpret_cast<uint16_t*>(userWords);
+        else if (packet->UserWords_pUS && whole)
+            std::memcpy(packet->UserWords_pUS, userWords, dataCount * 2 + 2);
 
-    if (DebugSink.Wanted()) [[unlikely]]
-        DebugSink.Tell("New ANC packet : DID=%02xh DC=%02xh detected at %08xh", packet->DID_UB, packet->DataCount_UB,
-                       reading.Position);
-    if (!whole) [[unlikely]]
-    {
-        ErrorSink.Tell(
-            "Invalid data at %08xh in playlist%d (remaining buffer size too small for target ANC data count)",
-            reading.Position, index);
-        return kAncInvalidData;
-    }
-    if (const uint32_t result = request.Store->InsertPacket(reading.Line, reading.Stream, kBehindTheLast, packet);
-        result != kAncSuccess)
-        return result;
-    reading.Step(packetBytes);
+        if (DebugSink.Wanted()) [[unlikely]]
+            DebugSink.Tell("New ANC packet : DID=%02xh DC=%02xh detected at %08xh", packet->DID_UB,
+                           packet->DataCount_UB, reading.Position);
+        if (!whole) [[unlikely]]
+        {
+            ErrorSink.Tell(
+                "Invalid data at %08xh in playlist%d (remaining buffer size too small for target ANC data count)",
+                reading.Position, index);
+            return kAncInvalidData;
+        }
+        const uint32_t result = store.InsertPacket(reading.Line, reading.Stream, kBehindTheLast, packet);
+        if (result != kAncSuccess) [[unlikely]]
+            return result;
+        reading.Position += packetBytes;
+    } while (follower == Reading::Follower::Packet && reading.Remaining() >= kSmallestPacketBytes);
     return kAncSuccess;
 }
 
@@ -284,8 +308,8 @@ uint32_t CAncPlaylistManager::ReadPlaylist(Reading& reading)
     {
         const uint32_t word = reading.Word(0);
         if (word != 0 && reading.PassMark(word)) continue; // 0, a packet, stands there far more often than all else
-        const uint32_t result = word & kHeaderFlag ? ReadHeader(reading, word) : ReadPacket(reading);
-        if (result != kAncSuccess) return result; // ReadPacket says what is wrong with anything else
+        const uint32_t result = word & kHeaderFlag ? ReadHeader(reading, word) : ReadPackets(reading);
+        if (result != kAncSuccess) return result; // ReadPackets says what is wrong with anything else
     }
     return kAncSuccess;
 }

@@ -5,6 +5,7 @@
 #include "anc/PlaylistFormat.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace Quillmont::anc
@@ -12,6 +13,60 @@ namespace Quillmont::anc
 namespace
 {
 constexpr uint32_t kSdActiveWidth = 1280; // below it
+constexpr uint64_t kFlagWords = 0x03FF'03FF'0000;
+
+// Moves the user words of a packet, 255 at most, and gives a sum of them of which the lowest nine bits are right.
+uint32_t MoveWords(uint8_t* to, const uint8_t* from, size_t count)
+{
+    // From the first word to the last, unless that would write upon what is still to be read.
+    if (reinterpret_cast<uintptr_t>(to) - reinterpret_cast<uintptr_t>(from) < count * 2) [[unlikely]]
+    {
+        std::memmove(to, from, count * 2);
+        from = to;
+    }
+    // Eight at a time in lanes of 16 bits, and what is left of them in four lanes of one word.
+    using Lanes [[gnu::vector_size(16)]] = uint16_t;
+    constexpr uint64_t kLow9 = 0x01FF'01FF'01FF'01FF;
+    Lanes sums{};
+    for (size_t eights = count / 8; eights != 0; --eights, from += 16, to += 16)
+    {
+        Lanes words;
+        std::memcpy(&words, from, sizeof words);
+        std::memcpy(to, &words, sizeof words);
+        sums += words;
+    }
+    std::array<uint64_t, 2> halves;
+    std::memcpy(&halves, &sums, sizeof halves);
+    uint64_t lanes = (halves[0] & kLow9) + (halves[1] & kLow9);
+    if (count & 4)
+    {
+        const uint64_t words = Load64(from);
+        Store64(to, words);
+        lanes += words & kLow9;
+        from += 8, to += 8;
+    }
+    auto sum = static_cast<uint32_t>(lanes * 0x0001'0001'0001'0001 >> 48); // the highest lane has the sum of all four
+    if (count & 2)
+    {
+        const uint32_t words = Load32(from);
+        Store32(to, words);
+        sum += (words & 0xFFFF) + (words >> 16);
+        from += 4, to += 4;
+    }
+    if (count & 1)
+    {
+        const uint32_t word = Load16(from);
+        Store16(to, word);
+        sum += word;
+    }
+    return sum;
+}
+
+// The nine bits of a sum, and behind them the inverse of the ninth.
+uint32_t ChecksumWord(uint32_t sum)
+{
+    return (sum & 0x1FF) | (~sum & 0x100) << 1;
+}
 } // namespace
 
 struct CAncPlaylistManager::Writing
@@ -48,17 +103,13 @@ struct CAncPlaylistManager::Writing
     {
         const uint32_t did = kParityWords[packet.DID_UB], sdid = kParityWords[packet.SDID_UB],
                        dataCount = kParityWords[words];
-        const auto* userWords = reinterpret_cast<const uint8_t*>(packet.UserWords_pUS);
-        const uint32_t checksum = ChecksumWord(did, sdid, dataCount, userWords, words);
         uint8_t* const to = Bytes + Position;
-        if (words != 0) std::memmove(to + kWordsBeforeUserWords * 2, userWords, words * 2);
-        Store16(to, 0);
-        Store16(to + 2, 0x3FF);
-        Store16(to + 4, 0x3FF);
-        Store16(to + 6, did);
-        Store16(to + 8, sdid);
-        Store16(to + 10, dataCount);
-        Store16(to + kWordsBeforeUserWords * 2 + words * 2, checksum);
+        uint8_t* const toWords = to + kWordsBeforeUserWords * 2;
+        // The words first: they may lie where this packet's own flag comes to stand.
+        const uint32_t sum = MoveWords(toWords, reinterpret_cast<const uint8_t*>(packet.UserWords_pUS), words);
+        Store64(to, kFlagWords | uint64_t{did} << 48);
+        Store32(to + 8, sdid | dataCount << 16);
+        Store16(toWords + words * 2, ChecksumWord(did + sdid + dataCount + sum));
         Position += (words + kPacketOverhead) * 2;
     }
 };

@@ -320,6 +320,50 @@ TEST_F(BlankingData, InsertTellsNothingWhenNobodyListens)
     EXPECT_THAT(StoreErrors, IsEmpty());
 }
 
+TEST_F(BlankingData, NobodyListeningChangesNothingButTheTexts)
+{
+    constexpr uint32_t kLinesTried[] = {10, 11, 1, 1125, 0, 1126}, kStreamsTried[] = {0, 15, 47, 48};
+    constexpr int32_t kIndexes[] = {-1, -1, 0, 1, 5, -2};
+    constexpr uint8_t kCounts[] = {32, 0, 255, 1};
+    // The results of a long run of insertions and removals, and what is on the lines after each.
+    const auto run = [&](bool listening)
+    {
+        CBlankingData store([](const std::string&) {}, [](const std::string&) {}, listening);
+        store.Init(kStandard, false, AllStreams(), 1);
+        std::vector<uint32_t> seen;
+        uint32_t state = 1;
+        const auto pick = [&state](const auto& values)
+        {
+            state = state * 1664525 + 1013904223;
+            return values[(state >> 16) % std::size(values)];
+        };
+        constexpr bool kSides[] = {true, false};
+        for (uint32_t step = 0; step < 3000; ++step)
+        {
+            const uint32_t line = pick(kLinesTried), stream = pick(kStreamsTried);
+            const bool inHanc = pick(kSides);
+            ZEFA_ANC_PACKET* packet = nullptr;
+            if (pick(kIndexes) != 0)
+            {
+                seen.push_back(store.AllocatePacket(pick(kCounts), &packet, 0));
+                packet->DID_UB = static_cast<uint8_t>(step);
+                packet->InHANC_B = inHanc;
+                seen.push_back(store.InsertPacket(line, stream, pick(kIndexes), packet));
+            }
+            else
+            {
+                seen.push_back(store.RemovePacket(line, stream, pick(kIndexes), inHanc, &packet));
+                seen.push_back(packet ? packet->DID_UB : 999u);
+            }
+            for (int32_t i = 0; store.GetPacket(line, stream, i, &packet) == kAncSuccess; ++i)
+                seen.push_back(packet->DID_UB);
+        }
+        return seen;
+    };
+
+    EXPECT_EQ(run(false), run(true));
+}
+
 TEST_F(BlankingData, SinkThatWasNotSuppliedRaisesEvenWhenNobodyListens)
 {
     for (const bool listening : {true, false})

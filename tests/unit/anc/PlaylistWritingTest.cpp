@@ -1,6 +1,8 @@
 // Packets to playlists, compared with playlists written out word by word.
 #include "AncTest.h"
 
+#include <bit>
+
 namespace
 {
 class Generate : public AncTest
@@ -193,6 +195,31 @@ TEST_F(Generate, ParityAndChecksumOfTheLongestPacket)
 
     EXPECT_EQ(Generated(), BytesOf(Head(540) + Words{0x800A, 524, 0, 0x3FF, 0x3FF, 0x2FF, 0x1FE, 0x2FF} +
                                    Words(255, 0x201) + Words{0x2FB} + kEnd));
+}
+
+TEST_F(Generate, ChecksumTakesNineBitsOfEveryWordWhateverTheirNumber)
+{
+    for (uint32_t count = 1; count <= 255; ++count)
+    {
+        Store.Init(kStandard, false, AllStreams(), 1);
+        Progress.clear();
+        Buffers[kPlaylist0] = ExactBuffer(12 + 4 + 2 * (count + 7));
+        Words words;
+        uint32_t sum = 0x161 + 0x101 + (std::popcount(count) % 2 != 0 ? 0x100 : 0x200) + count;
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            words.push_back(static_cast<uint16_t>(0xFFFF - i * 263)); // all of the sixteen bits take part
+            sum += words.back() & 0x1FF;
+        }
+        Store.InsertPacket(10, 0, -1, MakePacket(0x61, 0x01, words));
+
+        ASSERT_EQ(Manager.Generate(Asked()), 0u);
+
+        const auto checksum = static_cast<uint16_t>(sum % 512 + (sum & 0x100 ? 0 : 0x200));
+        const std::vector<uint8_t> playlist = Generated();
+        ASSERT_EQ(std::vector<uint8_t>(playlist.begin() + 24, playlist.end()), BytesOf(words + Words{checksum} + kEnd))
+            << count;
+    }
 }
 
 TEST_F(Generate, PacketWithoutWordsHasNoneWhateverItsCountSays)
@@ -510,6 +537,32 @@ TEST_F(Generate, PacketsThatPointIntoTheBufferBeingWrittenMoveInIt)
     EXPECT_EQ(Manager.Generate(Asked()), 0u);
 
     EXPECT_EQ(Generated(), BytesOf(Head(34) + Words{0x800A, 18} + kTwoWords + kEnd));
+}
+
+TEST_F(Generate, WordsThatStandBeforeTheirNewPlaceOrBehindItArriveWhole)
+{
+    // Their place in the playlist is byte 24; up to byte 12 it is written before they are looked at.
+    for (const uint32_t count : {3u, 8u, 9u, 12u, 40u, 255u})
+        for (uint32_t from = 12; from <= 2 * count + 48; from += 2)
+        {
+            Store.Init(kStandard, false, AllStreams(), 1);
+            Progress.clear();
+            ExactBuffer& buffer = Buffers[kPlaylist0] = ExactBuffer(1200);
+            Words words;
+            for (uint32_t i = 0; i < count; ++i)
+                words.push_back(static_cast<uint16_t>(0x200 + i));
+            std::memcpy(buffer.Bytes.get() + from, words.data(), count * 2);
+            ZEFA_ANC_PACKET* packet = MakePacket(0x61, 0x01, {});
+            packet->DataCount_UB = static_cast<uint8_t>(count);
+            packet->UserWords_pUS = reinterpret_cast<uint16_t*>(buffer.Bytes.get() + from);
+            Store.InsertPacket(10, 0, -1, packet);
+
+            ASSERT_EQ(Manager.Generate(Asked()), 0u);
+
+            const std::vector<uint8_t> playlist = Generated();
+            ASSERT_EQ(std::vector<uint8_t>(playlist.begin() + 24, playlist.begin() + 24 + 2 * count), BytesOf(words))
+                << count << " words from " << from;
+        }
 }
 
 // ---- whole playlists ----
