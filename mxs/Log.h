@@ -20,9 +20,9 @@ enum class LogLevel
     Debug
 };
 
-// Where lines go; any thread. The text is made safe for a terminal: control characters become '?'. No client fills a disk
-// with it: what is too long is cut, and what is too much is left out and counted, for each level by itself so that small
-// matters hide no great ones. Debug lines, which somebody has asked for, are all written.
+// Where lines go; any thread. The text is made safe for a terminal: control characters become '?'. No client fills a
+// disk with it: what is too long is cut, and what is too much is left out and counted, for each level by itself so that
+// small matters hide no great ones. Debug lines, which somebody has asked for, are all written.
 class Log
 {
 public:

@@ -1,5 +1,5 @@
-// The tables of keys of the PTP daemon's documents. Spellings are those of IEEE 1588 but for "gm", whose keys begin with
-// capitals.
+// The tables of keys of the PTP daemon's documents. Spellings are those of IEEE 1588 but for "gm", whose keys begin
+// with capitals.
 #include "mxs/PtpDocuments.h"
 
 #include "mxs/DocumentFields.h"

@@ -1,6 +1,6 @@
 // What the media engine costs: conversion of samples beside a copy of the same bytes, a packet received, or sent and
-// received, by one conductor beside bare loops with the same offloads, and the time from the unlock of a slot at a sender to its lock at
-// a receiver.
+// received, by one conductor beside bare loops with the same offloads, and the time from the unlock of a slot at a
+// sender to its lock at a receiver.
 #include "mxs/media/ConductorLoop.h"
 #include "mxs/media/MediaStream.h"
 #include "mxs/media/PixelGroups.h"

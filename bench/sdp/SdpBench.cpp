@@ -1,6 +1,6 @@
-// What reading and writing a description costs, beside a plain loop over the rules, GStreamer and libavformat where they
-// are installed. All contenders take turns in one run, so that the load of the machine falls on each alike; compare the
-// ratios.
+// What reading and writing a description costs, beside a plain loop over the rules, GStreamer and libavformat where
+// they are installed. All contenders take turns in one run, so that the load of the machine falls on each alike;
+// compare the ratios.
 #include "Peers.h"
 #include "PlainRuleLoop.h"
 

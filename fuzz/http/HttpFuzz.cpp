@@ -1,11 +1,11 @@
 // Requests to the service, one after another, by two applications that have a context each. The control side is the
 // service's own; in the place of its media stand a loop and streams that move nothing.
 //
-// The input: one byte of bits (1: failures are redirected, 2: no stream can be started, 4: there is no memory for one, 8:
-// the rings of those that are started are cut at once), then requests, each ended by a NUL. The first line of a request
-// is "method target authorization host", the rest is its body. As authorization "A" stands for the token of the first
-// context, "B" for that of the second, and so on; the target "!" for where the last redirect pointed. Without a host the
-// request is to localhost.
+// The input: one byte of bits (1: failures are redirected, 2: no stream can be started, 4: there is no memory for one,
+// 8: the rings of those that are started are cut at once), then requests, each ended by a NUL. The first line of a
+// request is "method target authorization host", the rest is its body. As authorization "A" stands for the token of the
+// first context, "B" for that of the second, and so on; the target "!" for where the last redirect pointed. Without a
+// host the request is to localhost.
 #include "mxs/Api.h"
 #include "mxs/HttpServer.h"
 #include "mxs/MemoryBudget.h"

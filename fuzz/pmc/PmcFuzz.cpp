@@ -1,5 +1,5 @@
-// Any text in the place of pmc's, and the service's clock behind it; and as a line of ptp4l's, for the log. The input is
-// one text after another, each ended by a NUL: the looks of one slave.
+// Any text in the place of pmc's, and the service's clock behind it; and as a line of ptp4l's, for the log. The input
+// is one text after another, each ended by a NUL: the looks of one slave.
 #include "mxs/ptp/PmcText.h"
 #include "mxs/ptp/Ptp4lConfig.h"
 #include "mxs/ptp/ServiceClock.h"

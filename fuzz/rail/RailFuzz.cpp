@@ -1,10 +1,10 @@
 // One side of a rail while the other writes what it likes into the shared file: header, positions, states, tables and
-// data. After each operation the file is compared with what it was: a side changes what is its own to write, and nothing
-// else. What lies around the mapping takes no access at all.
+// data. After each operation the file is compared with what it was: a side changes what is its own to write, and
+// nothing else. What lies around the mapping takes no access at all.
 //
-// The input: one byte of bits (1: the rail is its consumer's, 2: this side has made it, 4: the file is longer than it says,
-// 8: shorter, 16: nobody holds the creator's lock), one that picks the size, then steps. A step is one byte of what is
-// done and what that takes.
+// The input: one byte of bits (1: the rail is its consumer's, 2: this side has made it, 4: the file is longer than it
+// says, 8: shorter, 16: nobody holds the creator's lock), one that picks the size, then steps. A step is one byte of
+// what is done and what that takes.
 #include "RailDescription.h"
 #include "RailLayout.h"
 #include "flowrail1.h"

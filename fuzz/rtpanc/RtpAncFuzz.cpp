@@ -1,10 +1,11 @@
 // Arbitrary datagrams into the assembler of ancillary data, and arbitrary playlists into the packetizer. What the
-// assembler writes the packetizer reads without a complaint, and what the packetizer sends is what the reader of payloads
-// takes.
+// assembler writes the packetizer reads without a complaint, and what the packetizer sends is what the reader of
+// payloads takes.
 //
-// The input: one byte whose lowest bits pick the format and whose highest bit the way. To the assembler: datagrams, each
-// behind two bytes of its length and one byte of which the lowest bit is the path and the rest the time that passes
-// before it, in units of 1 ms. To the packetizer: one byte with the number of a buffer, then the buffer's first bytes.
+// The input: one byte whose lowest bits pick the format and whose highest bit the way. To the assembler: datagrams,
+// each behind two bytes of its length and one byte of which the lowest bit is the path and the rest the time that
+// passes before it, in units of 1 ms. To the packetizer: one byte with the number of a buffer, then the buffer's first
+// bytes.
 #include "mxs/media/AncillaryAssembler.h"
 #include "mxs/media/AncillaryPacketizer.h"
 #include "mxs/media/RtpPacket.h"

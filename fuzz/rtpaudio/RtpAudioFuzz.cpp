@@ -1,7 +1,8 @@
 // Arbitrary datagrams into the assembler of audio, with slots whose borders are watched.
 //
-// The input: one byte that picks the format, one for the depth of the ring, then datagrams, each behind two bytes of its
-// length and one byte of which the lowest bit is the path and the rest the time that passes before it, in units of 1 ms.
+// The input: one byte that picks the format, one for the depth of the ring, then datagrams, each behind two bytes of
+// its length and one byte of which the lowest bit is the path and the rest the time that passes before it, in units of
+// 1 ms.
 #include "mxs/media/AudioAssembler.h"
 
 #include <algorithm>

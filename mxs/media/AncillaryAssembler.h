@@ -1,5 +1,5 @@
-// Makes slots of RTP packets with ancillary data: which packet belongs to which frame, where its data has its place, what
-// is missing.
+// Makes slots of RTP packets with ancillary data: which packet belongs to which frame, where its data has its place,
+// what is missing.
 #pragma once
 
 #include "AncillaryList.h"

@@ -1,5 +1,5 @@
-// The byte form of the ancillary data of one buffer: writes it for a received slot and reads what an application left in
-// one that is to be sent. docs/formats.md has the bytes.
+// The byte form of the ancillary data of one buffer: writes it for a received slot and reads what an application left
+// in one that is to be sent. docs/formats.md has the bytes.
 #pragma once
 
 #include "Rfc8331.h"

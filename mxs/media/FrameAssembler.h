@@ -1,5 +1,5 @@
-// What the assemblers of video and of ancillary data share: a slot is a frame, whose one or two fields are known by their
-// timestamps. Which packet begins a frame, what its bytes are and when a slot is whole is the essence's.
+// What the assemblers of video and of ancillary data share: a slot is a frame, whose one or two fields are known by
+// their timestamps. Which packet begins a frame, what its bytes are and when a slot is whole is the essence's.
 #pragma once
 
 #include "Assembler.h"

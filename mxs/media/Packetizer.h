@@ -1,5 +1,5 @@
-// Makes packets of slots, one kind for each essence. Knows neither sockets nor rails; a sender asks for the datagrams of
-// a slot as they become due.
+// Makes packets of slots, one kind for each essence. Knows neither sockets nor rails; a sender asks for the datagrams
+// of a slot as they become due.
 #pragma once
 
 #include "MediaStream.h"
@@ -33,8 +33,8 @@ struct SlotPeriod
     uint64_t denominator = 1;
 };
 
-// From a frame's moment to that of its second field: half the period, rounded up so that the time of the field, in ticks
-// of the RTP clock, is never cut below a whole one.
+// From a frame's moment to that of its second field: half the period, rounded up so that the time of the field, in
+// ticks of the RTP clock, is never cut below a whole one.
 uint64_t HalfNs(SlotPeriod frame);
 
 // Datagrams one behind another, all of `datagramBytes` but the last, which may be shorter: what one system call sends.

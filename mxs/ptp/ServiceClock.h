@@ -24,13 +24,13 @@ struct MasterSample
     TimeProperties time;
 };
 
-// Neither time is farther from 0 than 4e18 ns, 126 years: sums and differences of two stay within 64 bits. A network can
-// say anything.
+// Neither time is farther from 0 than 4e18 ns, 126 years: sums and differences of two stay within 64 bits. A network
+// can say anything.
 bool IsPlausible(const MasterSample& sample);
 
-// TAI less the system's clock, by a look that is plausible. On the PTP timescale the master's time is TAI, and ptp4l has
-// moved the system's clock there, by the UTC offset, before it took the difference; otherwise the master is taken to
-// tell UTC.
+// TAI less the system's clock, by a look that is plausible. On the PTP timescale the master's time is TAI, and ptp4l
+// has moved the system's clock there, by the UTC offset, before it took the difference; otherwise the master is taken
+// to tell UTC.
 int64_t TaiMinusSystemNs(const MasterSample& sample);
 
 // How TAI follows from the system's clock.

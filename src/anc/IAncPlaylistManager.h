@@ -80,13 +80,13 @@ class IAncPlaylistManager
 public:
     virtual ~IAncPlaylistManager() = default;
 
-    // Reads playlists into the store, each from its progress on. A failure ends the call; packets that were put into the
-    // store before it stay there, and the progress moves on all the same.
+    // Reads playlists into the store, each from its progress on. A failure ends the call; packets that were put into
+    // the store before it stay there, and the progress moves on all the same.
     virtual uint32_t Parse(const ANC_PARSE_REQUEST& request) = 0;
 
     // Moves packets and raw lines from the store into playlists. What does not fit a buffer, with the end marker behind
-    // it, is left out from the first such packet on, told on the error sink, and no failure. A playlist without room for
-    // the end marker, as one that was read, stays as it is and nothing is told. Always 0.
+    // it, is left out from the first such packet on, told on the error sink, and no failure. A playlist without room
+    // for the end marker, as one that was read, stays as it is and nothing is told. Always 0.
     virtual uint32_t Generate(const ANC_GENERATE_REQUEST& request) = 0;
 
     // Closes all playlists: one that was not begun becomes an empty one, others get their size. Always 0.

@@ -34,8 +34,8 @@ public:
     virtual ~IBlankingData() = default;
 
     // Empties the store: every packet and raw line of before is dead, those of other streams than `streams` too, though
-    // their lines keep pointing to them. `nbPools` pools then give memory. `doubleVanc` counts with a new standard alone
-    // and doubles the words of a line's vertical area. Always 0.
+    // their lines keep pointing to them. `nbPools` pools then give memory. `doubleVanc` counts with a new standard
+    // alone and doubles the words of a line's vertical area. Always 0.
     virtual uint32_t Init(uint32_t videoStandard, bool doubleVanc, const std::vector<uint32_t>& streams,
                           uint32_t nbPools) = 0;
     virtual uint32_t GetNbLines() const = 0;

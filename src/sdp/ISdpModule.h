@@ -34,9 +34,10 @@ public:
     /// Destroys the records that the module holds and takes over those of the list, whose places are empty afterwards.
     virtual void SetMedias(SdpMediaList& medias) = 0;
 
-    /// Writes the session's record, if one was set, and the records of the list as a description. The string is assigned
-    /// on success alone: kSdpNoTarget for a null pointer, kSdpValueUnsupported for an enumeration without a spelling or
-    /// a media of no known type. Texts are written as they stand, line ends and bytes that are not UTF-8 included.
+    /// Writes the session's record, if one was set, and the records of the list as a description. The string is
+    /// assigned on success alone: kSdpNoTarget for a null pointer, kSdpValueUnsupported for an enumeration without a
+    /// spelling or a media of no known type. Texts are written as they stand, line ends and bytes that are not UTF-8
+    /// included.
     virtual SdpCode Write(std::string* text) = 0;
 
     virtual SdpSession GetSession() const = 0;

@@ -1,4 +1,5 @@
-// What GStreamer makes of a description: the caps of each media on a line, an empty line, and the text it writes itself.
+// What GStreamer makes of a description: the caps of each media on a line, an empty line, and the text it writes
+// itself.
 //   gstreamer_description FILE
 #include <gst/sdp/gstsdpmessage.h>
 

@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-// While it lives, a sink of output class 1 takes every line of every priority. For tests that link the logger's objects.
+// While it lives, a sink of output class 1 takes every line of every priority. For tests that link the logger's
+// objects.
 class LogCapture
 {
 public:

@@ -18,7 +18,8 @@ extern "C"
 namespace test
 {
 
-// A context stays the application's until somebody at the service's port says that it is gone. Nobody else listens there.
+// A context stays the application's until somebody at the service's port says that it is gone. Nobody else listens
+// there.
 inline void DestroyLostContext(const std::string& port, ZEFA_HANDLE& context)
 {
     FakeMxs successor(uint16_t(std::stoul(port)));
@@ -28,7 +29,8 @@ inline void DestroyLostContext(const std::string& port, ZEFA_HANDLE& context)
     EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_DestroyMXSContext(std::exchange(context, nullptr)));
 }
 
-// A call that leaves memory out of reach on purpose: the leak sanitizer overlooks what this call allocates, and no more.
+// A call that leaves memory out of reach on purpose: the leak sanitizer overlooks what this call allocates, and no
+// more.
 template <class Call>
 auto LeaveOutOfReach(const Call& call)
 {

@@ -1,5 +1,5 @@
-// The records of the PTP daemon. Their documents nest the data sets; keys are spelled as they stand here, also where two
-// records differ in a capital.
+// The records of the PTP daemon. Their documents nest the data sets; keys are spelled as they stand here, also where
+// two records differ in a capital.
 #include "commandpipe/restserver/CSerializer.h"
 
 #include "commandpipe/restserver/SerializerEngine.h"

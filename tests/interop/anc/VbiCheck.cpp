@@ -1,5 +1,5 @@
-// Holds ancillary packets against a media library's writer and reader of blanking lines: what that library writes for the
-// same identifiers and data are the very words, with parity and checksum, and it reads them back.
+// Holds ancillary packets against a media library's writer and reader of blanking lines: what that library writes for
+// the same identifiers and data are the very words, with parity and checksum, and it reads them back.
 //
 //   vbi_check < FILE     a packet a line: its words in hexadecimal, from DID to checksum
 #include <gst/gst.h>

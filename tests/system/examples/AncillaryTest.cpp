@@ -91,7 +91,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(DecodeTimeCode, FlagsAndUserBitsOfOthersAreNoDigits)
 {
-    // Drop frame and colour frame beside the tens of frames, flags beside those of minutes and hours, user bits between.
+    // Drop frame and colour frame beside the tens of frames, flags beside those of minutes and hours, user bits
+    // between.
     const Bytes bytes{0x50, 0xF0, 0xE8, 0xF0, 0x70, 0xF0, 0x50, 0xF8, 0x30, 0xF0, 0xA0, 0xF0, 0x40, 0xF0, 0xD0, 0xF0};
     EXPECT_EQ("14:23:57:25", ToText(DecodeTimeCode(bytes, {30, true}).value()));
 }
@@ -164,7 +165,8 @@ TEST(CaptionDecoder, ATextOverSeveralPacketsIsCompleteInTheLast)
     CaptionEncoder encoder({60, false});
     encoder.Show("thirty-two characters of caption");
     CaptionDecoder decoder;
-    // 42 bytes in two blocks, 44 with the headers, 46 with that of the packet and its padding: 23 triplets of 8 a packet.
+    // 42 bytes in two blocks, 44 with the headers, 46 with that of the packet and its padding: 23 triplets of 8 a
+    // packet.
     EXPECT_FALSE(decoder.Read(encoder.NextPacket()));
     EXPECT_FALSE(decoder.Read(encoder.NextPacket()));
     EXPECT_EQ("thirty-two characters of caption", decoder.Read(encoder.NextPacket()).value());

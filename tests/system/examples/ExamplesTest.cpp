@@ -120,7 +120,8 @@ void TakePictures(ReceiveStream& stream, uint32_t last, std::vector<Picture>& pi
     }
 }
 
-// Pictures that did not pass a stream are those that its service dropped, and with them as many as the lost packets make.
+// Pictures that did not pass a stream are those that its service dropped, and with them as many as the lost packets
+// make.
 void ExpectCounted(uint64_t missing, uint64_t dropped, uint64_t lostPackets)
 {
     EXPECT_GE(missing, dropped);
@@ -370,8 +371,8 @@ TEST_P(HeldExamples, RecordWavHoldsEverySampleOfTheToneThatSendToneSent)
     missing += 2000 - next;
     EXPECT_LE(pauses, sent.underruns); // an underrun is a slot's time or a part of it
     EXPECT_LE(missing, dropped + lost);
-    // A dropped slot may hold packets that are lost already, and time in which the sender has paused; behind a pause the
-    // last slot need not be full.
+    // A dropped slot may hold packets that are lost already, and time in which the sender has paused; behind a pause
+    // the last slot need not be full.
     const uint64_t inDropped = std::min(dropped, lost + (paused > 0 ? paused + 9 : 0));
     EXPECT_LE(dropped + lost, missing + inDropped);
     EXPECT_TRUE(!IsHeld() || missing > 0);

@@ -64,7 +64,8 @@ struct ControlCall
 // All but the two that make and end a context.
 std::span<const ControlCall> ControlCalls();
 
-// One that sends something fails on a connection that has ended while nobody used it, and there may be several of those.
+// One that sends something fails on a connection that has ended while nobody used it, and there may be several of
+// those.
 inline constexpr int kAttempts = 4;
 
 // A call that has to succeed within the attempts.

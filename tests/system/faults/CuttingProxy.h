@@ -1,5 +1,5 @@
-// Stands between the library and the service, both on the loopback, and cuts the connection in the middle of an exchange,
-// or harms the answer.
+// Stands between the library and the service, both on the loopback, and cuts the connection in the middle of an
+// exchange, or harms the answer.
 #pragma once
 
 #include <arpa/inet.h>

@@ -1,5 +1,5 @@
-// An application that dies while it holds a slot to send: DyingSender URL video|audio|ancillary. Ends with 0 once a slot
-// is sent and the next one locked.
+// An application that dies while it holds a slot to send: DyingSender URL video|audio|ancillary. Ends with 0 once a
+// slot is sent and the next one locked.
 #include "system/anc/AncRoad.h"
 
 #include <string_view>

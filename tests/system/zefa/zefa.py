@@ -552,8 +552,8 @@ class Zefa(unittest.TestCase):
         self.assert_same_slots(samples, self.transfer(several, samples, "--media", "1", slots=3), AUDIO_SLOT_BYTES)
 
     def test_AncillaryPacketsThatOneSendsTheOtherReceives(self):
-        # By the first frame, slot 5 of the file, the receiver finds where frames begin; the one behind it is its slot 0.
-        # Slots 11, 12, 21 and 22 have no lines, and are frames all the same.
+        # By the first frame, slot 5 of the file, the receiver finds where frames begin; the one behind it is its slot
+        # 0. Slots 11, 12, 21 and 22 have no lines, and are frames all the same.
         def lines(slot, number):
             return [f"{number} {packet}\n" for packet in ("0 9 V 61 01 296 269 14f", f"0 571 V 41 05 {0x200 + slot:x}",
                                                           "0 9 H 60 60 200")]

@@ -14,7 +14,8 @@ namespace
 thread_local size_t allocations = 0;
 }
 
-// Counts what the calling thread allocates. Out of line, or the compiler would see one half of a pair without the other.
+// Counts what the calling thread allocates. Out of line, or the compiler would see one half of a pair without the
+// other.
 [[gnu::noinline]] void* operator new(size_t size)
 {
     ++allocations;

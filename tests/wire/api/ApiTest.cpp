@@ -1,5 +1,5 @@
-// The fixtures, and the way by which the log settings reach the library: it reads them when it is loaded, so the program
-// writes them and starts itself anew.
+// The fixtures, and the way by which the log settings reach the library: it reads them when it is loaded, so the
+// program writes them and starts itself anew.
 #include "ApiTest.h"
 
 #include <array>

@@ -28,8 +28,9 @@ using Texts = std::vector<std::string>;
 
 uint64_t RailVersion(); // of the flow rail library in this process
 
-// The program resolves no name but the loopback's: all others are unknown to it, so that no question leaves the machine.
-// Sanitizers put a resolver of their own in the same place; their builds do without, and without the tests that ask.
+// The program resolves no name but the loopback's: all others are unknown to it, so that no question leaves the
+// machine. Sanitizers put a resolver of their own in the same place; their builds do without, and without the tests
+// that ask.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define ZEFALINE_TEST_HAS_RESOLVER 1
 std::vector<std::string> RefusedNames(); // so far, in the order in which they were asked for

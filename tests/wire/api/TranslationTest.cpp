@@ -1,6 +1,6 @@
 // The translation of the service's results by each function: no two groups are the same, and none may drift towards
-// another. Each row is a function with one result that the service sends and what must come of it. ZEFA_SetPTPConfig, of two
-// exchanges, has its rows in PtpApiTest.cpp.
+// another. Each row is a function with one result that the service sends and what must come of it. ZEFA_SetPTPConfig,
+// of two exchanges, has its rows in PtpApiTest.cpp.
 #include "ApiTest.h"
 
 #include <array>
