@@ -65,3 +65,22 @@ function(zefaline_quick_when_sanitized target)
         endif()
     endif()
 endfunction()
+
+# zefaline_interface_sources(target): what is compiled for it defines an exported interface. A release build describes
+# those types, and only those, to the comparison of scripts/abi.
+function(zefaline_interface_sources target)
+    if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT ZEFALINE_SANITIZE)
+        target_compile_options(${target} PRIVATE -g -fno-var-tracking)
+    endif()
+endfunction()
+
+# zefaline_detached_descriptions(library): the descriptions lie beside the library, which is the same without them.
+function(zefaline_detached_descriptions library)
+    if(CMAKE_BUILD_TYPE STREQUAL "Release" AND NOT ZEFALINE_SANITIZE)
+        set(file $<TARGET_FILE:${library}>)
+        add_custom_command(TARGET ${library} POST_BUILD VERBATIM
+                           COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${file} ${file}.debug
+                           COMMAND ${CMAKE_OBJCOPY} --strip-debug ${file}
+                           COMMAND ${CMAKE_OBJCOPY} --add-gnu-debuglink=${file}.debug ${file})
+    endif()
+endfunction()
