@@ -116,6 +116,35 @@ def service():
     yield Row("the same for each stream that is not open, KiB", "Stream:kib")
 
 
+RASTERS = ("1080p59.94", "2160p25", "2160p29.97", "2160p50", "2160p59.94", "4096x2160p60")
+STREAMS = (("1080p25", "streams of 1080p25"), ("16ChannelsOf125us", "streams of 16 channels in packets of 125 us"),
+           ("8ChannelsOf1ms", "streams of 8 channels in packets of 1 ms"),
+           ("Ancillary", "streams of ancillary data, 50 frames a second"))
+
+
+def roads():
+    for figure, words in (("OneStream", "1080p59.94 sent and received by one conductor"),
+                          ("OneStreamMinute", "the same in a minute"),
+                          ("TwoServices", "2160p29.97 from one service to another"),
+                          ("TwoServicesMinute", "the same in a minute")):
+        yield Row(f"{words}: packets lost", f"{figure}:lost", None, 0)
+        yield Row(f"{words}: frames that did not come", f"{figure}:missing", None, 0)
+        yield Row(f"{words}: % of a core, services alone", f"{figure}:cpu_percent")
+    yield Row("largest raster without loss, a conductor for each end: Gbit/s of samples", "LargestRaster:gbit_s")
+    for raster in RASTERS:
+        yield Row(f"{raster}: packets lost", f"LargestRaster:lost_{raster}")
+        yield Row(f"{raster}: frames that did not come", f"LargestRaster:missing_{raster}")
+        yield Row(f"{raster}: % of a core, service alone", f"LargestRaster:cpu_{raster}")
+    for figure, words in STREAMS:
+        yield Row(f"{words}, each sent and received, none with a loss", f"Streams/{figure}:streams")
+        yield Row("the same: % of a core, service alone", f"Streams/{figure}:cpu_percent")
+        yield Row("the same: 1 where the service permits no more", f"Streams/{figure}:refused")
+    yield Row("start of a receiver of 1080p50 to its first slot, ms : a frame", "StartToFirstSlot", 20e6, None, 10 ** 6)
+    yield Row("of it in ZEFA_StartStream, which makes the ring, ms", "StartToFirstSlot:start_ns", None, None, 10 ** 6)
+    yield Row("memory of a started stream, of the service alone, KiB", "StartedStream:kib")
+    yield Row("ring of four slots of 1080 lines, KiB : its slots", "StartedStream:ring_kib", "StartedStream:slots_kib")
+
+
 PROGRAMS = (
     Program("bench_rail", "Flow rail", tuple(rail()), (),
             ("--benchmark_repetitions=3", "--benchmark_min_time=0.02")),
@@ -127,5 +156,6 @@ PROGRAMS = (
             ("--benchmark_repetitions=3", "--benchmark_min_time=0.02")),
     Program("bench_media", "Media engine", tuple(media()), ("--benchmark_min_time=0.1",),
             ("--benchmark_min_time=0.02",), minute="Minute"),
+    Program("bench_roads", "Streams through the service", tuple(roads()), (), ("--seconds=1",), minute="Minute"),
     Program("bench_service", "Service", tuple(service()), script="bench/service/bench_service"),
 )

@@ -1,0 +1,333 @@
+// What a service carries: a stream that it sends and receives at once, the largest raster, how many streams of a kind,
+// a stream between two services; how long a receiver takes to its first slot and what a started stream holds of memory.
+// Each figure is of one run of some seconds, told as counters.
+//   bench_roads [--seconds=3] [what Google Benchmark takes]
+#include "Roads.h"
+
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <sys/resource.h>
+
+namespace
+{
+
+using namespace bench;
+
+double seconds = 3; // of each measurement; the minutes have their own
+
+// The benchmark's one turn: what has gone wrong is said, and the other benchmarks go on.
+void Once(benchmark::State& state, const std::function<void()>& measure)
+{
+    for (auto _ : state)
+    {
+        const auto begun = std::chrono::steady_clock::now();
+        try
+        {
+            measure();
+        }
+        catch (const std::exception& error)
+        {
+            state.SkipWithError(error.what());
+            break;
+        }
+        state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - begun).count());
+    }
+}
+
+// A stretch that lost something is measured once more, for the machine has other things to do, too: the better counts.
+constexpr int kTries = 2;
+
+Outcome BestOf(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Client* const> services, double length,
+               const Format& format)
+{
+    Outcome best = Measure(pairs, services, length, format);
+    for (int tries = 1; tries < kTries && !best.IsWhole(); ++tries)
+    {
+        const Outcome again = Measure(pairs, services, length, format);
+        if (again.lost + again.missing < best.lost + best.missing) best = again;
+    }
+    return best;
+}
+
+void Tell(benchmark::State& state, const Outcome& outcome)
+{
+    state.counters["lost"] = static_cast<double>(outcome.lost);
+    state.counters["dropped"] = static_cast<double>(outcome.dropped);
+    state.counters["missing"] = static_cast<double>(outcome.missing);
+    state.counters["cpu_percent"] = outcome.cpuPercent;
+}
+
+// ---- one stream ----
+
+// Both ends on one conductor; measured once, whatever comes of it.
+void OneStream(benchmark::State& state, double length)
+{
+    Once(state,
+         [&]
+         {
+             Client client;
+             const Format format = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_59_94);
+             std::vector<std::unique_ptr<Pair>> pairs;
+             pairs.push_back(std::make_unique<Pair>(Pair::Place{client, 0}, Pair::Place{client, 0}, format));
+             Tell(state, Measure(pairs, std::array<const Client*, 1>{&client}, length, format));
+         });
+}
+
+// Sent by one service and received by another, each on a core of its own.
+void TwoServices(benchmark::State& state, double length)
+{
+    Once(state,
+         [&]
+         {
+             Client receiver, sender;
+             const Format format = Video(ZEFA_VIDEO_STANDARD_3840X2160_P_29_97);
+             std::vector<std::unique_ptr<Pair>> pairs;
+             pairs.push_back(std::make_unique<Pair>(Pair::Place{receiver, 0}, Pair::Place{sender, 1}, format));
+             Tell(state, Measure(pairs, std::array<const Client*, 2>{&receiver, &sender}, length, format));
+         });
+}
+
+struct RasterStep
+{
+    const char* name;
+    ZEFA_VIDEO_STANDARD standard;
+};
+
+constexpr RasterStep kSteps[] = {
+    {"1080p59.94", ZEFA_VIDEO_STANDARD_1920X1080_P_59_94}, {"2160p25", ZEFA_VIDEO_STANDARD_3840X2160_P_25},
+    {"2160p29.97", ZEFA_VIDEO_STANDARD_3840X2160_P_29_97}, {"2160p50", ZEFA_VIDEO_STANDARD_3840X2160_P_50},
+    {"2160p59.94", ZEFA_VIDEO_STANDARD_3840X2160_P_59_94}, {"4096x2160p60", ZEFA_VIDEO_STANDARD_4096X2160_P_60},
+};
+
+// Sender and receiver on a core each. The largest is the last before the first that lost something; all are told.
+void LargestRaster(benchmark::State& state)
+{
+    Once(state,
+         [&]
+         {
+             Client client;
+             bool whole = true;
+             for (const RasterStep& step : kSteps)
+             {
+                 const Format format = Video(step.standard);
+                 std::vector<std::unique_ptr<Pair>> pairs;
+                 pairs.push_back(std::make_unique<Pair>(Pair::Place{client, 0}, Pair::Place{client, 1}, format));
+                 const Outcome outcome = BestOf(pairs, std::array<const Client*, 1>{&client}, seconds, format);
+                 whole = whole && outcome.IsWhole();
+                 if (whole) state.counters["gbit_s"] = format.bitsPerSecond / 1e9;
+                 const std::string name = step.name;
+                 state.counters["lost_" + name] = static_cast<double>(outcome.lost);
+                 state.counters["missing_" + name] = static_cast<double>(outcome.missing);
+                 state.counters["cpu_" + name] = outcome.cpuPercent;
+             }
+         });
+}
+
+// ---- many streams ----
+
+// Streams of one service that are all sent and received by it, by turns on the one core and on the other.
+class Load
+{
+public:
+    explicit Load(const Format& format) : Kind(format) {}
+
+    // False when the service refuses: it has as many then as it permits.
+    bool Resize(size_t count)
+    {
+        while (Pairs.size() > count)
+            Pairs.pop_back();
+        try
+        {
+            while (Pairs.size() < count)
+            {
+                const Pair::Place place{Service, Pairs.size() % Service.Conductors.size()};
+                Pairs.push_back(std::make_unique<Pair>(place, place, Kind));
+            }
+            return true;
+        }
+        catch (const std::exception& error)
+        {
+            std::fprintf(stderr, "bench_roads: %zu streams are the most: %s\n", Pairs.size(), error.what());
+            return false;
+        }
+    }
+
+    size_t Count() const { return Pairs.size(); }
+
+    Outcome Try() { return BestOf(Pairs, std::array<const Client*, 1>{&Service}, seconds, Kind); }
+
+    Client Service;
+
+private:
+    const Format Kind;
+    std::vector<std::unique_ptr<Pair>> Pairs;
+};
+
+// The most that pass whole: doubled until some are lost or refused, then halved in between down to a sixteenth.
+void Streams(benchmark::State& state, const Format& format, size_t first)
+{
+    Once(state,
+         [&]
+         {
+             Load load(format);
+             size_t good = 0, bad = SIZE_MAX;
+             bool refused = false;
+             double cpuPercent = 0;
+             for (size_t count = first; count > good && count < bad;)
+             {
+                 refused = !load.Resize(count) || refused;
+                 count = load.Count();
+                 const Outcome outcome = load.Try();
+                 std::fprintf(stderr, "bench_roads: %zu streams: packets lost %lu, slots missing %lu, dropped %lu\n",
+                              count, outcome.lost, outcome.missing, outcome.dropped);
+                 if (outcome.IsWhole())
+                 {
+                     good = count;
+                     cpuPercent = outcome.cpuPercent;
+                     if (refused) break;
+                 }
+                 else
+                     bad = count;
+                 if (bad == SIZE_MAX)
+                     count = 2 * good;
+                 else if (bad - good > std::max<size_t>(good / 16, 1))
+                     count = good + (bad - good) / 2;
+                 else
+                     break;
+             }
+             state.counters["streams"] = static_cast<double>(good);
+             state.counters["refused"] = refused && bad == SIZE_MAX;
+             state.counters["cpu_percent"] = cpuPercent;
+         });
+}
+
+// ---- start and memory ----
+
+double MedianOf(std::vector<double>& values)
+{
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+// A receiver is started again and again while frames come.
+void StartToFirstSlot(benchmark::State& state)
+{
+    constexpr int kStarts = 25, kPatience = 20;
+    Once(state,
+         [&]
+         {
+             Client client;
+             const Format format = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_50);
+             const uint16_t port = FreePort();
+             Stream sender(client, ZEFA_STREAM_TYPE_TX, format, 0, port);
+             Stream receiver(client, ZEFA_STREAM_TYPE_RX, format, 0, port);
+             sender.Start();
+             const std::jthread application(
+                 [&](std::stop_token stopped)
+                 {
+                     while (!stopped.stop_requested())
+                         sender.Put();
+                 });
+             std::this_thread::sleep_for(std::chrono::milliseconds(500));
+             std::vector<double> starts, firsts;
+             for (int i = 0; i < kStarts; ++i)
+             {
+                 std::this_thread::sleep_for(std::chrono::microseconds(1700 * i)); // anywhere in a frame
+                 const auto begun = std::chrono::steady_clock::now();
+                 const auto sinceNs = [&]
+                 { return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begun).count(); };
+                 receiver.Start();
+                 starts.push_back(sinceNs());
+                 uint32_t timestamp = 0;
+                 for (int tries = 0; !receiver.Take(timestamp); ++tries)
+                     if (tries == kPatience) throw std::runtime_error("no slot in so many seconds");
+                 firsts.push_back(sinceNs());
+                 receiver.Stop();
+             }
+             state.counters["median_ns"] = MedianOf(firsts);
+             state.counters["start_ns"] = MedianOf(starts);
+         });
+}
+
+// Sixteen ends of 1080p25 while their frames go round.
+void StartedStream(benchmark::State& state)
+{
+    constexpr size_t kPairs = 8;
+    Once(state,
+         [&]
+         {
+             Format format = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_25);
+             format.slots = 4;
+             Load load(format);
+             const double idle = load.Service.AnonymousBytes();
+             if (!load.Resize(kPairs)) throw std::runtime_error("not all streams started");
+             load.Try();
+             state.counters["kib"] = (load.Service.AnonymousBytes() - idle) / (2 * kPairs) / 1024;
+             state.counters["ring_kib"] = load.Service.RingBytes() / (2 * kPairs) / 1024;
+             state.counters["slots_kib"] = format.slots * format.bitsPerSecond * format.slotSeconds / 8 / 1024;
+         });
+}
+
+void RegisterOnce(const char* name, const std::function<void(benchmark::State&)>& run)
+{
+    benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
+}
+
+// Takes "--seconds=3" out of the arguments.
+void ReadSeconds(int& count, char** arguments)
+{
+    constexpr std::string_view kOption = "--seconds=";
+    for (int i = 1; i < count; ++i)
+        if (const std::string_view text = arguments[i]; text.starts_with(kOption))
+        {
+            seconds = std::max(0.1, std::atof(arguments[i] + kOption.size()));
+            std::copy(arguments + i + 1, arguments + count + 1, arguments + i);
+            --count;
+            return;
+        }
+}
+
+// A ring takes a descriptor at its application, too.
+void RaiseDescriptorLimit()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    constexpr double kMinute = 60;
+    ReadSeconds(count, arguments);
+    RaiseDescriptorLimit();
+    RegisterOnce("OneStream", [](benchmark::State& state) { OneStream(state, seconds); });
+    RegisterOnce("OneStreamMinute", [](benchmark::State& state) { OneStream(state, kMinute); });
+    RegisterOnce("LargestRaster", LargestRaster);
+    RegisterOnce("TwoServices", [](benchmark::State& state) { TwoServices(state, seconds); });
+    RegisterOnce("TwoServicesMinute", [](benchmark::State& state) { TwoServices(state, kMinute); });
+
+    Format video = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_25), ancillary = Ancillary(ZEFA_VIDEO_STANDARD_1920X1080_P_50);
+    video.slots = ancillary.slots = 4;
+    const Format audio16 = Audio(16, ZEFA_SDP_PACKET_TIME_125US), audio8 = Audio(8, ZEFA_SDP_PACKET_TIME_1MS);
+    RegisterOnce("Streams/1080p25", [video](benchmark::State& state) { Streams(state, video, 4); });
+    RegisterOnce("Streams/16ChannelsOf125us", [audio16](benchmark::State& state) { Streams(state, audio16, 8); });
+    RegisterOnce("Streams/8ChannelsOf1ms", [audio8](benchmark::State& state) { Streams(state, audio8, 32); });
+    RegisterOnce("Streams/Ancillary", [ancillary](benchmark::State& state) { Streams(state, ancillary, 32); });
+    RegisterOnce("StartToFirstSlot", StartToFirstSlot);
+    RegisterOnce("StartedStream", StartedStream);
+    benchmark::Initialize(&count, arguments);
+    if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
