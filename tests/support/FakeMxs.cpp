@@ -2,6 +2,8 @@
 // socket and are woken by its shutdown, so an end never waits for a time-out.
 #include "support/FakeMxs.h"
 
+#include "support/HttpLibraryRaces.h"
+
 #include <algorithm>
 #include <atomic>
 #include <condition_variable>
@@ -426,16 +428,3 @@ void FakeMxs::Stop()
 {
     Impl->Stop();
 }
-
-#ifdef __SANITIZE_THREAD__
-// The thread sanitizer does not see the atomic counters inside the HTTP library, which was not built with it, and takes
-// each release of what that library shares between its threads and ours for a race.
-extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions()
-{
-    return "race:libcpprest.so\n"
-           "race:web::http::details::_http_\n"
-           "race:pplx::details::_Task_impl\n"
-           "race:std::__exception_ptr::exception_ptr::_M_release\n";
-}
-#endif
