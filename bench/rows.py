@@ -35,6 +35,7 @@ PEERS = ("GStreamer", "libavformat")
 
 FRAME = 4320  # packets of a frame of 1080 lines
 ANC = 200  # ancillary packets of a frame
+LINEAR = 2  # a byte of a thousand times the text may cost this much more: caches end, and a square would be a thousand
 
 INTERLEAVED = ("--benchmark_enable_random_interleaving=true",)
 OF_THE_KIND = {4096: "4 KiB", 4194304: "4 MiB", 41943040: "40 MiB"}
@@ -108,6 +109,11 @@ def sdp():
                                    ("tree to text", "GStreamer, as text", 1.25),
                                    ("ZEFA_WriteSDP", "GStreamer, as text", None)):
             yield Row(f"{paths}: {above} : {below}", f"{paths}: {above}", f"{paths}: {below}", most)
+    for text in ("Descriptions behind each other", "One format line", "One line that almost matches",
+                 "One line of repeated groups"):
+        for work in ("text to tree", "tree to text"):
+            yield Row(f"{text}: {work}, a byte of 1 MB : of 1 kB", f"{text}, 1 MB: {work}, a byte",
+                      f"{text}, 1 kB: {work}, a byte", LINEAR)
 
 
 def service():

@@ -169,9 +169,20 @@ double ThreadSeconds()
 }
 
 // Each turn takes a megabyte, in texts of one size. The sizes take turns within a round and processor time counts, so
-// that what else the machine does falls on all of them.
-void PrintGrowth(const char* words, const std::function<std::string(size_t)>& make)
+// that what else the machine does falls on all of them. The least and the largest are figures of the table.
+void PrintGrowth(const char* words, const std::function<std::string(size_t)>& make, FigureFile& figures)
 {
+    constexpr std::pair<size_t, const char*> kTold[] = {{1'000, "1 kB"}, {1'000'000, "1 MB"}};
+    const auto nameOf = [&](const char* told, const char* work)
+    { return std::string(words) + ", " + told + ": " + work; };
+    constexpr const char *kParsing = "text to tree, a byte", *kWriting = "tree to text, a byte";
+    if (figures.OnlyLists())
+    {
+        for (const auto& [bytes, told] : kTold)
+            for (const char* work : {kParsing, kWriting})
+                figures.Add(nameOf(told, work), 0);
+        return;
+    }
     struct Size
     {
         size_t bytes;
@@ -203,7 +214,16 @@ void PrintGrowth(const char* words, const std::function<std::string(size_t)>& ma
         }
     std::printf("%-52s %26s %26s\n", words, "text to tree, ns a byte", "tree to text, ns a byte");
     for (const Size& size : sizes)
-        std::printf("  %8zu bytes %62.3f %26.3f\n", size.text.size(), Median(size.parsing), Median(size.writing));
+    {
+        const double parsing = Median(size.parsing), writing = Median(size.writing);
+        std::printf("  %8zu bytes %62.3f %26.3f\n", size.text.size(), parsing, writing);
+        for (const auto& [bytes, told] : kTold)
+            if (bytes == size.bytes)
+            {
+                figures.Add(nameOf(told, kParsing), parsing);
+                figures.Add(nameOf(told, kWriting), writing);
+            }
+    }
 }
 
 std::string Repeat(const std::string& head, const std::string& piece, size_t bytes)
@@ -221,12 +241,15 @@ int main(int count, char** arguments)
     if (!figures.OnlyLists()) std::printf("Machine: %u processors\n", std::thread::hardware_concurrency());
     PrintCosts("One path", kOnePath, figures);
     PrintCosts("Two paths", kTwoPaths, figures);
-    if (figures.OnlyLists()) return 0;
-    if (!figures.Write()) return 1;
-    PrintGrowth("Descriptions behind each other", [](size_t bytes) { return Repeat("", kTwoPaths, bytes); });
-    PrintGrowth("One format line", [](size_t bytes) { return Repeat("a=fmtp:96 ", "key=value; ", bytes); });
-    PrintGrowth("One line that almost matches",
-                [](size_t bytes) { return Repeat("a=simulcast:send ", "send 1", bytes) + "!"; });
-    PrintGrowth("One line of repeated groups",
-                [](size_t bytes) { return Repeat("a=imageattr:97 send ", "[x=1] ", bytes); });
+    PrintGrowth(
+        "Descriptions behind each other", [](size_t bytes) { return Repeat("", kTwoPaths, bytes); }, figures);
+    PrintGrowth(
+        "One format line", [](size_t bytes) { return Repeat("a=fmtp:96 ", "key=value; ", bytes); }, figures);
+    PrintGrowth(
+        "One line that almost matches", [](size_t bytes) { return Repeat("a=simulcast:send ", "send 1", bytes) + "!"; },
+        figures);
+    PrintGrowth(
+        "One line of repeated groups", [](size_t bytes) { return Repeat("a=imageattr:97 send ", "[x=1] ", bytes); },
+        figures);
+    return figures.Write() ? 0 : 1;
 }
