@@ -224,7 +224,7 @@ uint64_t RtpSender::BeginSlot()
         return nowNs + Schedule->WaitNs(taiNs);
     }
     const uint64_t startTaiNs = Schedule->MomentNs();
-    Schedule->Began();
+    Add(Shown.underruns, Schedule->Began(taiNs, nowNs));
     Shown.waiting.store(false, std::memory_order_relaxed);
     SlotStartNs = nowNs - (taiNs - startTaiNs);
     ActiveNs = nowNs;

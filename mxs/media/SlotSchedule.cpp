@@ -31,8 +31,8 @@ uint64_t Quotient(SlotPeriod whole, SlotPeriod part)
 } // namespace
 
 SlotSchedule::SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs)
-    : Raster(raster), PeriodLengthNs(NsOf(period, 1)), PeriodMoments(Quotient(period, raster)),
-      PollMoments((kLeastPollNs + NsOf(raster, 1) - 1) / NsOf(raster, 1)),
+    : Raster(raster), PeriodLengthNs(NsOf(period, 1)), DriftNs(PeriodLengthNs / 8),
+      PeriodMoments(Quotient(period, raster)), PollMoments((kLeastPollNs + NsOf(raster, 1) - 1) / NsOf(raster, 1)),
       LongestDelayNs(std::max(PeriodLengthNs, leastToleranceNs))
 {
 }
@@ -60,7 +60,7 @@ uint64_t SlotSchedule::HeldOff(uint64_t taiNs, uint64_t monotonicNs)
     if (!SentAny || stepped || !IsTooLate(taiNs)) return 0;
     const uint64_t due = Moment;
     Moment = LatestMoment(taiNs) + 1;
-    return Waiting ? PeriodsBegun(monotonicNs) : (Moment - due) / PeriodMoments;
+    return Waiting ? PeriodsBegun(monotonicNs + DriftNs) : (Moment - due) / PeriodMoments;
 }
 
 uint64_t SlotSchedule::WaitNs(uint64_t taiNs)
@@ -75,11 +75,14 @@ uint64_t SlotSchedule::WaitNs(uint64_t taiNs)
     return next > taiNs ? next - taiNs : 0;
 }
 
-void SlotSchedule::Began()
+uint64_t SlotSchedule::Began(uint64_t taiNs, uint64_t monotonicNs)
 {
+    const uint64_t sinceMomentNs = taiNs - std::min(taiNs, MomentNs());
+    const uint64_t missed = Waiting ? PeriodsBegun(monotonicNs - sinceMomentNs - DriftNs) : 0;
     Moment += PeriodMoments;
     SentAny = true;
     Waiting = false;
+    return missed;
 }
 
 uint64_t SlotSchedule::Missed(uint64_t taiNs, uint64_t monotonicNs)
@@ -93,14 +96,12 @@ uint64_t SlotSchedule::Missed(uint64_t taiNs, uint64_t monotonicNs)
         PeriodEndNs = monotonicNs - sinceMomentNs + PeriodLengthNs;
         return 1;
     }
-    return PeriodsBegun(monotonicNs);
+    return PeriodsBegun(monotonicNs + DriftNs);
 }
 
 // Since the latest period without a slot.
-uint64_t SlotSchedule::PeriodsBegun(uint64_t monotonicNs)
+uint64_t SlotSchedule::PeriodsBegun(uint64_t reachedNs)
 {
-    // The moments of the two clocks drift apart a little.
-    const uint64_t reachedNs = monotonicNs + PeriodLengthNs / 8;
     if (reachedNs < PeriodEndNs) return 0;
     const uint64_t begun = (reachedNs - PeriodEndNs) / PeriodLengthNs + 1;
     PeriodEndNs += begun * PeriodLengthNs;

@@ -26,9 +26,9 @@ public:
     uint64_t WaitNs(uint64_t taiNs);
     uint64_t MomentNs() const { return TimeOf(Moment); }
 
-    // What came of a moment that was due: a slot, or none. The second returns how many periods without a slot have
-    // begun since the latest one; before the first slot there are none.
-    void Began();
+    // What came of a moment that was due: a slot, or none. Each returns how many periods without a slot have begun that
+    // are not counted yet; before the first slot there are none. Short slots are not looked for in each of their periods.
+    uint64_t Began(uint64_t taiNs, uint64_t monotonicNs);
     uint64_t Missed(uint64_t taiNs, uint64_t monotonicNs);
 
     // How late a slot, or a part of it, may be sent.
@@ -38,10 +38,11 @@ private:
     uint64_t TimeOf(uint64_t moment) const;
     uint64_t LatestMoment(uint64_t taiNs) const;
     bool IsTooLate(uint64_t taiNs) const;
-    uint64_t PeriodsBegun(uint64_t monotonicNs);
+    uint64_t PeriodsBegun(uint64_t reachedNs);
 
     const SlotPeriod Raster;
     const uint64_t PeriodLengthNs;
+    const uint64_t DriftNs; // by so much the moments of the two clocks may differ
     const uint64_t PeriodMoments;
     const uint64_t PollMoments; // from one look to the next while there is no slot
     const uint64_t LongestDelayNs;

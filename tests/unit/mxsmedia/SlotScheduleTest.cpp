@@ -34,12 +34,12 @@ TEST(SlotSchedule, MomentsOfAFractionalRateNeverDrift)
     const uint64_t whole = 1001 * 1'700'000 * kSecond;
     schedule.WaitNs(whole - 1);
     EXPECT_EQ(schedule.MomentNs(), whole);
-    schedule.Began();
+    schedule.Began(whole, whole);
     EXPECT_EQ(schedule.MomentNs(), whole + 16683334); // 16,683,333.3 rounded up
-    schedule.Began();
+    schedule.Began(whole, whole);
     EXPECT_EQ(schedule.MomentNs(), whole + 33366667);
     for (int frame = 2; frame < 60000; ++frame)
-        schedule.Began();
+        schedule.Began(whole, whole);
     EXPECT_EQ(schedule.MomentNs(), whole + 1001 * kSecond);
 }
 
@@ -48,7 +48,7 @@ TEST(SlotSchedule, SlotsOfSeveralRastersFollowOneAnotherByTheirPeriod)
     SlotSchedule schedule(k1ms, k50ms, kTolerance);
     schedule.WaitNs(7 * kSecond + 500);
     EXPECT_EQ(schedule.MomentNs(), 7 * kSecond + 1 * kMs);
-    schedule.Began();
+    schedule.Began(7 * kSecond + 1 * kMs, 7 * kSecond + 1 * kMs);
     EXPECT_EQ(schedule.MomentNs(), 7 * kSecond + 51 * kMs);
 }
 
@@ -69,7 +69,7 @@ TEST(SlotSchedule, EachPeriodWithoutASlotIsMissedOnce)
     SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, tai - kBoot);
     uint64_t missed = 0;
     for (const uint64_t jitterNs : {300'000, 20'000, 0, 150'000, 5'000}) // of being woken
     {
@@ -79,7 +79,7 @@ TEST(SlotSchedule, EachPeriodWithoutASlotIsMissedOnce)
     EXPECT_EQ(missed, 5u);
     tai += schedule.WaitNs(tai);
     EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + 7 * 40 * kMs);
-    schedule.Began();
+    schedule.Began(tai, tai - kBoot);
     tai += schedule.WaitNs(tai);
     EXPECT_EQ(schedule.Missed(tai, tai - kBoot), 1u);
 }
@@ -89,7 +89,7 @@ TEST(SlotSchedule, LongSlotsAreLookedForAtEachMomentAndMissedOnceAPeriod)
     SlotSchedule schedule(k1ms, k50ms, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, tai);
     tai += schedule.WaitNs(tai);
     EXPECT_EQ(tai, 100 * kSecond + 51 * kMs);
     uint64_t missed = 0;
@@ -101,7 +101,7 @@ TEST(SlotSchedule, LongSlotsAreLookedForAtEachMomentAndMissedOnceAPeriod)
     }
     EXPECT_EQ(missed, 3u);
     EXPECT_EQ(schedule.WaitNs(tai), 0u);
-    schedule.Began(); // in the middle of a period: on the raster all the same
+    schedule.Began(tai, tai); // in the middle of a period: on the raster all the same
     EXPECT_EQ(schedule.WaitNs(tai), 50 * kMs);
 }
 
@@ -116,12 +116,45 @@ TEST(SlotSchedule, ShortRastersAreNotLookedAtMoreOftenThanOnceAMillisecond)
     EXPECT_EQ(schedule.WaitNs(tai), 1 * kMs);
 }
 
+TEST(SlotSchedule, ShortSlotsThatNobodyLookedForAreMissedWhenTheNextOneBegins)
+{
+    const struct
+    {
+        uint64_t looks; // without a slot, one millisecond apart, before the one that finds it
+        uint64_t before, atTheBegin;
+    } cases[] = {
+        {1, 1, 7}, // at 250, and 375 to 1,125 us; the slot begins at 1,250
+        {2, 9, 7},
+        {5, 33, 7},
+    };
+    for (const auto& each : cases)
+    {
+        constexpr uint64_t kBoot = 90 * kSecond;
+        SlotSchedule schedule({1, 8000}, {1, 8000}, kTolerance);
+        uint64_t tai = 100 * kSecond;
+        tai += schedule.WaitNs(tai);
+        EXPECT_EQ(schedule.Began(tai, tai - kBoot), 0u);
+        uint64_t missed = 0;
+        for (uint64_t look = 0; look < each.looks; ++look)
+        {
+            tai += schedule.WaitNs(tai);
+            missed += schedule.Missed(tai, tai - kBoot);
+        }
+        EXPECT_EQ(missed, each.before);
+        tai += schedule.WaitNs(tai) + 30'000; // of being woken
+
+        EXPECT_EQ(schedule.Began(tai, tai - kBoot), each.atTheBegin);
+        tai += schedule.WaitNs(tai);
+        EXPECT_EQ(schedule.Began(tai, tai - kBoot), 0u);
+    }
+}
+
 TEST(SlotSchedule, AStallOfMoreThanAPeriodBeginsAnewOnTheRaster)
 {
     SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, tai);
     EXPECT_EQ(schedule.WaitNs(100 * kSecond + 120 * kMs), 0u); // one period late: caught up with
     EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + 80 * kMs);
 
@@ -134,14 +167,14 @@ TEST(SlotSchedule, AStallThatIsNotTooLongIsMadeUpForSlotBySlot)
     SlotSchedule schedule(k1ms, k1ms, 100 * kMs);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, tai);
     tai += 100 * kMs; // 99 ms after the next moment
     for (uint64_t slot = 2; slot <= 101; ++slot)
     {
         EXPECT_EQ(schedule.HeldOff(tai, tai), 0u);
         EXPECT_EQ(schedule.WaitNs(tai), 0u);
         EXPECT_EQ(schedule.MomentNs(), 100 * kSecond + slot * kMs);
-        schedule.Began();
+        schedule.Began(tai, tai);
     }
     EXPECT_EQ(schedule.WaitNs(tai), 1 * kMs);
 }
@@ -167,7 +200,7 @@ TEST(SlotSchedule, PeriodsThatPassWhileNobodyAsksAreCounted)
         uint64_t tai = 100 * kSecond;
         EXPECT_EQ(schedule.HeldOff(tai, tai - kBoot), 0u);
         tai += schedule.WaitNs(tai);
-        schedule.Began();
+        schedule.Began(tai, tai - kBoot);
         EXPECT_EQ(schedule.HeldOff(tai, tai - kBoot), 0u);
         tai += schedule.WaitNs(tai) + each.stallNs;
 
@@ -183,7 +216,7 @@ TEST(SlotSchedule, PeriodsOfAStallAreCountedOnceWhenThereWasNoSlotBefore)
     uint64_t tai = 100 * kSecond;
     schedule.HeldOff(tai, tai);
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, tai);
     tai += schedule.WaitNs(tai);
     EXPECT_EQ(schedule.Missed(tai, tai), 1u); // 80 ms
 
@@ -199,7 +232,7 @@ TEST(SlotSchedule, AStepOfTheClockTakesNoPeriodAway)
     uint64_t tai = 100 * kSecond, monotonic = 7 * kSecond;
     schedule.HeldOff(tai, monotonic);
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, monotonic);
 
     EXPECT_EQ(schedule.HeldOff(tai + 1000 * kSecond, monotonic + 40 * kMs), 0u);
     EXPECT_EQ(schedule.WaitNs(tai + 1000 * kSecond), 40 * kMs);
@@ -210,7 +243,7 @@ TEST(SlotSchedule, AClockThatStepsIsFollowed)
     SlotSchedule schedule(k25, k25, kTolerance);
     uint64_t tai = 100 * kSecond;
     tai += schedule.WaitNs(tai);
-    schedule.Began();
+    schedule.Began(tai, tai);
 
     EXPECT_EQ(schedule.WaitNs(50 * kSecond + 10 * kMs), 30 * kMs); // back
     EXPECT_EQ(schedule.MomentNs(), 50 * kSecond + 40 * kMs);
