@@ -4,6 +4,15 @@
 namespace mxs::media
 {
 
+namespace
+{
+
+// A source that begins to count anew does so on all paths, and its old numbers go no further. A path that is so far
+// behind that it seems to begin anew is of no use, and must not take the others along.
+constexpr uint64_t kNewCountNs = 100'000'000;
+
+} // namespace
+
 RtpIntake::RtpIntake(const Settings& settings) : Config(settings), PathLoss(HasPaths() ? settings.paths : 0)
 {
     Count.paths.resize(Config.paths);
@@ -44,7 +53,8 @@ std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagra
     Count.ssrc = packet->ssrc;
     PathCounters& counters = Count.paths[path];
     ++counters.received;
-    taken.verdict = Merged.Accept(packet->sequence, upperHalf);
+    taken.verdict = Merged.Accept(packet->sequence, upperHalf, HasPaths() && nowNs < AdvancedNs + kNewCountNs);
+    if (taken.verdict.arrival == SequenceTracker::Arrival::New) AdvancedNs = nowNs;
     if (HasPaths())
     {
         PathLoss.Count(path, taken.verdict, nowNs);

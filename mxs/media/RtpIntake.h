@@ -86,6 +86,7 @@ private:
     PathLosses PathLoss;
     uint64_t CountedFrom = 0; // index of the packet with which the count of losses began
     uint64_t LastHeardNs = 0;
+    uint64_t AdvancedNs = 0; // when a number came that is higher than all before, on whichever path
     bool Heard = false;
     IntakeCounters Count;
 };

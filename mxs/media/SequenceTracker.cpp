@@ -66,7 +66,7 @@ int64_t SequenceTracker::DistanceTo(uint32_t number) const
     return static_cast<int32_t>(number - HighestNumber);
 }
 
-SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upperHalf)
+SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upperHalf, bool goesOnElsewhere)
 {
     const uint32_t number = NumberOf(sequence, upperHalf);
     if (!Known) return Restart(number);
@@ -95,7 +95,7 @@ SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upp
         return {TestAndSet(index) ? Arrival::Duplicate : Arrival::Late, index, 0};
 
     // Two in a row from far behind: the source has begun anew.
-    if (SuspectValid && SuspectNext == number) return Restart(number);
+    if (SuspectValid && SuspectNext == number && !goesOnElsewhere) return Restart(number);
     SuspectValid = true;
     SuspectNext = (number & 0xFFFF0000u) | static_cast<uint16_t>(number + 1);
     if (!remembered) return {Arrival::Late, index, 0};

@@ -26,8 +26,9 @@ public:
 
     SequenceTracker();
 
-    // `upperHalf` is what the payload carries. Senders either move it at a wrap or leave it alone for ever.
-    Verdict Accept(uint16_t sequence, uint16_t upperHalf);
+    // `upperHalf` is what the payload carries. Senders either move it at a wrap or leave it alone for ever. While the
+    // source goes on elsewhere, numbers from far behind are late and no new count.
+    Verdict Accept(uint16_t sequence, uint16_t upperHalf, bool goesOnElsewhere = false);
 
     // True for one of the numbers that are next after the highest: what a source sends that was only silent.
     bool GoesOn(uint16_t sequence, uint16_t upperHalf) const;

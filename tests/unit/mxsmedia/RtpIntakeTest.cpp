@@ -90,6 +90,39 @@ TEST_F(RtpIntakeTest, APathThatDiesLosesNothingOfTheStream)
     ExpectPath(Two, 1, 100, 0);
 }
 
+TEST_F(RtpIntakeTest, APathThatIsFarBehindDisturbsNotTheOther)
+{
+    constexpr uint32_t kBehind = 20000; // 92 ms of a 1080p59.94 picture
+    RtpIntake two({.payloadType = 96, .paths = 2});
+    uint64_t now = kNow;
+    uint32_t sequence = 30000;
+    for (int burst = 0; burst < 100; ++burst, now += 1'000'000)
+    {
+        for (int packet = 0; packet < 10; ++packet, ++sequence)
+            EXPECT_TRUE(Take(two, sequence, 0, now)) << sequence;
+        for (int packet = 0; packet < 10; ++packet)
+            Take(two, (sequence - kBehind) - 10 + uint32_t(packet), 1, now);
+    }
+    EXPECT_EQ(two.Counters().lost, 0u);
+    EXPECT_EQ(two.Counters().duplicates, 0u); // such old ones are not known any more
+}
+
+TEST_F(RtpIntakeTest, ASourceThatBeginsAnewOnAllPathsIsFollowedAfterATenthOfASecond)
+{
+    for (uint32_t sequence = 50000; sequence < 50010; ++sequence)
+        Take(Two, sequence, 0);
+    const uint64_t later = kNow + 100'000'000;
+    for (uint32_t sequence = 20000; sequence < 20010; ++sequence)
+    {
+        Take(Two, sequence, 0, later);
+        Take(Two, sequence, 1, later);
+    }
+    EXPECT_TRUE(Take(Two, 20010, 1, later));
+    EXPECT_FALSE(Take(Two, 20010, 0, later));
+    EXPECT_TRUE(Take(Two, 20012, 0, later));
+    EXPECT_EQ(Two.Counters().lost, 1u);
+}
+
 TEST_F(RtpIntakeTest, ALatePacketFillsTheGapThatItLeft)
 {
     for (const uint32_t sequence : {10u, 11u, 14u})
