@@ -246,7 +246,7 @@ public:
 
     /**
      * Removes rails that a killed process of this user left behind: those whose name starts with `namePrefix` and
-     * whose creator is gone. No other file is touched, and no process that still maps one is disturbed.
+     * whose creator is gone, even if cut to nothing. No other file is touched, no process that maps one is disturbed.
      * @return how many were removed.
      */
     static uint32_t RemoveAbandoned(const std::string& namePrefix);

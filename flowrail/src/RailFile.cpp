@@ -110,6 +110,14 @@ bool IsSameFile(const struct stat& left, const struct stat& right)
     return left.st_dev == right.st_dev && left.st_ino == right.st_ino;
 }
 
+// A rail, or what is left of one that somebody has cut to nothing: a name comes to a file that is complete.
+bool WasRail(int descriptor, const struct stat& state)
+{
+    uint32_t magic = 0;
+    return state.st_size == 0 ||
+           (pread(descriptor, &magic, sizeof magic, 0) == static_cast<ssize_t>(sizeof magic) && magic == kRailMagic);
+}
+
 // The lock of the creator is taken first: of two that try, one removes.
 bool RemoveIfAbandoned(const std::string& path)
 {
@@ -117,9 +125,7 @@ bool RemoveIfAbandoned(const std::string& path)
     struct stat opened = {};
     if (file.Get() < 0 || fstat(file.Get(), &opened) != 0) return false;
     if (!S_ISREG(opened.st_mode) || opened.st_uid != geteuid()) return false;
-    uint32_t magic = 0;
-    if (pread(file.Get(), &magic, sizeof magic, 0) != static_cast<ssize_t>(sizeof magic) || magic != kRailMagic)
-        return false;
+    if (!WasRail(file.Get(), opened)) return false;
     if (!TryLockByte(file.Get(), kCreatorLock)) return false;
     struct stat named = {};
     if (lstat(path.c_str(), &named) != 0 || !IsSameFile(opened, named)) return false;
