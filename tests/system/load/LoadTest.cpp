@@ -162,7 +162,7 @@ public:
         }
         for (size_t i = 0; i < kNeighbours; ++i)
             Neighbours.emplace_back(url, Formed, i);
-        for (unsigned i = 0; i < kThreads + kNeighbourThreads; ++i)
+        for (unsigned i = 0; i < std::max(kThreads + kNeighbourThreads, kNeighbours); ++i)
             Workers.push_back({.random = std::mt19937(seed + i)});
     }
 
@@ -203,7 +203,7 @@ public:
 
     void End()
     {
-        InParallel(kNeighbours, [this](size_t i) { Neighbours[i].End(Workers[i % kNeighbourThreads]); });
+        InParallel(kNeighbours, [this](size_t i) { Neighbours[i].End(Workers[i]); });
         for (StreamPlace& stream : Streams)
             stream.End(Workers[0].tally);
         for (std::atomic<uint64_t>& conductor : Conductors)
@@ -417,7 +417,7 @@ private:
     std::array<std::atomic<uint64_t>, 8> Conductors{}; // 0: none
     std::deque<StreamPlace> Streams;
     std::deque<Neighbour> Neighbours;
-    std::vector<Worker> Workers; // those of the neighbours last
+    std::vector<Worker> Workers; // one for each thread that runs at once
 };
 
 const Crowd::Action Crowd::kActions[] = {
