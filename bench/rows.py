@@ -46,16 +46,22 @@ def rail():
     for size, words in OF_THE_KIND.items():
         yield Row(f"full cycle, {words} : iceoryx on the reference machine", f"RailCycle/{size}", 427.0, 0.35)
         yield Row(f"full cycle, {words} : the least ring there is", f"RailCycle/{size}", "LeastRingCycle/0")
-        yield Row(f"there and back, polling, {words} : two bare words", f"RailSpin/{size}", "RawSpin/0", 1.54)
+        yield Row(f"there and back, polling, {words} : two bare words, turn by turn", f"RailSpin/{size}:rail_ns",
+                  f"RailSpin/{size}:raw_ns", 1.54)
         yield Row(f"there and back, asleep, one vCPU, {words} : iceoryx on the reference machine",
                   f"RailBlockedOneCpu/{size}", 7900.0, 0.65)
         yield Row(f"there and back, asleep, one vCPU, {words} : a bare futex", f"RailBlockedOneCpu/{size}",
                   "RawFutexOneCpu/0", 1.15)
+        yield Row(f"the same, {words} : a bare futex that has a time limit, too", f"RailBlockedOneCpu/{size}",
+                  "RawFutexLimitOneCpu/0")
         yield Row(f"there and back, asleep, across, {words} : a bare futex", f"RailBlockedAcross/{size}",
                   "RawFutexAcross/0")
         for place in ("OneCpu", "Across"):
             yield Row(f"one way, {place}, {words} : GStreamer's shared memory", f"RailOneWay{place}/{size}",
                       f"GStreamerOneWay{place}/{size}", 0.7)
+            yield Row(f"one way, {place}, {words} : a bare futex", f"RailOneWay{place}/{size}", f"RawOneWay{place}/0")
+    yield Row("one way, Across, a bare futex : GStreamer's shared memory", "RawOneWayAcross/0",
+              "GStreamerOneWayAcross/4096")
     yield Row("full cycle, 40 MiB : 4 KiB", "RailCycle/41943040", "RailCycle/4096", 1.1)
 
 
@@ -142,7 +148,8 @@ def roads():
         yield Row(f"{raster}: frames that did not come", f"LargestRaster:missing_{raster}")
         yield Row(f"{raster}: % of a core, service alone", f"LargestRaster:cpu_{raster}")
     for figure, words in STREAMS:
-        yield Row(f"{words}, each sent and received, none with a loss", f"Streams/{figure}:streams")
+        yield Row(f"{words}, each sent and received, without loss : by bare datagrams", f"Streams/{figure}:streams",
+                  f"Streams/{figure}:bare")
         yield Row("the same: % of a core, service alone", f"Streams/{figure}:cpu_percent")
         yield Row("the same: 1 where the service permits no more", f"Streams/{figure}:refused")
     yield Row("start of a receiver of 1080p50 to its first slot, ms : a frame", "StartToFirstSlot", 20e6, None, 10 ** 6)

@@ -93,6 +93,9 @@ Format Video(ZEFA_VIDEO_STANDARD standard)
     format.slotSeconds = (interlaced ? 2.0 : 1.0) * (fractional ? 1.001 : 1.0) / rate;
     format.slotTicks = kVideoHz * format.slotSeconds;
     format.bitsPerSecond = 20.0 * width * height / format.slotSeconds;
+    format.datagramBytes = 1220;
+    format.burst = 44;
+    format.datagrams = format.bitsPerSecond / 8 / 1200;
     format.buffer = ZEFA_BUFFER_VIDEO_0;
     return format;
 }
@@ -106,7 +109,10 @@ Format Audio(uint32_t channels, ZEFA_SDP_PACKET_TIME packetTime)
     audio.SamplingRate_E = ZEFA_SDP_AUDIO_RATE_48000;
     audio.ChannelNumber_UL = channels;
     audio.PacketTime_E = packetTime;
-    audio.NbPacketsPerBuffer_UL = packetTime == ZEFA_SDP_PACKET_TIME_125US ? 160 : 20;
+    const uint32_t perMs = packetTime == ZEFA_SDP_PACKET_TIME_125US ? 8 : 1;
+    audio.NbPacketsPerBuffer_UL = 20 * perMs;
+    format.datagramBytes = 12 + size_t{3} * channels * 48 / perMs;
+    format.datagrams = 1000.0 * perMs;
     format.slotSeconds = 0.02;
     format.slotTicks = kAudioHz * format.slotSeconds;
     format.buffer = ZEFA_BUFFER_AUDIO_0;
@@ -120,6 +126,8 @@ Format Ancillary(ZEFA_SDI_VIDEO_STANDARD standard)
     format.essence.Essence_X.ST2110_40_X.VideoStandard_E = standard;
     format.slotSeconds = Video(static_cast<ZEFA_VIDEO_STANDARD>(standard)).slotSeconds;
     format.slotTicks = kVideoHz * format.slotSeconds;
+    format.datagramBytes = 80; // about
+    format.datagrams = 1 / format.slotSeconds;
     format.buffer = ZEFA_BUFFER_ANC_0;
     return format;
 }

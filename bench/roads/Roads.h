@@ -29,6 +29,9 @@ struct Format
     double bitsPerSecond = 0;    // of samples; 0 where they do not matter
     uint32_t slots = 8;          // of the ring at each end
     double slotTicks = 0;        // of the RTP clock, from one slot to the next
+    size_t datagramBytes = 0;    // as the service cuts it
+    size_t burst = 1;            // datagrams that it sends at once
+    double datagrams = 0;        // a second
     ZEFA_BUFFER_TYPE buffer = 0; // whose timestamp is looked at
 };
 

@@ -2,6 +2,7 @@
 // a stream between two services; how long a receiver takes to its first slot and what a started stream holds of memory.
 // Each figure is of one run of some seconds, told as counters.
 //   bench_roads [--seconds=3] [what Google Benchmark takes]
+#include "BareDatagrams.h"
 #include "Roads.h"
 
 #include <algorithm>
@@ -170,7 +171,8 @@ private:
     std::vector<std::unique_ptr<Pair>> Pairs;
 };
 
-// The most that pass whole: doubled until some are lost or refused, then halved in between down to a sixteenth.
+// The most that pass whole: doubled until some are lost or refused, then halved in between down to a sixteenth. "bare"
+// is how many would fill all cores if their datagrams were all that there is to do.
 void Streams(benchmark::State& state, const Format& format, size_t first)
 {
     Once(state,
@@ -203,6 +205,8 @@ void Streams(benchmark::State& state, const Format& format, size_t first)
                      break;
              }
              state.counters["streams"] = static_cast<double>(good);
+             state.counters["bare"] = std::thread::hardware_concurrency() / format.datagrams /
+                                      BareDatagramSeconds(format.datagramBytes, format.burst);
              state.counters["refused"] = refused && bad == SIZE_MAX;
              state.counters["cpu_percent"] = cpuPercent;
          });
