@@ -190,7 +190,7 @@ uint32_t RailFile::Create(const RailDescription& description, std::unique_ptr<Ra
     made->Header().Geometry = geometry;
     if (!made->TryLock(kCreatorLock)) return FLOW_RAIL_BAD_STATE;
 
-    const std::string path = RailPath(description.Name);
+    std::string path = RailPath(description.Name);
     bool named = LinkInto(made->Descriptor, path);
     if (!named && errno == EEXIST && RemoveIfAbandoned(path)) named = LinkInto(made->Descriptor, path);
     if (!named)
@@ -198,7 +198,7 @@ uint32_t RailFile::Create(const RailDescription& description, std::unique_ptr<Ra
         Log(kPriorityError, "The rail " + description.Name + " could not be named: " + SystemText());
         return FLOW_RAIL_BAD_ARGUMENT;
     }
-    made->Path = path;
+    made->Path = std::move(path); // a copy could fail now, and the name would stay
     file = std::move(made);
     return FLOW_RAIL_OK;
 }

@@ -3,6 +3,7 @@
 #include "RailLog.h"
 
 #include <gmock/gmock.h>
+#include <syslog.h>
 
 using namespace railtest;
 using Quillmont::FlowRail::Log;
@@ -65,6 +66,21 @@ TEST_F(RailLog, SysLogGivesFalseAndKeepsWhatStoodBeforeIt)
     EXPECT_FALSE(CFlowRail::SetLoggingParameters({{"Debug", "SysLog StdOutputLog DebugApiLog"}, {"Filter", "Error"}}));
 
     EXPECT_NE(Write(3, "kept").err, "");
+}
+
+// Seen through the copy that syslog(3) can write to the standard error stream.
+TEST_F(RailLog, TheDebuggerOutputIsTheLogOfTheSystem)
+{
+    EXPECT_TRUE(CFlowRail::SetLoggingParameters({{"Debug", "DebugApiLog"}, {"Filter", "Error"}}));
+    openlog("probe", LOG_PERROR, LOG_LOCAL0);
+
+    const Lines lines = Write(3, "100%n broken");
+
+    closelog();
+    EXPECT_THAT(lines.err,
+                testing::ContainsRegex("^probe: [-0-9]{10} [:0-9]{8} \\[QUILLMONT FLOWRAIL\\]\\[Error\\] 100%n "
+                                       "broken\n$"));
+    EXPECT_EQ(lines.out, "");
 }
 
 TEST_F(RailLog, AKeyThatSortsBeforeTheOutputsEndsTheReading)

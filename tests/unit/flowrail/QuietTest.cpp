@@ -1,8 +1,10 @@
-// What the media path must not do: allocate, or call the system when a slot is ready.
+// What the media path must not do: allocate, or call the system when a slot is ready. And what the calls around it do
+// when an allocation fails.
 #include "RailFixture.h"
 #include "RailWait.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <linux/seccomp.h>
 #include <new>
 #include <sys/prctl.h>
@@ -16,6 +18,29 @@ using Quillmont::FlowRail::FutexCalls;
 namespace
 {
 std::atomic<uint64_t> Allocations{0};
+thread_local uint64_t AllocationsToFailure = 0; // 0: none fails
+
+bool CountAllocation()
+{
+    Allocations.fetch_add(1, std::memory_order_relaxed);
+    return AllocationsToFailure == 0 || --AllocationsToFailure != 0;
+}
+
+// Lets each allocation of the call fail in turn until it has no more of them; how many they were.
+template <class Call, class Check>
+uint64_t FailEachAllocation(Call call, Check checkAfterFailure)
+{
+    for (uint64_t place = 1;; ++place)
+    {
+        AllocationsToFailure = place;
+        const uint32_t result = call();
+        const bool failed = AllocationsToFailure == 0;
+        AllocationsToFailure = 0;
+        EXPECT_EQ(result, failed ? FLOW_RAIL_NO_MEMORY : FLOW_RAIL_OK) << "allocation " << place;
+        if (!failed || testing::Test::HasFailure()) return place - 1;
+        checkAfterFailure();
+    }
+}
 
 // What a media thread does with one slot, on both sides. False when anything fails.
 bool RunCycle(RailPair& pair)
@@ -42,14 +67,13 @@ bool RunCycle(RailPair& pair)
 // Never inlined: the compiler would see free() meet operator new.
 [[gnu::noinline]] void* operator new(size_t bytes)
 {
-    Allocations.fetch_add(1, std::memory_order_relaxed);
-    if (void* const memory = std::malloc(bytes)) return memory;
+    void* const memory = CountAllocation() ? std::malloc(bytes) : nullptr;
+    if (memory) return memory;
     throw std::bad_alloc();
 }
 [[gnu::noinline]] void* operator new(size_t bytes, const std::nothrow_t&) noexcept
 {
-    Allocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(bytes);
+    return CountAllocation() ? std::malloc(bytes) : nullptr;
 }
 [[gnu::noinline]] void operator delete(void* memory) noexcept
 {
@@ -73,6 +97,42 @@ TEST(MediaPath, AllocatesNothing)
     EXPECT_EQ(Allocations, before);
     EXPECT_TRUE(good);
     EXPECT_GT(before, 0u); // the counter counts
+}
+
+TEST(Memory, WithoutItCreateIs10AndLeavesNothing)
+{
+    FLOW_RAIL_DESCRIPTOR descriptor = Describe(UniqueName("memory"), 100, 4);
+    const std::string path = Quillmont::FlowRail::RailPath(descriptor.Description.find("Name")->second);
+    const auto rail = NewRail();
+
+    const uint64_t failures = FailEachAllocation([&] { return rail->Create(&descriptor); },
+                                                 [&] { EXPECT_FALSE(std::filesystem::exists(path)); });
+
+    EXPECT_GT(failures, 3u);
+    EXPECT_TRUE(std::filesystem::exists(path));
+}
+
+TEST(Memory, WithoutItOpenIs10)
+{
+    FLOW_RAIL_DESCRIPTOR descriptor = Describe(UniqueName("memory"), 100, 4);
+    const auto creator = NewRail(), other = NewRail();
+    ASSERT_EQ(creator->Create(&descriptor), FLOW_RAIL_OK);
+
+    const uint64_t failures = FailEachAllocation([&] { return other->Open(&descriptor); }, [] {});
+
+    EXPECT_GT(failures, 1u);
+}
+
+TEST(Memory, WithoutItAddConsumerIs10AndTakesNoPlace)
+{
+    RailPair pair(100, 4);
+    uint64_t tokens[16] = {};
+
+    const uint64_t failures = FailEachAllocation([&] { return pair.Consumer->AddConsumer(&tokens[0]); }, [] {});
+
+    EXPECT_GT(failures, 0u);
+    for (size_t place = 1; place < std::size(tokens); ++place)
+        EXPECT_EQ(pair.Consumer->AddConsumer(&tokens[place]), FLOW_RAIL_OK);
 }
 
 TEST(MediaPath, MakesNoFutexCallWhenSlotsAreReadyAndNobodySleeps)
