@@ -92,10 +92,11 @@ bool Service::RemoveContext(const std::shared_ptr<Context>& context)
 void Service::KeepHouse(std::stop_token stop)
 {
     const auto period = std::clamp<std::chrono::milliseconds>(Settings.contextTtl / 4, 10ms, 1000ms);
-    auto nextSample = std::chrono::steady_clock::now() + 1s;
+    constexpr std::chrono::seconds kSamplePeriod{1};
+    auto nextSample = std::chrono::steady_clock::now() + kSamplePeriod;
     std::mutex mutex;
     std::condition_variable_any wake;
-    std::unique_lock lock(mutex);
+    std::unique_lock lock(mutex); // cppcheck-suppress localMutex ; guards nothing: to wait for the stop takes a lock
     while (!stop.stop_requested())
     {
         wake.wait_for(lock, stop, period, [] { return false; });
@@ -109,7 +110,7 @@ void Service::KeepHouse(std::stop_token stop)
             }
             Streams.StopDamaged();
             if (std::chrono::steady_clock::now() < nextSample) continue;
-            nextSample = std::chrono::steady_clock::now() + 1s;
+            nextSample = std::chrono::steady_clock::now() + kSamplePeriod;
             Cores.Sample();
             Interfaces.Sample();
             Meter.Sample();

@@ -41,7 +41,7 @@ struct MediaSide
 };
 MediaSide Media; // of the input at hand
 
-class IdleStream : public media::MediaStream
+class IdleStream final : public media::MediaStream
 {
 public:
     explicit IdleStream(const media::CommonConfig& common) : Common(common) {}

@@ -175,7 +175,7 @@ struct ConductorLoop::State
         if (!running) return Apply(command);
         bool done = false;
         command.done = &done;
-        pending.push_back(command);
+        pending.push_back(command); // cppcheck-suppress danglingLifetime ; it is gone from there before `done` is
         const uint64_t ticket = ++issued;
         commandsWaiting.store(true); // the loop looks behind `guard` itself
         Wake();

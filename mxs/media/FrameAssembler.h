@@ -166,8 +166,8 @@ protected:
         }
         Recent[RecentNext] = {slot, nowNs};
         RecentNext = (RecentNext + 1) % Recent.size();
-        std::remove(Open.begin(), Open.begin() + static_cast<std::ptrdiff_t>(OpenCount), &slot);
-        --OpenCount;
+        const auto end = std::remove(Open.begin(), Open.begin() + static_cast<std::ptrdiff_t>(OpenCount), &slot);
+        OpenCount = static_cast<size_t>(end - Open.begin());
     }
 
     // A field of which nothing came has the distance to the other that those of the latest whole frame had.
@@ -211,7 +211,7 @@ private:
 
     Slot* Begin(const RtpIntake::Taken& taken, size_t field, uint64_t nowNs)
     {
-        if (OpenCount > 0 && FindPartner(taken, field)) return Open[OpenCount - 1];
+        if (OpenCount > 0 && FindPartner(taken, field)) return OpenSlots().back();
         const bool timestampMoved = SyncTimestamp && *SyncTimestamp != taken.packet.timestamp;
         SyncTimestamp = taken.packet.timestamp;
         Synced = Synced || (field == 0 && (timestampMoved || IsFirstOfFrame(taken)));

@@ -200,7 +200,7 @@ std::string RunProgram(const std::string& path, const std::vector<std::string>& 
     {
         text += *piece;
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-        if (left <= 0ms) break;
+        if (left.count() <= 0) break;
         pollfd readable{program.Output(), POLLIN, 0};
         poll(&readable, 1, static_cast<int>(left.count()));
     }

@@ -21,7 +21,7 @@ class CBlankingData : public IBlankingData
 {
 public:
     static constexpr size_t kDataChunkBytes = 32768;
-    static constexpr size_t kTailBytes = 2 * 256; // of a chunk, handed out to nobody
+    static constexpr size_t kTailBytes = size_t{2} * 256; // of a chunk, handed out to nobody
     static constexpr size_t kPacketsOfChunk = 1024;
     static constexpr size_t kPacketStride = 48;
 

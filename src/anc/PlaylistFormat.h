@@ -32,7 +32,7 @@ inline constexpr uint32_t kLineNumberMask = 0x7FF;
 inline constexpr uint32_t kHeaderBytes = 4;
 
 inline constexpr uint32_t kFlagWordFloor = 1020; // the second and third word of a packet's flag are no lower
-inline constexpr uint32_t kWordsBeforeDataCount = 5, kWordsBeforeUserWords = 6;
+inline constexpr size_t kWordsBeforeDataCount = 5, kWordsBeforeUserWords = 6;
 inline constexpr uint32_t kEmptyMark1 = 0x0040, kEmptyMark2 = 0x0200; // payload of an empty last line
 
 static_assert(std::endian::native == std::endian::little, "words are stored as they stand in memory");

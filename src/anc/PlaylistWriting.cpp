@@ -109,7 +109,7 @@ struct CAncPlaylistManager::Writing
         const uint32_t sum = MoveWords(toWords, reinterpret_cast<const uint8_t*>(packet.UserWords_pUS), words);
         Store64(to, kFlagWords | uint64_t{did} << 48);
         Store32(to + 8, sdid | dataCount << 16);
-        Store16(toWords + words * 2, ChecksumWord(did + sdid + dataCount + sum));
+        Store16(toWords + size_t{words} * 2, ChecksumWord(did + sdid + dataCount + sum));
         Position += (words + kPacketOverhead) * 2;
     }
 };

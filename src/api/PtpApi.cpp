@@ -180,7 +180,7 @@ ZEFA_ERRORCODE ZEFA_GetPTPStatus(ZEFA_HANDLE Context, ZEFA_PTP_STATUS* pStatus_X
     PTP_STATUS status{};
     const RESULT_CODE result = context->GetRestClient()->GetPtpApiClient()->GetStatus(&status);
     if (result != RESULT_NO_ERROR) return TranslateGetPTPStatus(result);
-    std::memset(pStatus_X, 0, sizeof *pStatus_X);
+    std::memset(pStatus_X, 0, sizeof *pStatus_X); // cppcheck-suppress memsetClassFloat ; such a 0 is all bits 0 here
     pStatus_X->CurrentSystemTime_ULL = status.CurrentSystemTime;
     pStatus_X->OffsetScaledLogVariance_US = status.offsetScaledLogVariance;
     CopyClockIdentity(status.clockIdentity, pStatus_X->ClockIdentity_UB);

@@ -13,7 +13,7 @@ namespace Quillmont::Platform
 {
 namespace
 {
-constexpr size_t kMostBytesRead = 64 * 1024; // a settings file is a few lines; a runaway one must not fill the memory
+constexpr size_t kMostBytesRead = 65'536; // a settings file is a few lines; a runaway one must not fill the memory
 
 std::string Trimmed(const std::string& text)
 {

@@ -19,8 +19,8 @@ constexpr uint32_t kCaptureSlots = 16; // the widest row has 13, and the whole m
 constexpr size_t kLeastSteps = 1'000'000;
 constexpr size_t kStepsForEachCharacter = 64;
 constexpr uint32_t kHeapLimitKiB = 1024 * 1024;
-constexpr size_t kFirstJitStackBytes = 256 * 1024;
-constexpr size_t kLargestJitStackBytes = 16 * 1024 * 1024; // reserved for one search, used as far as it needs
+constexpr size_t kFirstJitStackBytes = size_t{256} * 1024;
+constexpr size_t kLargestJitStackBytes = size_t{16} * 1024 * 1024; // reserved for one search, used as far as it needs
 
 struct CompileContext
 {

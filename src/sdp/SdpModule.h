@@ -64,7 +64,7 @@ private:
     SdpSink WarningSink;
     nlohmann::json Tree;
     bool SessionSet = false;
-    SdpSession Session;
+    SdpSession Session{};
     SdpMediaList Medias;
 };
 

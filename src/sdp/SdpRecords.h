@@ -65,7 +65,7 @@ struct SdpMedia
     SDP_MEDIA_TYPE Type = SDP_MEDIA_TYPE::NotSet; // tells the derived record
     uint16_t Port = 0;
     uint8_t PayloadType = 0;
-    SdpIpAddress Destination;
+    SdpIpAddress Destination{};
     SdpRefClock RefClock;
     std::string Mid;
     SDP_MEDIA_CLOCK MediaClock = SDP_MEDIA_CLOCK::NotSet;

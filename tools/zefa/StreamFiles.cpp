@@ -32,7 +32,7 @@ std::optional<AncLine> AncLineOf(const std::string& text)
 {
     constexpr size_t kLeast = 6, kMostWords = 255;
     std::istringstream stream(text);
-    const std::vector<std::string> words{std::istream_iterator<std::string>(stream), {}};
+    const std::vector<std::string> words(std::istream_iterator<std::string>(stream), {});
     if (words.size() < kLeast || words.size() > kLeast + kMostWords || (words[3] != "H" && words[3] != "V"))
         return std::nullopt;
     const auto slot = DecimalNumber(words[0]), playlist = DecimalNumber(words[1]), line = DecimalNumber(words[2]);

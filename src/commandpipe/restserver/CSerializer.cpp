@@ -100,7 +100,7 @@ RESULT_CODE WriteList(const std::vector<Element>& list, Value** out, const std::
         made.reset(new (std::nothrow) Value(Value::object()));
         if (!made) return RESULT_OPERATION_FAILED;
     }
-    Value& document = existing ? **out : *made;
+    Value& document = made ? *made : **out;
     for (size_t index = 0; index < list.size(); ++index)
     {
         const RESULT_CODE result = write(list[index], document[key][index]);
