@@ -55,7 +55,7 @@ std::optional<RtpPacket> ReadRtpPacket(std::span<const uint8_t> datagram)
     if (extended)
     {
         if (end - begin < kExtensionHeader) return std::nullopt;
-        const size_t extensionBytes = kExtensionHeader + 4u * Read16(datagram, begin + 2);
+        const size_t extensionBytes = kExtensionHeader + size_t{4} * Read16(datagram, begin + 2);
         if (end - begin < extensionBytes) return std::nullopt;
         begin += extensionBytes;
     }

@@ -60,8 +60,8 @@ struct Packed
             const uint32_t first = lane % kHalfLanes * bits / 8 + half * (bits - secondHalfAt);
             const auto here = static_cast<uint8_t>(first);
             const auto next = first + 1 < kHalfBytes ? static_cast<uint8_t>(first + 1) : kZeroByte; // of 8 bits: unused
-            shuffle.from[2 * lane] = order == kBigEndian ? next : here;
-            shuffle.from[2 * lane + 1] = order == kBigEndian ? here : next;
+            shuffle.from[size_t{2} * lane] = order == kBigEndian ? next : here;
+            shuffle.from[size_t{2} * lane + 1] = order == kBigEndian ? here : next;
         }
         return shuffle;
     }
