@@ -41,8 +41,8 @@ struct Moment // on both clocks
     uint64_t monotonicNs = 0;
 };
 
-// The readings must follow one another closely: to a thread that was put aside between them the clock would seem to have
-// stepped. On a busy machine that happens often, for a thread is put aside in system calls above all.
+// The readings must follow one another closely: to a thread that was put aside between them the clock would seem to
+// have stepped. On a busy machine that happens often, for a thread is put aside in system calls above all.
 Moment ReadClocks(const MediaClock& clock)
 {
     constexpr uint64_t kCloseNs = 100'000;

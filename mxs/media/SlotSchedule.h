@@ -17,8 +17,8 @@ public:
     SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs);
 
     // To be called before WaitNs: how many periods have passed without a slot because nobody asked, too many to be
-    // caught up with. `monotonicNs` is the same moment as `taiNs` on a clock that does not step: a step of the other one
-    // takes no period away.
+    // caught up with. `monotonicNs` is the same moment as `taiNs` on a clock that does not step: a step of the other
+    // one takes no period away.
     uint64_t HeldOff(uint64_t taiNs, uint64_t monotonicNs);
 
     // Time until a slot may begin, 0: now, and the slot's moment is MomentNs. Begins anew with the next moment of the
@@ -27,7 +27,8 @@ public:
     uint64_t MomentNs() const { return TimeOf(Moment); }
 
     // What came of a moment that was due: a slot, or none. Each returns how many periods without a slot have begun that
-    // are not counted yet; before the first slot there are none. Short slots are not looked for in each of their periods.
+    // are not counted yet; before the first slot there are none. Short slots are not looked for in each of their
+    // periods.
     uint64_t Began(uint64_t taiNs, uint64_t monotonicNs);
     uint64_t Missed(uint64_t taiNs, uint64_t monotonicNs);
 

@@ -33,7 +33,8 @@ struct Answers
 };
 
 // What may come when others change states, and end conductors, at the same time. A conductor that is gone, or was given
-// up and lives on in another context, is told as a failed communication where the function has no word of its own for it.
+// up and lives on in another context, is told as a failed communication where the function has no word of its own for
+// it.
 constexpr Answers kAnswers[] = {
     {"ZEFA_CreateMXSContext", Of({kGood})},
     {"ZEFA_DestroyMXSContext", Of({kGood})},
