@@ -46,11 +46,10 @@ ZEFA_ERRORCODE TranslateUnlock(uint32_t railResult)
     }
 }
 
-ZEFA_ERRORCODE TranslateGetAddress(uint32_t railResult)
+ZEFA_ERRORCODE TranslateGetAddress(uint32_t railResult) // of a failure
 {
     switch (railResult)
     {
-    case kRailSuccess: return ZEFA_NO_ERROR;
     case kRailNotUsable: return ZEFA_ERR_INCORRECT_STATE;
     case kRailBadArgument: return ZEFA_ERR_BAD_ARGUMENT;
     default: return ZEFA_ERR_OPERATION_FAILED;

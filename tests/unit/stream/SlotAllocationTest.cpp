@@ -291,6 +291,28 @@ TEST_F(AncSlotOperations, ReadingMorePacketsThanThereIsMemoryForFails)
     EXPECT_EQ(count, 144u); // 1024 - 4 x 220: the next call goes on behind the playlist
 }
 
+TEST_F(AncSlotOperations, MorePacketsThanThereIsMemoryForAreRefused)
+{
+    CStreamModel_Anc model(&Rest, 1, 2);
+    Configure(model);
+    Start(model);
+    void* slot = nullptr;
+    ZEFA_ANC_PACKET* packet = nullptr;
+    ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+
+    NoMemory = true;
+    int packets = 0;
+    ZEFA_ERRORCODE result = ZEFA_NO_ERROR;
+    while (packets <= 1024 && (result = ZEFA_SlotAncAllocatePacket(&model, slot, 0, &packet)) == ZEFA_NO_ERROR)
+        ++packets;
+    NoMemory = false;
+
+    EXPECT_EQ(packets, 1024); // of the first chunk
+    EXPECT_EQ(result, ZEFA_ERR_INCORRECT_STATE);
+    EXPECT_EQ(packet, nullptr);
+    EXPECT_EQ(ZEFA_SlotAncAllocatePacket(&model, slot, 0, &packet), ZEFA_NO_ERROR);
+}
+
 TEST_F(AncSlotOperations, UnlockWithoutMemoryForTheLinesOfAnotherStandardGivesTheElementBackAllTheSame)
 {
     FakeFlowRail::Instance().Reset(8, 4096); // more than elements
