@@ -25,7 +25,7 @@ ContextStore::ContextStore(Clock::duration timeToLive, size_t limit, const Log& 
 
 std::shared_ptr<Context> ContextStore::Create()
 {
-    const auto context = std::make_shared<Context>(Ids.Next(), MakeSecret());
+    auto context = std::make_shared<Context>(Ids.Next(), MakeSecret());
     context->LastAccessNs = WallClockNs();
     Tick(*context);
 

@@ -2,6 +2,7 @@
 #include "mxs/ProcessingMeter.h"
 
 #include <algorithm>
+#include <cmath>
 #include <sys/resource.h>
 #include <thread>
 
@@ -70,7 +71,7 @@ void ProcessingMeter::Sample()
     LastCpuSeconds = cpuSeconds;
     LastSample = now;
     Last = Running;
-    Last.jobs = static_cast<uint32_t>(static_cast<double>(Running.jobs) / seconds + 0.5);
+    Last.jobs = static_cast<uint32_t>(std::lround(static_cast<double>(Running.jobs) / seconds));
     Running = {};
 }
 

@@ -68,7 +68,7 @@ ApiServices Service::ForApi()
 void Service::Start()
 {
     Http.Start(Settings.port);
-    Housekeeper = std::jthread([this](std::stop_token stop) { KeepHouse(std::move(stop)); });
+    Housekeeper = std::jthread([this](const std::stop_token& stop) { KeepHouse(stop); });
 }
 
 void Service::Stop()
@@ -89,7 +89,7 @@ bool Service::RemoveContext(const std::shared_ptr<Context>& context)
     return true;
 }
 
-void Service::KeepHouse(std::stop_token stop)
+void Service::KeepHouse(const std::stop_token& stop)
 {
     const auto period = std::clamp<std::chrono::milliseconds>(Settings.contextTtl / 4, 10ms, 1000ms);
     constexpr std::chrono::seconds kSamplePeriod{1};

@@ -46,7 +46,7 @@ private:
     ApiServices ForApi();
     ptp::PtpSettings ForPtp();
     bool RemoveContext(const std::shared_ptr<Context>& context);
-    void KeepHouse(std::stop_token stop); // expired contexts, damaged rings, samples
+    void KeepHouse(const std::stop_token& stop); // expired contexts, damaged rings, samples
 
     const ServiceSettings Settings;
     const Log& Out;

@@ -9,7 +9,7 @@ namespace mxs
 std::shared_ptr<Stream> StreamStore::Create(const StreamCreate& create, uint64_t contextId)
 {
     if (create.id != 0) throw Refusal(kIncorrectConfiguration, "The key \"ID\" is not 0; streams cannot be attached.");
-    const auto stream = std::make_shared<Stream>(Ids.Next(), contextId, create, Services);
+    auto stream = std::make_shared<Stream>(Ids.Next(), contextId, create, Services);
     {
         const std::lock_guard lock(Mutex);
         if (Streams.size() >= Limit)

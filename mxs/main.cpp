@@ -194,7 +194,7 @@ class StopDeadline
 public:
     explicit StopDeadline(const Log& log)
         : Thread(
-              [this, &log](std::stop_token stopped)
+              [this, &log](const std::stop_token& stopped)
               {
                   std::unique_lock lock(Mutex);
                   Wake.wait_for(lock, stopped, kLongestStop, [] { return false; });
