@@ -9,6 +9,7 @@
 #include "support/LogCapture.h"
 
 #include <gmock/gmock.h>
+#include <pplx/threadpool.h>
 
 using namespace Wire;
 using Quillmont::Trellis::CommandPipe::CommandResClientFactory;
@@ -114,6 +115,25 @@ TEST(TransportLife, TheFactoryMakesAndEndsAClient)
     ASSERT_NE(rest, nullptr);
     EXPECT_EQ(rest->GetConductorClient(), nullptr);
     EXPECT_EQ(CommandResClientFactory::DeleteRestClient(rest), 0u);
+}
+
+// Alone in its process: the HTTP library's threads are counted once, before their first use.
+TEST(PoolOfTheApplication, IsGoodEnough)
+{
+    try
+    {
+        crossplat::threadpool::initialize_with_threads(2);
+    }
+    catch (const std::exception&)
+    {
+        GTEST_SKIP() << "a test before this one has used the pool";
+    }
+
+    Connected Peer;
+    Peer.Service.Answer("GET", "MXS/", 200, kStatus);
+    MXS_STATUS status;
+    EXPECT_EQ(Peer.Rest.GetStatus(&status), RESULT_NO_ERROR);
+    EXPECT_EQ(status.ProcessingStatus.ThreadCount, 1u);
 }
 
 // A client whose shutdown fails, and which tells of its end.
