@@ -15,6 +15,7 @@ endif()
 
 set(ZEFALINE_SANITIZE "" CACHE STRING "address (with undefined behaviour), thread, fuzz, or empty")
 set_property(CACHE ZEFALINE_SANITIZE PROPERTY STRINGS "" address thread fuzz)
+option(ZEFALINE_COVERAGE "Count which lines run (scripts/coverage)" OFF)
 
 find_program(ZEFALINE_CCACHE ccache)
 if(ZEFALINE_CCACHE)
@@ -48,6 +49,15 @@ elseif(ZEFALINE_SANITIZE STREQUAL "fuzz")
     add_link_options(-fsanitize=address,undefined)
 endif()
 
+if(ZEFALINE_COVERAGE)
+    add_library(coverage_exit SHARED ${CMAKE_CURRENT_LIST_DIR}/coverage/Exit.c)
+    target_compile_definitions(coverage_exit PRIVATE _GNU_SOURCE)
+    add_library(coverage_register OBJECT ${CMAKE_CURRENT_LIST_DIR}/coverage/Register.c)
+    add_compile_options(--coverage -fprofile-update=atomic)
+    add_link_options(--coverage)
+    link_libraries($<BUILD_INTERFACE:coverage_exit> $<BUILD_INTERFACE:coverage_register>)
+endif()
+
 function(zefaline_add_folders)
     foreach(folder IN LISTS ARGN)
         add_subdirectory(${folder})
@@ -58,7 +68,7 @@ endfunction()
 # code takes long to optimise. The headers are read once for all sources; in optimised builds the compiler would warn of
 # their insides then.
 function(zefaline_quick_when_sanitized target)
-    if(ZEFALINE_SANITIZE MATCHES "address|thread")
+    if(ZEFALINE_SANITIZE MATCHES "address|thread" OR ZEFALINE_COVERAGE)
         target_compile_options(${target} PRIVATE -O0)
         if(ARGN)
             target_precompile_headers(${target} PRIVATE ${ARGN})

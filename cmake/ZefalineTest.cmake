@@ -1,8 +1,8 @@
 # zefaline_test(name SOURCES ... LIBS ... [LABELS ...] [TIMEOUT seconds] [SERIAL] [JOINED])
 # JOINED: sources that make the compiler write the same long templates again and again are compiled several at once.
-# One GoogleTest program; each of its tests is a test of CTest, but in sanitized builds, where starting a process costs
-# more than most tests, a program is one unless it is a system test. Object libraries are listed one by one, since the
-# objects of one do not come with another.
+# One GoogleTest program; each of its tests is a test of CTest, but in sanitized and counting builds, where a process
+# costs more than most tests, a program is one unless it is a system test. Object libraries are listed one by one, since
+# the objects of one do not come with another.
 include(GoogleTest)
 
 # All programs whose tests bear the label "tsan": what the thread-sanitizer build needs.
@@ -60,7 +60,7 @@ function(zefaline_test name)
     if(ARG_SERIAL)
         list(APPEND properties RUN_SERIAL TRUE)
     endif()
-    if(ZEFALINE_SANITIZE AND NOT "system" IN_LIST ARG_LABELS)
+    if((ZEFALINE_SANITIZE OR ZEFALINE_COVERAGE) AND NOT "system" IN_LIST ARG_LABELS)
         add_test(NAME ${name} COMMAND ${name})
         set_tests_properties(${name} PROPERTIES TIMEOUT 600 LABELS "${ARG_LABELS}")
         return()
