@@ -1,4 +1,5 @@
-// One way from process to process, the receiver asleep: the rail, and GStreamer's shmsink and shmsrc beside it.
+// One way from process to process, the receiver asleep: the rail, and beside it GStreamer's shmsink and shmsrc and a
+// bare futex.
 #ifndef BENCH_RAIL_ONEWAY_H
 #define BENCH_RAIL_ONEWAY_H
 
@@ -22,6 +23,7 @@ public:
     virtual int64_t Measure() = 0;
 };
 
+OneWayRoad* NewFutexRoad(uint32_t, unsigned receiverCpu); // carries nothing but the time
 OneWayRoad* NewRailRoad(uint32_t slotBytes, unsigned receiverCpu);
 OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes,
                              unsigned receiverCpu); // null when this build has no GStreamer, or none is installed

@@ -1,5 +1,6 @@
 // What a hand-over of a slot costs: in one process, there and back between two that poll or sleep, and one way; each
 // beside the least that the machine needs for the same, interleaved in one run. Ratios stand at the end.
+#include "Futex.h"
 #include "OneWay.h"
 #include "Partner.h"
 #include "flowrail1.h"
@@ -10,12 +11,9 @@
 #include <climits>
 #include <cstdio>
 #include <cstring>
-#include <linux/futex.h>
 #include <map>
 #include <memory>
 #include <string>
-#include <sys/mman.h>
-#include <sys/syscall.h>
 #include <thread>
 #include <vector>
 
@@ -111,40 +109,67 @@ uint32_t Give(CFlowRail& rail, uint32_t bytes)
     return result == FLOW_RAIL_OK ? rail.UnlockProducer(slot) : result;
 }
 
-void RailRoundTrip(benchmark::State& state, bool polling, unsigned otherCpu)
+// Two rails, one there and one back, and a process that sends back what comes.
+struct RoundRails
 {
-    const auto bytes = static_cast<uint32_t>(state.range(0));
-    FLOW_RAIL_DESCRIPTOR there = Describe("there", bytes, "producer"), back = Describe("back", bytes, "consumer");
+    explicit RoundRails(uint32_t slotBytes)
+        : There(Describe("there", slotBytes, "producer")), Back(Describe("back", slotBytes, "consumer")),
+          Bytes(slotBytes)
+    {
+    }
+
+    // In the process that measures, behind the fork.
+    void Create()
+    {
+        Out = NewRail(), In = NewRail();
+        if (Out->Create(&There) != FLOW_RAIL_OK || In->Create(&Back) != FLOW_RAIL_OK) Fail("a rail");
+        if (In->AddConsumer(&Token) != FLOW_RAIL_OK) Fail("AddConsumer");
+    }
+    // In the other one.
+    void Open()
+    {
+        In = NewRail(), Out = NewRail();
+        if (In->Open(&There) != FLOW_RAIL_OK || In->AddConsumer(&Token) != FLOW_RAIL_OK) Fail("Open");
+        if (Out->Open(&Back) != FLOW_RAIL_OK) Fail("Open");
+    }
+
+    bool GoThereAndBack(bool polling)
+    {
+        return Give(*Out, Bytes) == FLOW_RAIL_OK && Take(*In, &Token, Bytes, polling) == FLOW_RAIL_OK;
+    }
+    bool SendBack(bool polling)
+    {
+        return Take(*In, &Token, Bytes, polling) == FLOW_RAIL_OK && Give(*Out, Bytes) == FLOW_RAIL_OK;
+    }
+
+    FLOW_RAIL_DESCRIPTOR There, Back;
+    const uint32_t Bytes;
+    std::unique_ptr<CFlowRail> Out, In;
+    uint64_t Token = 0;
+};
+
+void RailBlocked(benchmark::State& state, unsigned otherCpu)
+{
+    RoundRails rails(static_cast<uint32_t>(state.range(0)));
     Partner echo(
         [&](const Partner& line)
         {
             PinTo(otherCpu);
             line.Hear();
-            const auto in = NewRail(), out = NewRail();
-            uint64_t token = 0;
-            if (in->Open(&there) != FLOW_RAIL_OK || in->AddConsumer(&token) != FLOW_RAIL_OK) Fail("Open");
-            if (out->Open(&back) != FLOW_RAIL_OK) Fail("Open");
+            rails.Open();
             line.Say();
-            while (Take(*in, &token, bytes, polling) == FLOW_RAIL_OK && Give(*out, bytes) == FLOW_RAIL_OK)
+            while (rails.SendBack(false))
             {
             }
         });
     PinTo(0);
-    const auto out = NewRail(), in = NewRail();
-    uint64_t token = 0;
-    if (out->Create(&there) != FLOW_RAIL_OK || in->Create(&back) != FLOW_RAIL_OK) Fail("a rail");
-    if (in->AddConsumer(&token) != FLOW_RAIL_OK) Fail("AddConsumer");
+    rails.Create();
     echo.Say();
     echo.Hear();
     for (auto _ : state)
-        if (Give(*out, bytes) != FLOW_RAIL_OK || Take(*in, &token, bytes, polling) != FLOW_RAIL_OK) [[unlikely]]
+        if (!rails.GoThereAndBack(false)) [[unlikely]]
             state.SkipWithError("a lock failed");
-    out->Close();
-}
-
-void Futex(std::atomic<uint32_t>& word, int operation, uint32_t value)
-{
-    syscall(SYS_futex, reinterpret_cast<uint32_t*>(&word), operation, value, nullptr, nullptr, 0);
+    rails.Out->Close();
 }
 
 // Two words; what one side waits for is that the other's has moved on.
@@ -155,46 +180,112 @@ struct Words
 };
 constexpr uint32_t kEnd = UINT32_MAX;
 
-uint32_t AwaitOther(std::atomic<uint32_t>& word, uint32_t old, bool polling)
+enum class Waits
 {
+    Polling,
+    Asleep,
+    AsleepWithLimit // as whoever must notice that the other side has died
+};
+
+uint32_t AwaitOther(std::atomic<uint32_t>& word, uint32_t old, Waits waits)
+{
+    constexpr timespec kLimit{1, 0};
     uint32_t value = 0;
     while ((value = word.load(std::memory_order_acquire)) == old)
-        if (!polling) Futex(word, FUTEX_WAIT, old);
+        if (waits != Waits::Polling) Futex(word, FUTEX_WAIT, old, waits == Waits::AsleepWithLimit ? &kLimit : nullptr);
     return value;
 }
 
-void Advance(std::atomic<uint32_t>& word, uint32_t value, bool polling)
+void Advance(std::atomic<uint32_t>& word, uint32_t value, Waits waits)
 {
     word.store(value, std::memory_order_release);
-    if (!polling) Futex(word, FUTEX_WAKE, 1);
+    if (waits != Waits::Polling) Futex(word, FUTEX_WAKE, 1);
 }
 
-void RawRoundTrip(benchmark::State& state, bool polling, unsigned otherCpu)
+void RawBlocked(benchmark::State& state, Waits waits, unsigned otherCpu)
 {
-    void* const memory =
-        mmap(nullptr, sizeof(Words), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
-    if (memory == MAP_FAILED) Fail("mmap");
-    auto& words = *new (memory) Words{};
-    {
-        Partner echo(
-            [&](const Partner& line)
-            {
-                PinTo(otherCpu);
-                line.Say();
-                for (uint32_t value = 0; (value = AwaitOther(words.there, value, polling)) != kEnd;)
-                    Advance(words.back, value, polling);
-            });
-        PinTo(0);
-        echo.Hear();
-        uint32_t value = 0;
-        for (auto _ : state)
+    const SharedWords<Words> words;
+    Partner echo(
+        [&](const Partner& line)
         {
-            Advance(words.there, value + 1, polling);
-            value = AwaitOther(words.back, value, polling);
-        }
-        Advance(words.there, kEnd, polling);
+            PinTo(otherCpu);
+            line.Say();
+            for (uint32_t value = 0; (value = AwaitOther(words->there, value, waits)) != kEnd;)
+                Advance(words->back, value, waits);
+        });
+    PinTo(0);
+    echo.Hear();
+    uint32_t value = 0;
+    for (auto _ : state)
+    {
+        Advance(words->there, value + 1, waits);
+        value = AwaitOther(words->back, value, waits);
     }
-    munmap(memory, sizeof(Words));
+    Advance(words->there, kEnd, waits);
+}
+
+// The two processors are near to each other at one time and far at another, as the machine below this one places them:
+// bare words and rail take turns of a few hundred round trips between the same two processes.
+void RailSpin(benchmark::State& state)
+{
+    constexpr int kTurn = 256;
+    constexpr Waits kPolling = Waits::Polling;
+    RoundRails rails(static_cast<uint32_t>(state.range(0)));
+    const SharedWords<Words> words;
+    Partner echo(
+        [&](const Partner& line)
+        {
+            PinTo(1);
+            line.Hear();
+            rails.Open();
+            line.Say();
+            for (uint32_t value = 0;;)
+            {
+                for (int i = 0; i < kTurn; ++i)
+                {
+                    value = AwaitOther(words->there, value, kPolling);
+                    if (value == kEnd) return;
+                    Advance(words->back, value, kPolling);
+                }
+                for (int i = 0; i < kTurn; ++i)
+                    if (!rails.SendBack(true)) return;
+            }
+        });
+    PinTo(0);
+    rails.Create();
+    echo.Say();
+    echo.Hear();
+    struct Turn
+    {
+        double rawNs, railNs;
+    };
+    std::vector<Turn> turns;
+    uint32_t value = 0;
+    for (auto _ : state)
+    {
+        const int64_t begin = NowNs();
+        for (int i = 0; i < kTurn; ++i)
+        {
+            Advance(words->there, value + 1, kPolling);
+            value = AwaitOther(words->back, value, kPolling);
+        }
+        const int64_t middle = NowNs();
+        for (int i = 0; i < kTurn; ++i)
+            if (!rails.GoThereAndBack(true)) [[unlikely]]
+                state.SkipWithError("a lock failed");
+        const int64_t end = NowNs();
+        turns.push_back({static_cast<double>(middle - begin) / kTurn, static_cast<double>(end - middle) / kTurn});
+        state.SetIterationTime(turns.back().railNs * 1e-9);
+    }
+    Advance(words->there, kEnd, kPolling);
+    rails.Out->Close();
+    // Both figures of the turn whose ratio is the median one, so that they come from the same moment.
+    const auto median = turns.begin() + static_cast<std::ptrdiff_t>(turns.size() / 2);
+    std::nth_element(turns.begin(), median, turns.end(),
+                     [](const Turn& left, const Turn& right)
+                     { return left.railNs * right.rawNs < right.railNs * left.rawNs; });
+    state.counters["raw_ns"] = median->rawNs;
+    state.counters["rail_ns"] = median->railNs;
 }
 
 // ---- one way ----
@@ -230,9 +321,10 @@ public:
         for (const Run& run : runs)
             if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median" && !run.error_occurred)
             {
-                const auto counter = run.counters.find("median_ns");
-                Ns[run.run_name.function_name + "/" + run.run_name.args] =
-                    counter != run.counters.end() ? counter->second.value : run.GetAdjustedRealTime();
+                const std::string name = run.run_name.function_name + "/" + run.run_name.args;
+                Ns[name] = run.GetAdjustedRealTime();
+                for (const auto& [counter, value] : run.counters)
+                    Ns[counter == "median_ns" ? name : name + ":" + counter] = value.value;
             }
         ConsoleReporter::ReportRuns(runs);
     }
@@ -272,38 +364,36 @@ int main(int argc, char** argv)
 
     using benchmark::RegisterBenchmark;
     RegisterBenchmark("LeastRingCycle", LeastRingCycle)->Arg(0);
-    RegisterBenchmark("RawSpin", [](benchmark::State& state) { RawRoundTrip(state, true, 1); })->Arg(0)->UseRealTime();
-    RegisterBenchmark("RawFutexOneCpu", [](benchmark::State& state) { RawRoundTrip(state, false, 0); })
-        ->Arg(0)
-        ->UseRealTime();
-    RegisterBenchmark("RawFutexAcross", [](benchmark::State& state) { RawRoundTrip(state, false, 1); })
-        ->Arg(0)
-        ->UseRealTime();
+    const auto rawBlocked = [](const char* name, Waits waits, unsigned cpu) {
+        RegisterBenchmark(name, [=](benchmark::State& state) { RawBlocked(state, waits, cpu); })->Arg(0)->UseRealTime();
+    };
+    rawBlocked("RawFutexOneCpu", Waits::Asleep, 0);
+    rawBlocked("RawFutexLimitOneCpu", Waits::AsleepWithLimit, 0);
+    rawBlocked("RawFutexAcross", Waits::Asleep, 1);
+    const auto oneWay = [](const std::string& name, OneWayRoad* (*make)(uint32_t, unsigned), int64_t size, unsigned cpu)
+    {
+        RegisterBenchmark((name + (cpu == 0 ? "OneCpu" : "Across")).c_str(),
+                          [=](benchmark::State& state) { OneWay(state, make, cpu); })
+            ->Arg(size)
+            ->UseManualTime()
+            ->Iterations(300);
+    };
+    for (const unsigned cpu : {0u, 1u})
+        oneWay("RawOneWay", NewFutexRoad, 0, cpu);
     for (const int64_t size : kSizes)
     {
         RegisterBenchmark("RailCycle", RailCycle)->Arg(size);
-        RegisterBenchmark("RailSpin", [](benchmark::State& state) { RailRoundTrip(state, true, 1); })
+        RegisterBenchmark("RailSpin", RailSpin)->Arg(size)->UseManualTime()->Iterations(500);
+        RegisterBenchmark("RailBlockedOneCpu", [](benchmark::State& state) { RailBlocked(state, 0); })
             ->Arg(size)
             ->UseRealTime();
-        RegisterBenchmark("RailBlockedOneCpu", [](benchmark::State& state) { RailRoundTrip(state, false, 0); })
-            ->Arg(size)
-            ->UseRealTime();
-        RegisterBenchmark("RailBlockedAcross", [](benchmark::State& state) { RailRoundTrip(state, false, 1); })
+        RegisterBenchmark("RailBlockedAcross", [](benchmark::State& state) { RailBlocked(state, 1); })
             ->Arg(size)
             ->UseRealTime();
         for (const unsigned cpu : {0u, 1u})
         {
-            const std::string place = cpu == 0 ? "OneCpu" : "Across";
-            RegisterBenchmark(("RailOneWay" + place).c_str(),
-                              [cpu](benchmark::State& state) { OneWay(state, NewRailRoad, cpu); })
-                ->Arg(size)
-                ->UseManualTime()
-                ->Iterations(300);
-            RegisterBenchmark(("GStreamerOneWay" + place).c_str(),
-                              [cpu](benchmark::State& state) { OneWay(state, NewGStreamerRoad, cpu); })
-                ->Arg(size)
-                ->UseManualTime()
-                ->Iterations(300);
+            oneWay("RailOneWay", NewRailRoad, size, cpu);
+            oneWay("GStreamerOneWay", NewGStreamerRoad, size, cpu);
         }
     }
     benchmark::Initialize(&count, arguments.data());
@@ -321,14 +411,18 @@ int main(int argc, char** argv)
         medians.Compare("  full cycle / least ring", "RailCycle" + size, "LeastRingCycle/0", 0);
         medians.Compare("  full cycle / the one of 4 KiB", "RailCycle" + size, "RailCycle/4096", 0);
         // A quarter of iceoryx's 3150 ns, on the machine where the bare words take 510.
-        medians.Compare("  spinning there and back / two bare words", "RailSpin" + size, "RawSpin/0", 1.54);
+        medians.Compare("  spinning there and back / two bare words", "RailSpin" + size + ":rail_ns",
+                        "RailSpin" + size + ":raw_ns", 1.54);
         medians.CompareTo("  asleep, one vCPU / iceoryx WaitSet, 7900 ns", "RailBlockedOneCpu" + size, 7900, 0.65);
         medians.Compare("  asleep, one vCPU / bare futex", "RailBlockedOneCpu" + size, "RawFutexOneCpu/0", 1.15);
+        medians.Compare("  the same / bare futex with a time limit", "RailBlockedOneCpu" + size,
+                        "RawFutexLimitOneCpu/0", 0);
         medians.Compare("  asleep, across / bare futex", "RailBlockedAcross" + size, "RawFutexAcross/0", 0);
         medians.Compare("  one way, one vCPU / GStreamer shm", "RailOneWayOneCpu" + size,
                         "GStreamerOneWayOneCpu" + size, 0.7);
         medians.Compare("  one way, across / GStreamer shm", "RailOneWayAcross" + size, "GStreamerOneWayAcross" + size,
                         0.7);
+        medians.Compare("  one way, across / bare futex", "RailOneWayAcross" + size, "RawOneWayAcross/0", 0);
     }
     return 0;
 }
