@@ -1,7 +1,6 @@
 // The system calls of the wait, counted.
 #include "RailWait.h"
 
-#include <cerrno>
 #include <ctime>
 #include <linux/futex.h>
 #include <sys/syscall.h>
@@ -52,12 +51,13 @@ int64_t CoarseTickNs()
     return tick.tv_nsec;
 }
 
-bool SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t limitNs)
+void SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t untilNs)
 {
     CountCall();
-    const timespec limit{limitNs / 1'000'000'000, limitNs % 1'000'000'000};
-    // Not private, since the word lies in several processes.
-    return syscall(SYS_futex, FutexWord(word), FUTEX_WAIT, seen, &limit, nullptr, 0) != 0 && errno == ETIMEDOUT;
+    const timespec until{untilNs / 1'000'000'000, untilNs % 1'000'000'000};
+    // Not private, since the word lies in several processes. This kind of wait takes a time of the clock, which the
+    // system need not read then.
+    syscall(SYS_futex, FutexWord(word), FUTEX_WAIT_BITSET, seen, &until, nullptr, FUTEX_BITSET_MATCH_ANY);
 }
 
 void WakeSleepers(std::atomic<uint32_t>& word)

@@ -19,8 +19,8 @@ int64_t MonotonicNs();
 int64_t CoarseNs();
 int64_t CoarseTickNs();
 
-// Sleeps while the word is `seen`. True when the time ran out; may return early.
-bool SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t limitNs);
+// Sleeps while the word is `seen`, until a time of MonotonicNs at the latest; may return early.
+void SleepOn(std::atomic<uint32_t>& word, uint32_t seen, int64_t untilNs);
 
 void WakeSleepers(std::atomic<uint32_t>& word);
 
@@ -75,29 +75,28 @@ private:
                         CheckPeers& checkPeers)
     {
         const int64_t timeoutNs = int64_t{timeoutMs} * 1'000'000;
-        const int64_t start = CoarseNs();
-        int64_t limit = std::min(timeoutNs, kPeerCheckNs);
-        int64_t deadline = 0; // most waits end in their first sleep, and never look at the clock again
-        for (;;)
+        // Most waits end in their first sleep and pay for this look at the clock alone: a tick does not count in a
+        // long one.
+        const int64_t start = timeoutNs < kPeerCheckNs ? MonotonicNs() : CoarseNs() + CoarseTickNs();
+        const int64_t deadline = start + timeoutNs;
+        for (int64_t now = start;;)
         {
             // The bit stands before the last look at what is waited for; the other side stores that first and looks
             // at the word afterwards. So one of the two sees the other.
             const uint32_t seen = word.fetch_or(bit, std::memory_order_seq_cst) | bit;
             uint32_t result = poll();
             if (result != FLOW_RAIL_TIMEOUT) return result;
-            const bool ranOut = SleepOn(word, seen, limit);
+            SleepOn(word, seen, std::min(deadline, now + kPeerCheckNs));
             result = poll();
             if (result != FLOW_RAIL_TIMEOUT) return result;
 
-            const int64_t now = MonotonicNs();
+            now = MonotonicNs();
             if (IsPeerCheckDue(now))
             {
                 result = checkPeers();
                 if (result != FLOW_RAIL_TIMEOUT) return result;
             }
-            if (deadline == 0) deadline = ranOut ? now + timeoutNs - limit : start + CoarseTickNs() + timeoutNs;
             if (now >= deadline) return FLOW_RAIL_TIMEOUT;
-            limit = std::min(deadline - now, kPeerCheckNs);
         }
     }
 
