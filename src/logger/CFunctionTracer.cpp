@@ -3,6 +3,7 @@
 
 #include "logger/Log.h"
 
+#include <exception>
 #include <string>
 #include <utility>
 
@@ -10,7 +11,14 @@ using namespace Quillmont::Logger;
 
 CFunctionTracer::CFunctionTracer(const char* name) : HasExitAction(false), Name(name)
 {
-    if (HasListener()) Log(kPriorityDebug, std::string(Name) + " --> Entering ");
+    try
+    {
+        if (HasListener()) Log(kPriorityDebug, std::string(Name) + " --> Entering ");
+    }
+    catch (const std::exception&) // out of memory: destructors are traced, too, and would end the process
+    {
+        return;
+    }
 }
 
 CFunctionTracer::CFunctionTracer(const char* name, std::function<void(const char*)> entryAction,

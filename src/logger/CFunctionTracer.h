@@ -4,7 +4,7 @@
 #include <functional>
 
 // On the stack of the traced function. The name must outlive the object. While nobody listens to the log it costs
-// little more than a look at a flag.
+// little more than a look at a flag. A line for which there is no memory is left out: the trace fails nothing.
 class CFunctionTracer
 {
 public:

@@ -2,6 +2,8 @@
 
 #include "logger/Log.h"
 
+#include <exception>
+
 namespace Quillmont::Trellis::CommandPipe::RestServer
 {
 using Quillmont::Logger::HasListener;
@@ -11,7 +13,14 @@ using Quillmont::Logger::Log;
 void TraceEntering(const char* name)
 {
     if (!HasListener()) return; // no text is built for nobody
-    Log(kPriorityDebug, std::string(name) + " --> Entering - ");
+    try
+    {
+        Log(kPriorityDebug, std::string(name) + " --> Entering - ");
+    }
+    catch (const std::exception&) // out of memory: what destructors call is traced, too, and would end the process
+    {
+        return;
+    }
 }
 
 void TraceExitingWith::operator()(const char* name) const
