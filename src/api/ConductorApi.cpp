@@ -79,14 +79,9 @@ ZEFA_ERRORCODE ZEFA_AddSharedConductorToContext(ZEFA_HANDLE Context, uint64_t Co
     return TranslateAddSharedConductorToContext(context->GetRestClient()->GetConductorClient()->Create(&conductor));
 }
 
-static ZEFA_ERRORCODE TranslateGetSharedConductorList(RESULT_CODE result)
+static ZEFA_ERRORCODE TranslateGetSharedConductorList(RESULT_CODE failure)
 {
-    switch (result)
-    {
-    case RESULT_NO_ERROR: return ZEFA_NO_ERROR;
-    case RESULT_NOT_INITIALIZED: return ZEFA_ERR_COMMUNICATION;
-    default: return ZEFA_ERR_INCORRECT_STATE;
-    }
+    return failure == RESULT_NOT_INITIALIZED ? ZEFA_ERR_COMMUNICATION : ZEFA_ERR_INCORRECT_STATE;
 }
 
 ZEFA_ERRORCODE ZEFA_GetSharedConductorList(ZEFA_HANDLE Context, uint64_t* pConductorIds_ULL, uint32_t* pNbConductors_UL)

@@ -16,14 +16,9 @@
 using namespace Quillmont::Trellis::Zefa;
 using namespace Quillmont::Trellis::CommandPipe::RestServer;
 
-static ZEFA_ERRORCODE TranslateGetCPUCoresHandlesList(RESULT_CODE result)
+static ZEFA_ERRORCODE TranslateGetCPUCoresHandlesList(RESULT_CODE failure)
 {
-    switch (result)
-    {
-    case RESULT_NO_ERROR: return ZEFA_NO_ERROR;
-    case RESULT_NOT_INITIALIZED: return ZEFA_ERR_COMMUNICATION;
-    default: return ZEFA_ERR_INCORRECT_STATE;
-    }
+    return failure == RESULT_NOT_INITIALIZED ? ZEFA_ERR_COMMUNICATION : ZEFA_ERR_INCORRECT_STATE;
 }
 
 // Without a trace, unlike its neighbours.
@@ -117,14 +112,9 @@ ZEFA_ERRORCODE ZEFA_GetCpuCoreStatus(ZEFA_HANDLE Context, uint64_t CpuCoreId_ULL
     return ZEFA_NO_ERROR;
 }
 
-static ZEFA_ERRORCODE TranslateGetNetworkInterfaceHandlesList(RESULT_CODE result)
+static ZEFA_ERRORCODE TranslateGetNetworkInterfaceHandlesList(RESULT_CODE failure)
 {
-    switch (result)
-    {
-    case RESULT_NO_ERROR: return ZEFA_NO_ERROR;
-    case RESULT_NOT_INITIALIZED: return ZEFA_ERR_COMMUNICATION;
-    default: return ZEFA_ERR_INCORRECT_STATE;
-    }
+    return failure == RESULT_NOT_INITIALIZED ? ZEFA_ERR_COMMUNICATION : ZEFA_ERR_INCORRECT_STATE;
 }
 
 ZEFA_ERRORCODE ZEFA_GetNetworkInterfaceHandlesList(ZEFA_HANDLE Context, uint64_t* pNetworkInterfaceIds_ULL,
