@@ -119,6 +119,7 @@ ChildProcess::ChildProcess(const std::string& path, const std::vector<std::strin
     std::vector<std::string> words{path};
     words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words)
         argv.push_back(word.data());
     argv.push_back(nullptr);
