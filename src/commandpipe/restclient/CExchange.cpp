@@ -2,7 +2,6 @@
 #include "commandpipe/restclient/CExchange.h"
 
 #include <memory>
-#include <sstream>
 #include <string>
 
 #include <cpprest/asyncrt_utils.h>
@@ -116,11 +115,17 @@ RESULT_CODE CExchange::Create(uint64_t* id)
 
 std::optional<utility::string_t> FindFifthPart(const utility::string_t& location)
 {
-    std::istringstream parts(utility::conversions::to_utf8string(location));
-    std::string part;
-    for (int count = 0; count < 5; ++count)
-        if (!std::getline(parts, part, '/')) return std::nullopt;
-    return utility::conversions::to_string_t(part);
+    // Not by a stream: one that is out of memory ends early and keeps silent.
+    const std::string text = utility::conversions::to_utf8string(location);
+    size_t begin = 0;
+    for (int before = 0; before < 4; ++before)
+    {
+        begin = text.find('/', begin);
+        if (begin == std::string::npos) return std::nullopt;
+        ++begin;
+    }
+    if (begin == text.size()) return std::nullopt;
+    return utility::conversions::to_string_t(text.substr(begin, text.find('/', begin) - begin));
 }
 
 } // namespace Quillmont::Trellis::CommandPipe::RestClient

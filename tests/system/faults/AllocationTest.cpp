@@ -2,16 +2,33 @@
 // library makes on the calling thread fails once. std::bad_alloc passes through or the call ends with an error code, the
 // service and the handles are usable afterwards, and nothing is lost. What the HTTP library allocates for itself does not
 // fail here: it may wait for ever then.
+//     system_faults_allocation           with the trace in the log on, a choice of allocations
+//     system_faults_allocation --every   with the trace on, too, each of them
 #include "ControlCalls.h"
 #include "support/LostService.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <execinfo.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
 #include <link.h>
+#include <mutex>
 #include <new>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// A context that was not made, or whose end was not read, keeps its watchdog, and a tick may be under way in the HTTP
+// library when the process ends.
+extern "C" [[gnu::visibility("default")]] const char* __lsan_default_suppressions();
+extern "C" const char* __lsan_default_suppressions()
+{
+    return "leak:libcpprest\n";
+}
 
 namespace
 {
@@ -175,6 +192,8 @@ namespace
 
 constexpr ZEFA_ERRORCODE kGood = ZEFA_NO_ERROR;
 constexpr ZEFA_ERRORCODE kBadAlloc = UINT32_MAX;
+constexpr const char* kTracedVariable = "ZEFALINE_TEST_TRACED"; // set in a process whose library finds settings
+bool everyOne = false;
 
 struct Outcome
 {
@@ -202,10 +221,24 @@ Outcome WithFailing(size_t failing, Call&& call)
 struct Figures
 {
     size_t allocations = 0, thrown = 0, errors = 0, successes = 0;
+
+    void Count(const Outcome& outcome)
+    {
+        if (outcome.result == kBadAlloc)
+            ++thrown;
+        else
+            ++(outcome.result == kGood ? successes : errors);
+    }
+
+    void Print(const char* name) const
+    {
+        std::printf("%-32s %4zu allocations: %4zu thrown, %4zu errors, %4zu successes\n", name, allocations, thrown,
+                    errors, successes);
+    }
 };
 
-// Fails each allocation of the call once.
-Figures FailEach(World& world, const ControlCall& call)
+// Fails each allocation of the call once, or one of `stride`.
+Figures FailEach(World& world, const ControlCall& call, size_t stride = 1)
 {
     const auto step = [&](ControlCall::Step make)
     {
@@ -217,31 +250,30 @@ Figures FailEach(World& world, const ControlCall& call)
     std::string wholeTold;
     EXPECT_EQ(call.expected, call.make(world, wholeTold));
     step(call.undo);
-    for (bool failed = true; failed && !testing::Test::HasFailure();)
+    size_t failing = 0;
+    for (bool failed = true; failed && !testing::Test::HasFailure(); failing += stride)
     {
         step(call.prepare);
         std::string told;
-        const auto make = [&] { return WithFailing(figures.allocations, [&] { return call.make(world, told); }); };
+        const auto make = [&] { return WithFailing(failing, [&] { return call.make(world, told); }); };
         const Outcome outcome = call.leavesWhatIsLost ? LeaveOutOfReach(make) : make();
         failed = outcome.failed;
-        figures.allocations += failed;
-        if (!failed)
+        if (failed)
+        {
+            figures.Count(outcome);
+            ++figures.allocations;
+            EXPECT_TRUE(outcome.result == kBadAlloc || outcome.result <= ZEFA_ERR_COMMUNICATION);
+        }
+        else
         {
             EXPECT_EQ(call.expected, outcome.result);
         }
-        else if (outcome.result == kBadAlloc)
-            ++figures.thrown;
-        else
-        {
-            EXPECT_LE(outcome.result, ZEFA_ERR_COMMUNICATION);
-            ++(outcome.result == kGood ? figures.successes : figures.errors);
-        }
         if (outcome.result == kGood)
         {
-            EXPECT_TRUE(call.readsLists || told == wholeTold) << "allocation " << figures.allocations;
+            EXPECT_TRUE(call.readsLists || told == wholeTold) << "allocation " << failing;
         }
         uint64_t version = 0;
-        EXPECT_EQ(kGood, ZEFA_GetMXSStatus(world.Context(), &version)) << "after allocation " << figures.allocations;
+        EXPECT_EQ(kGood, ZEFA_GetMXSStatus(world.Context(), &version)) << "after allocation " << failing;
         step(call.undo);
     }
     step(call.leave);
@@ -273,8 +305,7 @@ TEST(Allocations, ThatFailPassThroughOrAreAnErrorAndTheNextCallWorks)
         if (HasFailure()) break;
         SCOPED_TRACE(call.name);
         const Figures figures = FailEach(world, call);
-        std::printf("%-32s %4zu allocations: %4zu thrown, %4zu errors, %4zu successes\n", call.name,
-                    figures.allocations, figures.thrown, figures.errors, figures.successes);
+        figures.Print(call.name);
         EXPECT_GT(figures.allocations, 0u);
         // What is half made stays: nobody can reach it.
         if (!call.leavesWhatIsLost && !call.keepsMore)
@@ -284,12 +315,147 @@ TEST(Allocations, ThatFailPassThroughOrAreAnErrorAndTheNextCallWorks)
     }
 }
 
+// Calls with one failing allocation after another, side by side: those that end a context wait for its watchdog. Each
+// call gets a context of its own from `begin` and leaves it to `end`.
+template <class Begin, class Call, class End>
+Figures FailEachBesideOthers(size_t stride, const Begin& begin, const Call& call, const End& end)
+{
+    constexpr size_t kAtOnce = 20;
+    Figures figures;
+    size_t failing = 0;
+    for (bool failed = true; failed && !testing::Test::HasFailure();)
+    {
+        std::vector<std::future<Outcome>> outcomes;
+        for (size_t i = 0; i < kAtOnce; ++i, failing += stride)
+            outcomes.push_back(std::async(std::launch::async,
+                                          [&, failing]
+                                          {
+                                              ZEFA_HANDLE context = begin();
+                                              const Outcome outcome = LeaveOutOfReach(
+                                                  [&] { return WithFailing(failing, [&] { return call(context); }); });
+                                              end(context, outcome);
+                                              return outcome;
+                                          }));
+        for (std::future<Outcome>& each : outcomes)
+        {
+            const Outcome outcome = each.get();
+            failed = outcome.failed;
+            if (!failed)
+            {
+                EXPECT_EQ(kGood, outcome.result);
+                continue;
+            }
+            figures.Count(outcome);
+            ++figures.allocations;
+            EXPECT_TRUE(outcome.result == kBadAlloc || outcome.result <= ZEFA_ERR_COMMUNICATION);
+        }
+    }
+    return figures;
+}
+
+// Contexts that nobody can end stay within reach, where leaks are looked for.
+void Keep(ZEFA_HANDLE context)
+{
+    static auto& mutex = *new std::mutex;
+    static auto& kept = *new std::vector<ZEFA_HANDLE>;
+    const std::lock_guard lock(mutex);
+    kept.push_back(context);
+}
+
+void FailEachOfAContextsLife(const std::string& url, size_t stride)
+{
+    const auto make = [&url]
+    {
+        ZEFA_HANDLE context = nullptr;
+        EXPECT_EQ(kGood, ZEFA_CreateMXSContext(url.c_str(), &context));
+        return context;
+    };
+    // A context that was authenticated is the application's, whatever came after.
+    const Figures made = FailEachBesideOthers(
+        stride, [] { return ZEFA_HANDLE{}; },
+        [&url](ZEFA_HANDLE& context) { return ZEFA_CreateMXSContext(url.c_str(), &context); },
+        [](ZEFA_HANDLE context, const Outcome& outcome)
+        {
+            EXPECT_TRUE(context || outcome.result != kGood);
+            if (context)
+            {
+                EXPECT_EQ(kGood, ZEFA_DestroyMXSContext(context));
+            }
+        });
+    made.Print("CreateMXSContext");
+    EXPECT_GT(made.allocations, 0u);
+
+    // One that was not ended can be ended again, unless the service has ended it and its answer was not read.
+    const Figures ended = FailEachBesideOthers(
+        stride, make, [](ZEFA_HANDLE& context) { return ZEFA_DestroyMXSContext(context); },
+        [](ZEFA_HANDLE context, const Outcome& outcome)
+        {
+            if (outcome.result != kGood && ZEFA_DestroyMXSContext(context) != kGood) Keep(context);
+        });
+    ended.Print("DestroyMXSContext");
+    EXPECT_GT(ended.allocations, 0u);
+}
+
+TEST(Allocations, ThatFailWhileAContextIsMadeOrEndedPassThroughOrAreAnError)
+{
+    MxsProcess service({"--context-ttl", "5"});
+    FailEachOfAContextsLife(service.ServiceUrl(), 1);
+    const World next(service.ServiceUrl());
+}
+
+// The library reads its settings when it is loaded: this test again, in a process that finds some.
+int RunTraced(const char* test, const std::filesystem::path& folder)
+{
+    const std::filesystem::path settings = folder / "quillmont";
+    std::filesystem::create_directories(settings);
+    std::ofstream(settings / "zefaline.conf") << "DebugFilter = Error Warning Info Debug\nDebugOutput = StdOutputLog\n";
+    const std::string filter = std::string("--gtest_filter=") + test, trace = folder / "trace";
+    const pid_t child = ::fork();
+    if (child == 0)
+    {
+        ::dup2(::open(trace.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), STDERR_FILENO);
+        ::setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+        ::setenv(kTracedVariable, "1", 1);
+        ::execl("/proc/self/exe", "system_faults_allocation", filter.c_str(), everyOne ? "--every" : nullptr, nullptr);
+        ::_exit(127);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+// Destructors are traced, too: what is thrown there ends the process.
+TEST(Allocations, ThatFailWhileTheTraceIsOnEndNobody)
+{
+    if (!::getenv(kTracedVariable))
+    {
+        const std::filesystem::path folder = testing::TempDir() + "traced-" + std::to_string(::getpid());
+        std::filesystem::create_directories(folder);
+        EXPECT_EQ(0, RunTraced("Allocations.ThatFailWhileTheTraceIsOnEndNobody", folder));
+        std::ifstream trace(folder / "trace");
+        const std::string text{std::istreambuf_iterator<char>(trace), {}};
+        EXPECT_NE(std::string::npos, text.find("CRestClient::~CRestClient --> Exiting "));
+        std::filesystem::remove_all(folder);
+        return;
+    }
+    MxsProcess service({"--context-ttl", "5"});
+    FailEachOfAContextsLife(service.ServiceUrl(), everyOne ? 1 : 7);
+    World world(service.ServiceUrl());
+    for (const ControlCall& call : ControlCalls())
+    {
+        if (HasFailure()) break;
+        SCOPED_TRACE(call.name);
+        FailEach(world, call, everyOne ? 1 : 61).Print(call.name);
+    }
+}
+
 } // namespace
 } // namespace test
 
 int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
+    test::everyOne = argc > 1 && std::string(argv[1]) == "--every";
     FindCode();
     return RUN_ALL_TESTS();
 }

@@ -137,7 +137,13 @@ const ControlCall kControlCalls[] = {
      }},
     {.name = "CreateConductor",
      .expected = kGood,
-     .make = [](World& world, std::string&) { return ZEFA_CreateConductor(world.Context(), 0, &world.Made); },
+     .make =
+         [](World& world, std::string& told)
+     {
+         const ZEFA_ERRORCODE result = ZEFA_CreateConductor(world.Context(), 0, &world.Made);
+         if (result == kGood) told = world.Made ? "made" : "";
+         return result;
+     },
      .undo = RemoveMadeConductor,
      .leavesWhatIsLost = true},
     {.name = "DestroyConductor",
