@@ -1,14 +1,20 @@
 // The service dies at each point of each exported call: a proxy cuts the connection behind every byte of the request
 // and of the answer. The call has to answer, what it tells has to be whole, and the next one has to work.
 //     system_faults_cut           a choice of places: both ends, all ends of lines, some between
-//     system_faults_cut --every   every byte, both ways to end; and a service that never answers
+//     system_faults_cut --every   every byte, both ways to end; deaths of the process in each call; and a service that
+//                                 never answers, or too late
 #include "ControlCalls.h"
 #include "CuttingProxy.h"
 #include "Leftovers.h"
 #include "support/LostService.h"
 
+#include <chrono>
 #include <cstdio>
+#include <fstream>
 #include <future>
+#include <iterator>
+#include <regex>
+#include <set>
 
 using namespace test;
 
@@ -181,6 +187,46 @@ void PlayCuts(CuttingProxy& proxy, std::unique_ptr<World>& world, const ControlC
     figures.Print(call.name, request, answer);
 }
 
+// Those whose work is done in this process, and the two that have tests of their own.
+const std::set<std::string> kOthers{"CreateMXSContext",
+                                    "DestroyMXSContext",
+                                    "CreatePTPDSFromProfile",
+                                    "ErrorToString",
+                                    "GetAncSdiVideoStandardInfo",
+                                    "GetLibrariesStatus",
+                                    "GetSlotBuffer",
+                                    "GetSlotLostDataInfo",
+                                    "GetSlotTimestamps",
+                                    "LockSlot",
+                                    "ReadSDP",
+                                    "ST2110_20_GetVideoStandardInfo",
+                                    "SetSlotTimestamps",
+                                    "SlotAncAllocatePacket",
+                                    "SlotAncGetNbPackets",
+                                    "SlotAncGetPacket",
+                                    "SlotAncInsertPacket",
+                                    "SlotAncRemovePacket",
+                                    "UnlockSlot",
+                                    "WriteSDP"};
+
+TEST(Calls, AreAllThatAskTheService)
+{
+    std::set<std::string> declared, known = kOthers;
+    const std::regex function(R"(ZEFA_API ZEFA_ERRORCODE ZEFA_(\w+)\()");
+    for (const auto& header : std::filesystem::directory_iterator(HEADERS))
+    {
+        std::ifstream file(header.path());
+        const std::string text{std::istreambuf_iterator<char>(file), {}};
+        for (std::sregex_iterator match(text.begin(), text.end(), function), end; match != end; ++match)
+            declared.insert((*match)[1]);
+    }
+    for (const ControlCall& call : ControlCalls())
+        known.insert(std::string(call.name).substr(0, std::string(call.name).find(' ')));
+
+    EXPECT_EQ(declared, known);
+    EXPECT_EQ(55u, declared.size());
+}
+
 // Ends contexts beside each other: each waits up to a second for its watchdog. Returns how many the service refused;
 // they are kept, for nobody can end them.
 size_t DestroyAll(std::vector<ZEFA_HANDLE>& contexts)
@@ -340,14 +386,42 @@ TEST_F(Cuts, AnswersThatComeTwiceEndNoCallForEver)
     }
 }
 
+TEST_F(Cuts, AnswersThatComeLateAreWaitedFor)
+{
+    World world(Proxy.Url());
+    for (const ControlCall& call : ControlCalls())
+    {
+        SCOPED_TRACE(call.name);
+        std::string wholeTold, told;
+        Step(call.enter, world);
+        Step(call.prepare, world);
+        EXPECT_EQ(call.expected, call.make(world, wholeTold));
+        Step(call.undo, world);
+        Step(call.prepare, world);
+        Proxy.Hurt(Harm::Late);
+        const auto asked = std::chrono::steady_clock::now();
+        EXPECT_EQ(call.expected, call.make(world, told));
+        EXPECT_LE(std::chrono::milliseconds(CuttingProxy::kQuietMs), std::chrono::steady_clock::now() - asked);
+        Proxy.Watch();
+        EXPECT_TRUE(told == wholeTold);
+        Step(call.undo, world);
+        Step(call.leave, world);
+    }
+}
+
 // The HTTP library waits for half a minute: all calls wait side by side.
-TEST_F(Cuts, AServiceThatNeverAnswersEndsNoCallForEver)
+TEST_F(Cuts, AServiceThatAnswersNeverOrTooLateEndsNoCallForEverAndTheNextCallReadsItsOwnAnswer)
 {
     if (!everyByte) GTEST_SKIP() << "takes half a minute: system_faults_cut --every";
     World world(Proxy.Url());
+    const std::vector<ControlCall> calls = CallsThatChangeNothing();
+    std::vector<std::string> wholeTold(calls.size());
+    for (size_t i = 0; i < calls.size(); ++i)
+        ASSERT_EQ(calls[i].expected, calls[i].make(world, wholeTold[i]));
+
     Proxy.Hurt(Harm::Silence);
     std::vector<std::future<ZEFA_ERRORCODE>> results;
-    for (const ControlCall& call : CallsThatChangeNothing())
+    for (const ControlCall& call : calls)
         results.push_back(std::async(std::launch::async,
                                      [&world, make = call.make]
                                      {
@@ -356,10 +430,85 @@ TEST_F(Cuts, AServiceThatNeverAnswersEndsNoCallForEver)
                                      }));
     for (std::future<ZEFA_ERRORCODE>& result : results)
         EXPECT_NE(kGood, result.get());
+    Proxy.AnswerLate();
 
-    Proxy.HealOnNewConnections();
+    for (size_t i = 0; i < calls.size(); ++i)
+    {
+        SCOPED_TRACE(calls[i].name);
+        std::string told;
+        ZEFA_ERRORCODE result = ZEFA_ERR_COMMUNICATION;
+        for (int attempt = 0; attempt < kAttempts && result == ZEFA_ERR_COMMUNICATION; ++attempt)
+            result = calls[i].make(world, told);
+        EXPECT_EQ(calls[i].expected, result);
+        EXPECT_TRUE(told == wholeTold[i]);
+    }
+}
+
+// Where the service is killed: everything on its connections has gone so far, and nothing after it.
+std::vector<Cut> DeathsIn(const std::string& request, const std::string& answer)
+{
+    constexpr Afterwards kNobody = Afterwards::NobodyAnswers;
+    return {{Direction::Request, request.size() / 2, kNobody},
+            {Direction::Request, request.size(), kNobody},
+            {Direction::Answer, 0, kNobody},
+            {Direction::Answer, answer.size() / 2, kNobody},
+            {Direction::Answer, EndOfTheLastHead(answer), kNobody}};
+}
+
+// Kills the service of a new world in the call. The world stays: nobody can end its contexts any more.
+void KillUnder(const ControlCall& call, size_t death, pid_t& killed)
+{
+    static auto& worlds = *new std::vector<std::unique_ptr<World>>; // beyond the end of the process
+    MxsProcess service;
+    EXPECT_TRUE(RailsOf(killed).empty()) << "the next service has not removed them";
+    killed = service.ProcessId();
+    CuttingProxy proxy(uint16_t(std::stoul(service.Port())));
+    World& world = *worlds.emplace_back(std::make_unique<World>(proxy.Url()));
+    std::string wholeTold, told;
+    Step(call.enter, world);
+    Step(call.prepare, world);
+    proxy.Watch();
+    EXPECT_EQ(call.expected, call.make(world, wholeTold));
+    const std::string request = proxy.PassedIn(Direction::Request), answer = proxy.PassedIn(Direction::Answer);
+    Step(call.undo, world);
+    Step(call.prepare, world);
+
+    const Cut cut = DeathsIn(request, answer)[death];
+    proxy.StrikeAtTheCut([&] { service.Stop(SIGKILL); });
+    proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
+    const ZEFA_ERRORCODE result = LeaveOutOfReach([&] { return call.make(world, told); });
+
+    EXPECT_FALSE(service.Running()) << cut;
+    EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
+    const bool answered = cut.direction == Direction::Answer && cut.bytes >= EndOfTheLastHead(answer);
+    if (!answered && !call.lastMayFail)
+    {
+        EXPECT_NE(kGood, result) << cut;
+    }
+    if (result == kGood)
+    {
+        EXPECT_TRUE(told == wholeTold) << cut;
+    }
     uint64_t version = 0;
-    EXPECT_EQ(kGood, ZEFA_GetMXSStatus(world.Context(), &version));
+    EXPECT_EQ(ZEFA_ERR_COMMUNICATION, ZEFA_GetMXSStatus(world.Context(), &version)) << cut;
+}
+
+TEST(Deaths, OfTheServiceInACallAreAnErrorOrAWholeResultAndTheNextServiceStartsClean)
+{
+    constexpr size_t kDeaths = 5, kStride = 21; // of the 180, nine that are of every kind
+    pid_t killed = -1;
+    size_t kills = 0, place = 0;
+    for (const ControlCall& call : ControlCalls())
+        for (size_t death = 0; death < kDeaths && !testing::Test::HasFailure(); ++death, ++place)
+        {
+            if (!everyByte && place % kStride != 0) continue;
+            SCOPED_TRACE(call.name);
+            KillUnder(call, death, killed);
+            ++kills;
+        }
+    const MxsProcess next;
+    EXPECT_TRUE(RailsOf(killed).empty());
+    std::printf("%zu services killed in a call\n", kills);
 }
 
 } // namespace

@@ -41,7 +41,8 @@ enum class Harm
 {
     None,
     Twice,  // every answer comes twice
-    Silence // no answer comes
+    Late,   // every answer comes after a while
+    Silence // no answer comes until AnswerLate
 };
 
 inline const char* NameOf(Direction direction)
@@ -53,6 +54,8 @@ inline const char* NameOf(Direction direction)
 class CuttingProxy
 {
 public:
+    static constexpr int kQuietMs = 20; // after which nothing more comes, or what is late does
+
     explicit CuttingProxy(uint16_t servicePort) : ServicePort(servicePort)
     {
         sockaddr_in name = Loopback(0);
@@ -127,6 +130,24 @@ public:
             });
     }
 
+    // Ends a silence: what was held back comes now, on the connections that are still there.
+    void AnswerLate()
+    {
+        Do(
+            [this]
+            {
+                Plan = {};
+                for (Connection& connection : Connections)
+                    SendHeld(connection);
+            });
+    }
+
+    // Does this, too, where the next cut comes.
+    void StrikeAtTheCut(std::function<void()> strike)
+    {
+        Do([&, this] { Strike = std::move(strike); });
+    }
+
     // What has passed in a direction since the counting started.
     std::string PassedIn(Direction direction)
     {
@@ -143,12 +164,11 @@ public:
     }
 
 private:
-    static constexpr int kQuietMs = 20; // after which nothing more comes
-
     struct Connection
     {
         int client, service;
-        std::string held = {};  // the start of a request, until its first line is there
+        std::string held = {}; // the start of a request, until its first line is there
+        std::string heldAnswer = {};
         bool answering = true;  // the next byte of the client starts a request
         bool ofTheCall = false; // and not of the watchdog
         bool spoiled = false;
@@ -222,6 +242,7 @@ private:
             {
                 const bool fromClient = waits[at++].revents, fromService = waits[at++].revents;
                 connection.ended |= events == 0 && connection.spoiled;
+                if (events == 0 && Plan.harm == Harm::Late) SendHeld(connection);
                 if (fromService && !connection.ended) Pass(connection, Direction::Answer);
                 if (fromClient && !connection.ended) Pass(connection, Direction::Request);
             }
@@ -293,15 +314,22 @@ private:
             if (direction == Direction::Answer) Damage(connection, bytes, passed.size() - bytes.size());
         }
         Send(to, bytes.data(), bytes.size());
+        if (connection.ended && Strike) std::exchange(Strike, {})();
         if (!Dead) return;
         for (Connection& other : Connections)
             other.ended = true;
     }
 
+    static void SendHeld(Connection& connection)
+    {
+        Send(connection.client, connection.heldAnswer.data(), connection.heldAnswer.size());
+        connection.heldAnswer.clear();
+    }
+
     // `before`: how much of the answers there was before these bytes.
     void Damage(Connection& connection, std::string& bytes, size_t before)
     {
-        if (Plan.harm == Harm::Silence) bytes.clear();
+        if (Plan.harm == Harm::Silence || Plan.harm == Harm::Late) connection.heldAnswer += std::exchange(bytes, {});
         if (Plan.harm == Harm::Twice) bytes += bytes;
         if (!Plan.spoiled || *Plan.spoiled < before || *Plan.spoiled >= before + bytes.size()) return;
         bytes[*Plan.spoiled - before] = char(~bytes[*Plan.spoiled - before]);
@@ -313,6 +341,7 @@ private:
     const int Wake = ::eventfd(0, EFD_CLOEXEC);
     uint16_t OwnPort = 0;
     std::mutex Mutex; // guards all that follows
+    std::function<void()> Strike;
     std::list<Connection> Connections;
     CutPlan Plan;
     std::string Passed[2];
