@@ -64,14 +64,18 @@ function(zefaline_add_folders)
     endforeach()
 endfunction()
 
-# zefaline_quick_when_sanitized(target [header ...]): for targets of many heavy headers and no media, whose instrumented
-# code takes long to optimise. The headers are read once for all sources; in optimised builds the compiler would warn of
-# their insides then.
+# zefaline_quick_when_sanitized(target [JOINED] [header ...]): for targets of many heavy headers and no media, whose
+# instrumented code takes long to optimise. The headers are read once for all sources, in optimised builds the compiler
+# would warn of their insides then; JOINED targets are compiled several sources at once, for fuzzing, too.
 function(zefaline_quick_when_sanitized target)
+    cmake_parse_arguments(ARG "JOINED" "" "" ${ARGN})
+    if(ZEFALINE_SANITIZE AND ARG_JOINED)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
+    endif()
     if(ZEFALINE_SANITIZE MATCHES "address|thread" OR ZEFALINE_COVERAGE)
         target_compile_options(${target} PRIVATE -O0)
-        if(ARGN)
-            target_precompile_headers(${target} PRIVATE ${ARGN})
+        if(ARG_UNPARSED_ARGUMENTS)
+            target_precompile_headers(${target} PRIVATE ${ARG_UNPARSED_ARGUMENTS})
         endif()
     endif()
 endfunction()

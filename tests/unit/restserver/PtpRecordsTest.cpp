@@ -290,7 +290,7 @@ TEST(PtpConfig, UnknownSpellingsReadAsZero)
     EXPECT_EQ(config.delayMechanism, 0u);
 }
 
-constexpr char kStatus[] = R"({
+constexpr char kPtpStatus[] = R"({
     "ParentDS": {"parentPortIdentity": {"clockIdentity": {"64bData": 11119088352254633834}, "portNumber": 258},
                  "parentStats": true, "observedParentOffsetScaledLogVariance": 65535,
                  "observedParentClockPhaseChangeRate": -2147483648,
@@ -402,7 +402,7 @@ TEST(PtpStatus, ReadsEachKey)
     const std::vector<std::string> parent{"ParentDS"}, gm{"ParentDS", "gm"}, current{"CurrentDS"}, port{"PortDS"},
         own{"DefaultDS"}, time{"TimePropertiesDS"};
     CheckNestedReader<S>(
-        kStatus, kStatusBefore, kStatusRead,
+        kPtpStatus, kStatusBefore, kStatusRead,
         {GroupRow<S>({}, "ParentDS"),
          Row<&S::parentPortIdentity>(parent, "parentPortIdentity", "object"),
          Row<&S::parentStats>(parent, "parentStats", "boolean"),
@@ -461,7 +461,7 @@ TEST(PtpStatus, PortStatesAreSpelledInCapitals)
                                                  {"SLAVE", 9},    {"slave", 0},        {"GRAND_MASTER", 0}};
     for (const auto& [text, state] : states)
     {
-        value document = Parsed(kStatus);
+        value document = Parsed(kPtpStatus);
         document["PortDS"]["portState"] = value::string(text);
         PTP_STATUS status = kStatusBefore;
         EXPECT_EQ(ReadInto(document, &status), RESULT_NO_ERROR);
@@ -471,7 +471,7 @@ TEST(PtpStatus, PortStatesAreSpelledInCapitals)
 
 TEST(PtpStatus, WholeNumbersAreDelaysToo)
 {
-    value document = Parsed(kStatus);
+    value document = Parsed(kPtpStatus);
     document["CurrentDS"]["offsetFromMaster"] = Parsed("-391");
     document["CurrentDS"]["meanPathDelay"] = Parsed("2045");
     document["PortDS"]["peerMeanPathDelay"] = Parsed("0");
@@ -504,7 +504,7 @@ TEST(PtpStatus, IdentitiesThatCannotBeReadAreLeftAsTheyWereAndFailNothing)
     for (const Case& each : cases)
     {
         SCOPED_TRACE(each.Json);
-        value document = Parsed(kStatus);
+        value document = Parsed(kPtpStatus);
         document["PortDS"]["portIdentity"] = Parsed(each.Json);
         PTP_STATUS status = kStatusBefore;
         EXPECT_EQ(ReadInto(document, &status), RESULT_NO_ERROR);

@@ -3,6 +3,7 @@
 #include "zefaline/sdp.h"
 
 #include "FieldExpectations.h"
+#include "Untouched.h"
 #include "logger/Priority.h"
 #include "sdp/SdpParser.h"
 #include "support/LogCapture.h"
@@ -30,9 +31,6 @@ namespace filesystem = std::filesystem;
 
 namespace
 {
-constexpr int kUntouchedByte = 0x5A;
-constexpr uint32_t kUntouched = 0x5A5A5A5A;
-
 std::string TextOf(const filesystem::path& path)
 {
     std::ifstream file(path, std::ios::binary);

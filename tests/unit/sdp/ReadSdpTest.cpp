@@ -2,6 +2,7 @@
 #include "zefaline/sdp.h"
 
 #include "ReaderFixture.h"
+#include "Untouched.h"
 #include "logger/Priority.h"
 #include "support/LogCapture.h"
 
@@ -23,9 +24,6 @@ using Quillmont::Logger::kPriorityWarning;
 namespace
 {
 using LogLines = std::vector<LogCapture::Line>;
-
-constexpr int kUntouchedByte = 0x5A;
-constexpr uint32_t kUntouched = 0x5A5A5A5A;
 
 // Structures that hold a pattern, so that a field that was left alone shows it.
 struct ReadSdp : testing::Test

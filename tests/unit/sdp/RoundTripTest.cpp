@@ -1,6 +1,7 @@
 // A configuration that is written and read again: what comes back, and what does not.
 #include "zefaline/sdp.h"
 
+#include "Untouched.h"
 #include "sdp/ISdpModule.h"
 #include "zefaline/video_standards.h"
 
@@ -20,9 +21,6 @@ using namespace quill::sdp_module;
 
 namespace
 {
-constexpr int kUntouchedByte = 0x5A;
-constexpr uint32_t kUntouched = 0x5A5A5A5A;
-
 struct Configuration
 {
     ZEFA_STREAM_NETWORK_CONFIG Network;

@@ -22,17 +22,17 @@ class GetSlotBuffer : public StreamModelTest
 {
 };
 
-struct ResultRow
+struct RailResult
 {
     uint32_t Result;
     ZEFA_ERRORCODE Expected;
 };
 
-const ResultRow kLockRule[] = {
+const RailResult kLockRule[] = {
     {4, ZEFA_ERR_TIMEOUT},         {11, ZEFA_ERR_TIMEOUT},         {12, ZEFA_ERR_TIMEOUT},
     {8, ZEFA_ERR_INCORRECT_STATE}, {5, ZEFA_ERR_OPERATION_FAILED}, {10, ZEFA_ERR_OPERATION_FAILED},
 };
-const ResultRow kRailRule[] = {
+const RailResult kRailRule[] = {
     {8, ZEFA_ERR_INCORRECT_STATE},
     {12, ZEFA_ERR_BAD_ARGUMENT},
     {11, ZEFA_ERR_OPERATION_FAILED},
@@ -138,8 +138,8 @@ TEST_F(LockSlot, LimitOfZeroFailsAtOnceOnAnEmptyRail)
 
 TEST_F(LockSlot, AlignmentThatFailsIsTranslatedAndTriedAgain)
 {
-    for (const ResultRow& row : {ResultRow{8, ZEFA_ERR_INCORRECT_STATE}, ResultRow{4, ZEFA_ERR_TIMEOUT},
-                                 ResultRow{11, ZEFA_ERR_TIMEOUT}, ResultRow{5, ZEFA_ERR_OPERATION_FAILED}})
+    for (const RailResult& row : {RailResult{8, ZEFA_ERR_INCORRECT_STATE}, RailResult{4, ZEFA_ERR_TIMEOUT},
+                                  RailResult{11, ZEFA_ERR_TIMEOUT}, RailResult{5, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Started();
         Rail().Next(FakeFlowRail::GET_CONSUMER_ALIGNMENT, {row.Result});
@@ -155,7 +155,7 @@ TEST_F(LockSlot, AlignmentThatFailsIsTranslatedAndTriedAgain)
 
 TEST_F(LockSlot, PieceThatCannotBeLockedCountsAsAligned)
 {
-    for (const ResultRow& row : kLockRule)
+    for (const RailResult& row : kLockRule)
     {
         auto model = Started();
         Rail().AlignmentBytes = 1000;
@@ -188,7 +188,7 @@ TEST_F(LockSlot, PieceThatCannotBeReleasedCountsAsAligned)
 
 TEST_F(LockSlot, TranslatesTheRailsResultInSilence)
 {
-    for (const ResultRow& row : kLockRule)
+    for (const RailResult& row : kLockRule)
     {
         auto receive = Aligned();
         Rail().Next(FakeFlowRail::LOCK_CONSUMER, {row.Result});
@@ -262,7 +262,7 @@ TEST_F(UnlockSlot, TransmitStreamMarksTheEndBeforeItCommits)
 
 TEST_F(UnlockSlot, RefusedEndRecordLeavesTheSlotUncommitted)
 {
-    for (const ResultRow& row : kRailRule)
+    for (const RailResult& row : kRailRule)
     {
         auto model = Started(kTransmit);
         void* slot = Lock(*model);
@@ -276,7 +276,7 @@ TEST_F(UnlockSlot, RefusedEndRecordLeavesTheSlotUncommitted)
 
 TEST_F(UnlockSlot, TranslatesTheRailsResultInSilence)
 {
-    for (const ResultRow& row : kRailRule)
+    for (const RailResult& row : kRailRule)
     {
         auto receive = Started();
         Rail().Next(FakeFlowRail::UNLOCK_CONSUMER, {row.Result});
@@ -349,7 +349,7 @@ TEST_F(GetSlotBuffer, WithoutARailTheStateIsIncorrect)
 
 TEST_F(GetSlotBuffer, TranslatesTheRailsResultAndWritesNothing)
 {
-    for (const ResultRow& row : kRailRule)
+    for (const RailResult& row : kRailRule)
     {
         auto model = Started();
         void* slot = Lock(*model);

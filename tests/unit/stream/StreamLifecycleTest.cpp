@@ -27,7 +27,7 @@ class Trace : public StreamModelTest
 {
 };
 
-struct ResultRow
+struct ServiceResult
 {
     uint32_t Result;
     ZEFA_ERRORCODE Expected;
@@ -80,8 +80,9 @@ TEST_F(CreateStream, SecondCreateIsRefusedAndKeepsTheIdentifier)
 
 TEST_F(CreateStream, TranslatesTheReverseOfTheOthers)
 {
-    for (const ResultRow& row : {ResultRow{5013, ZEFA_ERR_COMMUNICATION}, ResultRow{5001, ZEFA_ERR_INCORRECT_STATE},
-                                 ResultRow{9, ZEFA_ERR_INCORRECT_STATE}, ResultRow{0, ZEFA_ERR_INCORRECT_STATE}})
+    for (const ServiceResult& row :
+         {ServiceResult{5013, ZEFA_ERR_COMMUNICATION}, ServiceResult{5001, ZEFA_ERR_INCORRECT_STATE},
+          ServiceResult{9, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{0, ZEFA_ERR_INCORRECT_STATE}})
     {
         CStreamModel model(&Rest, kReceive, kVideo);
         Rest.Stream.Results["Create"] = {row.Result};
@@ -105,8 +106,9 @@ TEST_F(DestroyStream, StreamThatWasNotCreatedIsRefused)
 
 TEST_F(DestroyStream, CountsAsDestroyedWhateverTheServiceSays)
 {
-    for (const ResultRow& row : {ResultRow{5000, ZEFA_NO_ERROR}, ResultRow{5013, ZEFA_ERR_COMMUNICATION},
-                                 ResultRow{5001, ZEFA_ERR_INCORRECT_STATE}, ResultRow{1, ZEFA_ERR_INCORRECT_STATE}})
+    for (const ServiceResult& row :
+         {ServiceResult{5000, ZEFA_NO_ERROR}, ServiceResult{5013, ZEFA_ERR_COMMUNICATION},
+          ServiceResult{5001, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{1, ZEFA_ERR_INCORRECT_STATE}})
     {
         auto model = Created(kReceive, kVideo);
         Rest.Stream.Results["Delete"] = {row.Result};
@@ -133,10 +135,11 @@ TEST_F(OpenStream, SetsOpenedAlone)
 
 TEST_F(OpenStream, TranslatesAndLogsTheResult)
 {
-    for (const ResultRow& row : {ResultRow{5013, ZEFA_ERR_INCORRECT_STATE}, ResultRow{9, ZEFA_ERR_INCORRECT_STATE},
-                                 ResultRow{10, ZEFA_ERR_INCORRECT_STATE}, ResultRow{5001, ZEFA_ERR_COMMUNICATION},
-                                 ResultRow{5017, ZEFA_ERR_COMMUNICATION}, ResultRow{4, ZEFA_ERR_OPERATION_FAILED},
-                                 ResultRow{4999, ZEFA_ERR_OPERATION_FAILED}, ResultRow{0, ZEFA_ERR_OPERATION_FAILED}})
+    for (const ServiceResult& row :
+         {ServiceResult{5013, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{9, ZEFA_ERR_INCORRECT_STATE},
+          ServiceResult{10, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{5001, ZEFA_ERR_COMMUNICATION},
+          ServiceResult{5017, ZEFA_ERR_COMMUNICATION}, ServiceResult{4, ZEFA_ERR_OPERATION_FAILED},
+          ServiceResult{4999, ZEFA_ERR_OPERATION_FAILED}, ServiceResult{0, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Created(kReceive, kVideo);
         Rest.Stream.Results["SetState"] = {row.Result};
@@ -149,10 +152,11 @@ TEST_F(OpenStream, TranslatesAndLogsTheResult)
 
 TEST_F(CloseStream, TranslatesInSilence)
 {
-    for (const ResultRow& row : {ResultRow{5000, ZEFA_NO_ERROR}, ResultRow{5013, ZEFA_ERR_INCORRECT_STATE},
-                                 ResultRow{9, ZEFA_ERR_OPERATION_FAILED}, ResultRow{10, ZEFA_ERR_OPERATION_FAILED},
-                                 ResultRow{4999, ZEFA_ERR_OPERATION_FAILED}, ResultRow{5001, ZEFA_ERR_COMMUNICATION},
-                                 ResultRow{5012, ZEFA_ERR_COMMUNICATION}})
+    for (const ServiceResult& row :
+         {ServiceResult{5000, ZEFA_NO_ERROR}, ServiceResult{5013, ZEFA_ERR_INCORRECT_STATE},
+          ServiceResult{9, ZEFA_ERR_OPERATION_FAILED}, ServiceResult{10, ZEFA_ERR_OPERATION_FAILED},
+          ServiceResult{4999, ZEFA_ERR_OPERATION_FAILED}, ServiceResult{5001, ZEFA_ERR_COMMUNICATION},
+          ServiceResult{5012, ZEFA_ERR_COMMUNICATION}})
     {
         auto model = Created(kReceive, kVideo);
         Rest.Stream.Results["SetState"] = {row.Result};
@@ -209,9 +213,10 @@ TEST_F(StartStream, RailIsAlwaysOfTheOneKindWhateverTheDescriptorSays)
 
 TEST_F(StartStream, FailedEssenceStatusLeavesTheServiceAsItIs)
 {
-    for (const ResultRow& row : {ResultRow{5013, ZEFA_ERR_INCORRECT_STATE}, ResultRow{9, ZEFA_ERR_INCORRECT_STATE},
-                                 ResultRow{10, ZEFA_ERR_INCORRECT_STATE}, ResultRow{5017, ZEFA_ERR_COMMUNICATION},
-                                 ResultRow{4, ZEFA_ERR_OPERATION_FAILED}})
+    for (const ServiceResult& row :
+         {ServiceResult{5013, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{9, ZEFA_ERR_INCORRECT_STATE},
+          ServiceResult{10, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{5017, ZEFA_ERR_COMMUNICATION},
+          ServiceResult{4, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Created(kReceive, kVideo);
         Rest.Stream.Results["GetEssenceStatus"] = {row.Result};
@@ -250,9 +255,10 @@ TEST_F(StartStream, FailedCommonConfigDoesNotStopTheStartAndLeavesThePoolsEmpty)
 
 TEST_F(StartStream, TranslatesARefusedState)
 {
-    for (const ResultRow& row : {ResultRow{5013, ZEFA_ERR_INCORRECT_STATE}, ResultRow{9, ZEFA_ERR_INCORRECT_STATE},
-                                 ResultRow{10, ZEFA_ERR_INCORRECT_STATE}, ResultRow{4, ZEFA_ERR_BAD_ARGUMENT},
-                                 ResultRow{5001, ZEFA_ERR_COMMUNICATION}, ResultRow{19, ZEFA_ERR_OPERATION_FAILED}})
+    for (const ServiceResult& row :
+         {ServiceResult{5013, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{9, ZEFA_ERR_INCORRECT_STATE},
+          ServiceResult{10, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{4, ZEFA_ERR_BAD_ARGUMENT},
+          ServiceResult{5001, ZEFA_ERR_COMMUNICATION}, ServiceResult{19, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Created(kReceive, kVideo);
         Rest.Stream.Results["SetState"] = {row.Result};
@@ -466,8 +472,9 @@ TEST_F(StopStream, StreamThatWasNeverStartedReturnsWhatTheServiceSays)
 
 TEST_F(StopStream, RefusedStateIsReportedAndTheRailIsLeftAllTheSame)
 {
-    for (const ResultRow& row : {ResultRow{5013, ZEFA_ERR_INCORRECT_STATE}, ResultRow{5001, ZEFA_ERR_COMMUNICATION},
-                                 ResultRow{9, ZEFA_ERR_OPERATION_FAILED}, ResultRow{10, ZEFA_ERR_OPERATION_FAILED}})
+    for (const ServiceResult& row :
+         {ServiceResult{5013, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{5001, ZEFA_ERR_COMMUNICATION},
+          ServiceResult{9, ZEFA_ERR_OPERATION_FAILED}, ServiceResult{10, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Started();
         Rest.Stream.Results["SetState"] = {row.Result};
@@ -482,8 +489,9 @@ TEST_F(StopStream, RefusedStateIsReportedAndTheRailIsLeftAllTheSame)
 
 TEST_F(StopStream, ConsumerThatStaysReplacesTheServicesCode)
 {
-    for (const ResultRow& row : {ResultRow{8, ZEFA_ERR_INCORRECT_STATE}, ResultRow{12, ZEFA_ERR_BAD_ARGUMENT},
-                                 ResultRow{1, ZEFA_ERR_OPERATION_FAILED}})
+    for (const ServiceResult& row :
+         {ServiceResult{8, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{12, ZEFA_ERR_BAD_ARGUMENT},
+          ServiceResult{1, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Started();
         Rest.Stream.Results["SetState"] = {5001};
@@ -500,8 +508,9 @@ TEST_F(StopStream, ConsumerThatStaysReplacesTheServicesCode)
 
 TEST_F(StopStream, FailedCloseKeepsTheRailAndALaterStopTriesAgain)
 {
-    for (const ResultRow& row : {ResultRow{8, ZEFA_ERR_INCORRECT_STATE}, ResultRow{12, ZEFA_ERR_OPERATION_FAILED},
-                                 ResultRow{1, ZEFA_ERR_OPERATION_FAILED}})
+    for (const ServiceResult& row :
+         {ServiceResult{8, ZEFA_ERR_INCORRECT_STATE}, ServiceResult{12, ZEFA_ERR_OPERATION_FAILED},
+          ServiceResult{1, ZEFA_ERR_OPERATION_FAILED}})
     {
         auto model = Started();
         Rail().Next(FakeFlowRail::REMOVE_CONSUMER, {12});

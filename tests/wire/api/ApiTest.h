@@ -74,6 +74,10 @@ protected:
     ZEFA_HANDLE Stream = nullptr;
 };
 
+// What functions say to a bad handle: those of a session, and those of an interface.
+inline constexpr const char* kSession = "The MXS session handle is invalid.\r\n";
+inline constexpr const char* kInterface = "The network interface handle is invalid.\r\n";
+
 inline constexpr const char* kConductors = "MXS/Conductor/Mines/";
 inline constexpr const char* kConductor7 = "MXS/Conductor/Mines/0000000000000007";
 

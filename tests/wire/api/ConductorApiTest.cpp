@@ -12,9 +12,6 @@ const std::string kConfig = std::string(kConductor7) + "/Config";
 const std::string kStatus = std::string(kConductor7) + "/Status";
 const std::string kState = std::string(kConductor7) + "/State";
 
-// What all conductor functions say to a bad handle.
-constexpr const char* kSession = "The MXS session handle is invalid.\r\n";
-constexpr const char* kInterface = "The network interface handle is invalid.\r\n";
 } // namespace
 
 TEST_F(Conductor, CreationStoresTheIdentifierOfTheService)

@@ -8,8 +8,6 @@ namespace
 using CpuCore = ContextTest;
 using NetworkInterface = ContextTest;
 
-constexpr const char* kSession = "The MXS session handle is invalid.\r\n";
-constexpr const char* kInterface = "The network interface handle is invalid.\r\n";
 constexpr const char* kCores = "MXS/CpuCore/";
 constexpr const char* kNetIfs = "MXS/NetIf/";
 constexpr const char* kNetIfStatus = "MXS/NetIf/0000000000000007/Status";
