@@ -1,6 +1,7 @@
 // The transport: how an exchange travels and how its failures become results.
 #include "commandpipe/restclient/CRestClient.h"
 
+#include <new>
 #include <stdexcept>
 
 #include <cpprest/asyncrt_utils.h>
@@ -56,6 +57,26 @@ void AskForSmallPool()
         return true;
     }();
     static_cast<void>(asked);
+}
+
+// The answer when the last byte of its body has come, or when none will come any more: what is wrong with it is told by
+// whoever reads it. Nobody reads the body of a 303.
+pplx::task<http_response> AwaitBody(const http_response& answer)
+{
+    if (answer.status_code() == status_codes::SeeOther) return pplx::task_from_result(answer);
+    return answer.content_ready().then(
+        [answer](const pplx::task<http_response>& whole)
+        {
+            try
+            {
+                whole.wait();
+            }
+            catch (...)
+            {
+                return answer;
+            }
+            return answer;
+        });
 }
 
 void CutOffLongAnswers(web::http::message_direction::direction direction, utility::size64_t bytes)
@@ -197,7 +218,16 @@ RESULT_CODE CRestClient::SendRequestAndGetResponse(const RestRequest& request, c
         httpRequest.headers().add(header_names::authorization, request.Token);
         httpRequest.set_progress_handler(CutOffLongAnswers);
 
-        *response = HttpClient->request(httpRequest).get();
+        pplx::task<http_response> answer = HttpClient->request(httpRequest);
+        // A GET is followed by GetBody. The HTTP library's thread waits for the body, so that this one is woken once.
+        try
+        {
+            if (request.Method == methods::GET) answer = answer.then(AwaitBody);
+        }
+        catch (const std::bad_alloc&) // it goes without, and an exchange that has begun is waited for
+        {
+        }
+        *response = answer.get();
         return result = RESULT_NO_ERROR;
     }
     catch (const std::exception& exception)
@@ -215,7 +245,11 @@ RESULT_CODE CRestClient::GetBody(const HttpResponse& response, web::json::value*
     if (!response || !json) return result = RESULT_INVALID_ARGUMENT;
     try
     {
-        *json = response->extract_json().get();
+        // The two steps of extract_json, but on this thread: that would hand the document to the HTTP library's thread
+        // and back.
+        const auto message = response->_get_impl();
+        pplx::create_task(message->_get_data_available()).get();
+        *json = message->_extract_json();
         // The library's way to say that there is no body or no content type; no record is a JSON null.
         if (json->is_null()) result = RESULT_OPERATION_FAILED;
     }
