@@ -37,7 +37,7 @@ namespace
 constexpr Route kGetStatus{&methods::GET, "MXS/"};
 
 // No document of the service comes near it. Whatever sends more is cut off instead of filling the memory.
-constexpr utility::size64_t kLargestAnswer = 64 * 1024 * 1024;
+constexpr utility::size64_t kLargestAnswer = utility::size64_t{64} * 1024 * 1024;
 
 // The HTTP library would start 40 threads in the application's process and is slower for it: an exchange is handed
 // from thread to thread. With one thread it takes half the time; exchanges still run side by side on it, for none of
