@@ -225,10 +225,10 @@ void RawBlocked(benchmark::State& state, Waits waits, unsigned otherCpu)
 }
 
 // The two processors are near to each other at one time and far at another, as the machine below this one places them:
-// bare words and rail take turns of a few hundred round trips between the same two processes.
+// bare words and rail take turns of some round trips between the same two processes.
 void RailSpin(benchmark::State& state)
 {
-    constexpr int kTurn = 256;
+    constexpr int kTurn = 128;
     constexpr Waits kPolling = Waits::Polling;
     RoundRails rails(static_cast<uint32_t>(state.range(0)));
     const SharedWords<Words> words;
@@ -383,7 +383,7 @@ int main(int argc, char** argv)
     for (const int64_t size : kSizes)
     {
         RegisterBenchmark("RailCycle", RailCycle)->Arg(size);
-        RegisterBenchmark("RailSpin", RailSpin)->Arg(size)->UseManualTime()->Iterations(500);
+        RegisterBenchmark("RailSpin", RailSpin)->Arg(size)->UseManualTime()->Iterations(200);
         RegisterBenchmark("RailBlockedOneCpu", [](benchmark::State& state) { RailBlocked(state, 0); })
             ->Arg(size)
             ->UseRealTime();
