@@ -27,7 +27,8 @@ using ErrorCode = boost::system::error_code;
 namespace
 {
 
-constexpr size_t kLingerBytes = 4 * 1024 * 1024; // read and thrown away behind a refused request, at most
+constexpr size_t kLingerBytes = size_t{4} * 1024 * 1024; // read and thrown away behind a refused request, at most
+constexpr size_t kFirstRead = 4096;                      // of a request; most are no longer
 constexpr auto kAcceptPause = std::chrono::milliseconds(100);
 
 bool EqualsIgnoringCase(std::string_view left, std::string_view right)
@@ -108,7 +109,22 @@ public:
         Parser.emplace();
         Parser->header_limit(Server.Limits.headerBytes);
         Parser->body_limit(Server.Limits.bodyBytes);
+        if (Buffer.size() > 0) return ReadRestOfHeader(); // the start of it came with the request before
         Stream.expires_after(Server.Limits.idle);
+        Stream.async_read_some(Buffer.prepare(kFirstRead),
+                               [self = shared_from_this()](ErrorCode error, size_t got)
+                               {
+                                   if (error) return; // closed by the client, or idle for too long
+                                   self->Buffer.commit(got);
+                                   self->ReadRestOfHeader();
+                               });
+    }
+
+private:
+    // Who has begun is not idle any more: a byte now and then holds no connection for long.
+    void ReadRestOfHeader()
+    {
+        Stream.expires_after(Server.Limits.body);
         http::async_read_header(Stream, Buffer, *Parser,
                                 [self = shared_from_this()](ErrorCode error, size_t)
                                 {
@@ -117,7 +133,6 @@ public:
                                 });
     }
 
-private:
     void ReadBody()
     {
         Stream.expires_after(Server.Limits.body);
@@ -206,7 +221,7 @@ private:
     void Drain(size_t drained)
     {
         Buffer.clear();
-        Stream.async_read_some(Buffer.prepare(16 * 1024),
+        Stream.async_read_some(Buffer.prepare(size_t{16} * 1024),
                                [self = shared_from_this(), drained](ErrorCode error, size_t got)
                                {
                                    if (!error && drained + got < kLingerBytes) self->Drain(drained + got);

@@ -18,9 +18,9 @@ struct HttpLimits
     unsigned threads = 16; // the start of a stream holds one for as long as its ring takes
     size_t connections = 1024;
     uint32_t headerBytes = 16 * 1024;
-    uint64_t bodyBytes = 1024 * 1024; // more than the longest document that the limits of lists permit
-    std::chrono::seconds idle{180};   // an idle connection stays open so long
-    std::chrono::seconds body{30};    // a body, or an answer, must have gone by then
+    uint64_t bodyBytes = uint64_t{1024} * 1024; // more than the longest document that the limits of lists permit
+    std::chrono::seconds idle{180};             // an idle connection stays open so long
+    std::chrono::seconds body{30};              // a header that has begun, a body, or an answer, must have gone by then
 };
 
 class HttpServer

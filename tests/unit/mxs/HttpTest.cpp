@@ -353,6 +353,31 @@ TEST_F(Http, AnIdleConnectionIsClosedAfterItsTime)
     EXPECT_TRUE(client.IsClosedByPeer());
 }
 
+TEST_F(Http, AHeaderThatHasBegunHasLessTimeThanAnIdleConnectionHoweverItComes)
+{
+    mxs::ServiceSettings settings;
+    settings.http.body = std::chrono::seconds(1); // idle ones have three minutes
+    Run(settings);
+    HttpClient idle(Port()), halted(Port()), slow(Port());
+    const std::string begun = "GET / HTTP/1.1\r\nHost: localhost\r\nX: ";
+    halted.SendRaw(begun);
+    slow.SendRaw(begun);
+
+    constexpr int kMostBytes = 2000; // 20 seconds
+    int sent = 0;
+    try
+    {
+        for (; sent < kMostBytes; ++sent, std::this_thread::sleep_for(std::chrono::milliseconds(10)))
+            slow.SendRaw("x");
+    }
+    catch (const std::exception&) // closed
+    {
+    }
+    ASSERT_GT(kMostBytes, sent);
+    EXPECT_TRUE(halted.IsClosedByPeer());
+    EXPECT_EQ(404u, idle.Exchange("GET", "/", {}).status);
+}
+
 TEST_F(Http, ManyClientsAtOnceAreServed)
 {
     Port();
