@@ -49,11 +49,16 @@ public:
     std::optional<int> AwaitEnd()
     {
         int status = 0;
-        if (!Await([&] { return Pid < 0 || (::waitpid(Pid, &status, WNOHANG) == Pid && (Pid = -1)); })) return {};
+        const auto ended = [&] { return Pid < 0 || (::waitpid(Pid, &status, WNOHANG) == Pid && (Pid = -1)); };
+        for (int waits = 0; waits < kWaits && !ended(); ++waits)
+            Await(ended);
+        if (Pid > 0) return {};
         return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
     }
 
 private:
+    static constexpr int kWaits = 5; // it may wait for several things, each as long as it has to
+
     pid_t Pid;
 };
 
