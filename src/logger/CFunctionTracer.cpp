@@ -21,7 +21,7 @@ CFunctionTracer::CFunctionTracer(const char* name) : HasExitAction(false), Name(
     }
 }
 
-CFunctionTracer::CFunctionTracer(const char* name, std::function<void(const char*)> entryAction,
+CFunctionTracer::CFunctionTracer(const char* name, const std::function<void(const char*)>& entryAction,
                                  std::function<void(const char*)> exitAction)
     : HasExitAction(true), Name(name), ExitAction(std::move(exitAction))
 {

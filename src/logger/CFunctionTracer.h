@@ -13,7 +13,7 @@ public:
 
     // The reporting form: what is logged is up to the two actions, each called with the name. An empty entry action
     // throws std::bad_function_call; an exit action that throws is cut short in silence.
-    CFunctionTracer(const char* name, std::function<void(const char*)> entryAction,
+    CFunctionTracer(const char* name, const std::function<void(const char*)>& entryAction,
                     std::function<void(const char*)> exitAction);
 
     ~CFunctionTracer();
