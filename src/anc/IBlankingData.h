@@ -61,7 +61,7 @@ public:
     virtual uint32_t SetVbiLine(uint32_t line, uint32_t stream, uint8_t* data) = 0;
 
     // A line not before `line` and not behind the first one from there on that has a packet or a raw line, kNoLine when
-    // there can be none: what lies between is empty. A store that does not keep account of it gives `line` itself.
-    virtual uint32_t FindLineInUse(uint32_t line, [[maybe_unused]] uint32_t stream) const { return line; }
+    // there can be none: what lies between is empty.
+    virtual uint32_t FindLineInUse(uint32_t line, uint32_t stream) const = 0;
 };
 } // namespace Quillmont::anc
