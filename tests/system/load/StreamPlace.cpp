@@ -235,7 +235,10 @@ void StreamPlace::Work(Tally& tally, std::mt19937& random)
     for (int i = 0; i < kSlotsAtOnce; ++i)
     {
         LockedSlot locked{};
-        if (NOTED(tally, ZEFA_LockSlot, Stream, &locked.slot) != ZEFA_NO_ERROR) break;
+        const ZEFA_ERRORCODE result = NOTED(tally, ZEFA_LockSlot, Stream, &locked.slot);
+        // When a stop comes between a slot of ancillary data and the list of its packets.
+        EXPECT_TRUE(result != ZEFA_ERR_OPERATION_FAILED || IsAncillary()) << Name();
+        if (result != ZEFA_NO_ERROR) break;
         if (IsReceiver())
             Examine(tally, locked);
         else

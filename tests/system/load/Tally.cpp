@@ -81,7 +81,7 @@ constexpr Answers kAnswers[] = {
     {"ZEFA_GetStreamCommonStatus", Of({kGood, kState})},
     {"ZEFA_GetStreamNetworkStatus", Of({kGood})},
 
-    {"ZEFA_LockSlot", Of({kGood, kTimeout, kState})},
+    {"ZEFA_LockSlot", Of({kGood, kTimeout, kState, kFailed})},
     {"ZEFA_UnlockSlot", Of({kGood, kState})},
     {"ZEFA_GetSlotBuffer", Of({kGood, kState})},
     {"ZEFA_GetSlotTimestamps", Of({kGood, kState})},
