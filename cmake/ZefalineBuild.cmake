@@ -66,10 +66,10 @@ endfunction()
 
 # zefaline_quick_when_sanitized(target [JOINED] [header ...]): for targets of many heavy headers and no media, whose
 # instrumented code takes long to optimise. The headers are read once for all sources, in optimised builds the compiler
-# would warn of their insides then; JOINED targets are compiled several sources at once, for fuzzing, too.
+# would warn of their insides then; JOINED targets are compiled several sources at once.
 function(zefaline_quick_when_sanitized target)
     cmake_parse_arguments(ARG "JOINED" "" "" ${ARGN})
-    if(ZEFALINE_SANITIZE AND ARG_JOINED)
+    if(ZEFALINE_SANITIZE MATCHES "address|thread" AND ARG_JOINED)
         set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
     endif()
     if(ZEFALINE_SANITIZE MATCHES "address|thread" OR ZEFALINE_COVERAGE)
