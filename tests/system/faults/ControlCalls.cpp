@@ -87,19 +87,21 @@ void RemoveSharedConductor(World& world)
     ZEFA_DestroyConductor(world.Context(), world.SharedConductor);
 }
 
-void MakeStream(World& world)
-{
-    Settle(
-        [&] {
-            return ZEFA_CreateStream(world.Context(), ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_40,
-                                     &world.MadeStream);
-        });
-}
-
 void RemoveMadeStream(World& world)
 {
     // The object goes with the first attempt, whatever the service says.
     if (world.MadeStream) ZEFA_DestroyStream(std::exchange(world.MadeStream, nullptr));
+}
+
+void MakeStream(World& world)
+{
+    Settle(
+        [&]
+        {
+            RemoveMadeStream(world); // of an attempt that has failed
+            return ZEFA_CreateStream(world.Context(), ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_40,
+                                     &world.MadeStream);
+        });
 }
 
 void DropPort(World& world) // once more is good too
