@@ -13,8 +13,8 @@
  *
  * Language. C99 and C++11. Every function returns a result code and is told completely at its declaration: each code
  * and when it comes. Booleans are uint8_t unless a field says 32 bits, enumerations are 32-bit numbers with named
- * constants; any value may be passed, and none is undefined. Pointers are tested for null only where the manual has
- * ZEFA_ERR_INVALID_POINTER. Fields and parameters end in their type: _ULL, _UL, _US, _UB unsigned of 64, 32, 16 and 8
+ * constants; any value may be passed, and none is undefined. Pointers are tested for null only where the manual says
+ * what comes of it. Fields and parameters end in their type: _ULL, _UL, _US, _UB unsigned of 64, 32, 16 and 8
  * bits, _L signed of 32, _B boolean or signed of 8, _D double, _E enumeration, _C characters, _X structure, with p in
  * front for a pointer.
  *
@@ -29,12 +29,12 @@
  * library's pool (below); no other thread. After a fork the child must not use a context of its parent.
  *
  * HTTP. The exchanges run on the task pool of the HTTP library, cpprestsdk, which is one for the whole process. Before
- * the first exchange zefaline1 asks for a pool of one or two threads instead of 40, and accepts it when the application
+ * the first exchange zefaline1 asks for a pool of one thread instead of 40, and accepts it when the application
  * has set its size before. A call from inside a task of that pool can wait for itself: do not call from there.
  *
  * Exceptions. Functions report by their result. What may leave them as a C++ exception is memory exhaustion, a URL
- * that the HTTP library refuses (ZEFA_CreateMXSContext), a service that redirects against the protocol, and what
- * ZEFA_ReadSDP tells.
+ * that the HTTP library refuses or a watchdog that the system grants no thread (ZEFA_CreateMXSContext), a service that
+ * redirects against the protocol, and what ZEFA_ReadSDP and the packets of a slot (anc.h) tell.
  *
  * Log. Texts go where the settings file says, see docs/logging.md; without one nothing is printed.
  */

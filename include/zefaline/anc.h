@@ -39,9 +39,9 @@ typedef struct ZEFA_ANC_PACKET
  *  are left as they are, on both sides, and packets put there are never sent.
  *
  *  The video standard is that of the last ZEFA_SetStreamEssenceConfig on this handle; set it before ZEFA_StartStream.
- *  On a receive stream without one the functions raise std::out_of_range, "invalid map<K, T> key". After another one
- *  was set while the stream runs, the reading call fails with ZEFA_ERR_INVALID_HANDLE at a line that the standard at
- *  the start does not have.
+ *  On a receive stream without one ZEFA_SlotAncGetNbPackets, ZEFA_SlotAncGetPacket and ZEFA_SlotAncRemovePacket may
+ *  raise std::out_of_range, "invalid map<K, T> key". After another one was set while the stream runs, the reading call
+ *  fails with ZEFA_ERR_INVALID_HANDLE at a line that the standard at the start does not have.
  *  @{ */
 
 /**
@@ -51,7 +51,8 @@ typedef struct ZEFA_ANC_PACKET
  * @param Stream Handle of an ancillary data stream.
  * @param Slot Slot that is locked.
  * @param DataCount_UB User data words, 0 to 255. With 0 the packet has no words: UserWords_pUS is null.
- * @param[out] ppPacket_X Receives the packet, which the library owns until the slot is unlocked; null after a failure.
+ * @param[out] ppPacket_X Receives the packet, which the library owns until the slot is unlocked; null when there is no
+ *             memory. Not written after any other failure.
  * @retval ZEFA_NO_ERROR The packet is there.
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null, or no stream of ancillary data; the log tells it.
  * @retval ZEFA_ERR_INCORRECT_STATE The stream receives, or there is no memory.

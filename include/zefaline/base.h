@@ -38,13 +38,13 @@ typedef uint32_t ZEFA_ERRORCODE;
  *  The text of each is given by ZEFA_ErrorToString.
  *  @{ */
 #define ZEFA_NO_ERROR UINT32_C(0)              /**< Done. */
-#define ZEFA_ERR_FATAL UINT32_C(1)             /**< The library and the service do not fit together. */
+#define ZEFA_ERR_FATAL UINT32_C(1)             /**< Library and service do not fit together; anc.h: no memory. */
 #define ZEFA_ERR_OPERATION_FAILED UINT32_C(2)  /**< The service, the rail or a reader refused; the log may say why. */
-#define ZEFA_ERR_INVALID_HANDLE UINT32_C(3)    /**< The handle is null, or of another kind. */
+#define ZEFA_ERR_INVALID_HANDLE UINT32_C(3)    /**< The handle is null, or of another kind; see anc.h, too. */
 #define ZEFA_ERR_INVALID_POINTER UINT32_C(4)   /**< A pointer that must not be null is null. */
 #define ZEFA_ERR_INVALID_PROPERTY UINT32_C(5)  /**< Reserved; no function returns it today. */
 #define ZEFA_ERR_BAD_ARGUMENT UINT32_C(6)      /**< A value is out of its range, or the service does not take it. */
-#define ZEFA_ERR_NOT_IMPLEMENTED UINT32_C(7)   /**< This version exports the function and does not carry it out. */
+#define ZEFA_ERR_NOT_IMPLEMENTED UINT32_C(7)   /**< Reserved; no function returns it today. */
 #define ZEFA_ERR_NOT_FOUND UINT32_C(8)         /**< The thing named does not exist. */
 #define ZEFA_ERR_INCORRECT_STATE UINT32_C(9)   /**< Not now: the object is in a state that does not allow it. */
 #define ZEFA_ERR_BUFFER_TOO_SMALL UINT32_C(10) /**< The caller's buffer has less room than the text needs. */

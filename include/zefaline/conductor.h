@@ -22,7 +22,8 @@ typedef struct ZEFA_CONDUCTOR_STATUS
 } ZEFA_CONDUCTOR_STATUS;
 
 /**
- * Creates a conductor in the context. It belongs to the context and ends with it at the latest.
+ * Creates a conductor in the context. It belongs to the context and ends with it at the latest; one that is shared ends
+ * with the last context that has it.
  *
  * Any thread may call; one exchange with the service, which has no time limit but that of the HTTP library.
  *
@@ -38,7 +39,7 @@ typedef struct ZEFA_CONDUCTOR_STATUS
 ZEFA_API ZEFA_ERRORCODE ZEFA_CreateConductor(ZEFA_HANDLE Context, uint8_t Shared_B, uint64_t* pConductorId_ULL);
 
 /**
- * Destroys a conductor of the context, or detaches a shared one.
+ * Gives a conductor of the context up, created or attached: it ends when no other context has it.
  *
  * Any thread may call; one exchange with the service, which has no time limit but that of the HTTP library.
  *
@@ -101,8 +102,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSharedConductorList(ZEFA_HANDLE Context, uint64_
  * @retval ZEFA_ERR_INVALID_HANDLE Context is null or no context handle.
  * @retval ZEFA_ERR_INCORRECT_STATE The command channel of this context is not up.
  * @retval ZEFA_ERR_OPERATION_FAILED The service refused with one of its own small results.
- * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
- *        accepts the session.
+ * @retval ZEFA_ERR_COMMUNICATION The conductor is not in this context, or the service could not be reached, answered
+ *        against the protocol, or no longer accepts the session.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_GetConductorConfig(ZEFA_HANDLE Context, uint64_t ConductorId_ULL,
                                                 ZEFA_CONDUCTOR_CONFIG* pConfig_X);
@@ -119,8 +120,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetConductorConfig(ZEFA_HANDLE Context, uint64_t Co
  * @retval ZEFA_ERR_INVALID_HANDLE Context is null or no context handle.
  * @retval ZEFA_ERR_BAD_ARGUMENT The service does not take the core.
  * @retval ZEFA_ERR_NOT_FOUND There is no such conductor.
- * @retval ZEFA_ERR_INCORRECT_STATE The conductor runs, or belongs to a context that does not share it, or the
- *        command channel is not up.
+ * @retval ZEFA_ERR_INCORRECT_STATE The conductor runs, or is not in this context (see
+ *        ZEFA_AddSharedConductorToContext), or the command channel is not up.
  * @retval ZEFA_ERR_OPERATION_FAILED The service refused with one of its own small results.
  * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
  *        accepts the session.
@@ -139,8 +140,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SetConductorConfig(ZEFA_HANDLE Context, uint64_t Co
  * @retval ZEFA_NO_ERROR Done.
  * @retval ZEFA_ERR_INVALID_HANDLE Context is null or no context handle.
  * @retval ZEFA_ERR_OPERATION_FAILED The service refused with one of its own small results.
- * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
- *        accepts the session.
+ * @retval ZEFA_ERR_COMMUNICATION The conductor is not in this context, or the service could not be reached, answered
+ *        against the protocol, or no longer accepts the session.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_GetConductorStatus(ZEFA_HANDLE Context, uint64_t ConductorId_ULL,
                                                 ZEFA_CONDUCTOR_STATUS* pStatus_X);
@@ -154,10 +155,11 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetConductorStatus(ZEFA_HANDLE Context, uint64_t Co
  * @param ConductorId_ULL Identifier of the conductor.
  * @retval ZEFA_NO_ERROR Done.
  * @retval ZEFA_ERR_INVALID_HANDLE Context is null or no context handle.
- * @retval ZEFA_ERR_INCORRECT_STATE It cannot be started now, or the command channel is not up.
- * @retval ZEFA_ERR_BAD_ARGUMENT The service refused with another of its own small results.
- * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
- *        accepts the session.
+ * @retval ZEFA_ERR_INCORRECT_STATE The service says that it is offline, or the command channel is not up.
+ * @retval ZEFA_ERR_BAD_ARGUMENT The service refused with another of its own small results: the conductor has no CPU
+ *        core yet, or there is no thread for it.
+ * @retval ZEFA_ERR_COMMUNICATION The conductor is not in this context, or the service could not be reached, answered
+ *        against the protocol, or no longer accepts the session.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_StartConductor(ZEFA_HANDLE Context, uint64_t ConductorId_ULL);
 
@@ -171,7 +173,7 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_StartConductor(ZEFA_HANDLE Context, uint64_t Conduc
  * @retval ZEFA_NO_ERROR Done.
  * @retval ZEFA_ERR_INVALID_HANDLE Context is null or no context handle.
  * @retval ZEFA_ERR_NOT_FOUND There is no such conductor.
- * @retval ZEFA_ERR_INCORRECT_STATE It belongs to a context that does not share it.
+ * @retval ZEFA_ERR_INCORRECT_STATE It is not in this context (see ZEFA_AddSharedConductorToContext).
  * @retval ZEFA_ERR_OPERATION_FAILED The service refused with one of its own small results.
  * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
  *        accepts the session.

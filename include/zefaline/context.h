@@ -23,7 +23,8 @@ typedef struct ZEFA_LIBRARIES_STATUS
  *
  * A failure cleans up nothing: until the authentication has succeeded the context stays allocated out of reach
  * (with its watchdog thread, once the transport is up), so do not retry in a tight loop. From then on the handle
- * is stored, also when the call fails afterwards, and has to be destroyed: preset it to null and look at it.
+ * is stored, also when the call fails afterwards, and has to be destroyed: preset it to null and look at it. Where the
+ * system has no thread for the watchdog, std::system_error leaves this function.
  *
  * @param[in] pUrl_C URL of the service, NUL-terminated, not null: "http://localhost", a port, and a slash at the
  *        end, such as "http://localhost:7420/". "api/x-mxs/" is put behind it as it stands. An unusable rest

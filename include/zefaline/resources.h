@@ -30,7 +30,7 @@ typedef struct ZEFA_CPU_CORE_STATUS
     uint32_t NumaNode_UL; /**< NUMA node; 4294967295 when unknown. */
     uint32_t MaxSpeed_UL; /**< Highest clock in MHz; 0 when unknown. */
     uint8_t CoreUsage_UB; /**< Percent of the core in use, 0 to 100. */
-    uint32_t GroupId_UL;  /**< Processor group of the operating system; 0 where there are none. */
+    uint32_t GroupId_UL;  /**< Group as the service counts; with mxsd the processor package. */
     ZEFA_CONDUCTOR_AVAILABILITY ConductorAvailability_E; /**< Whether a conductor can be bound to it. */
 } ZEFA_CPU_CORE_STATUS;
 

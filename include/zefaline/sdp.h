@@ -49,20 +49,25 @@ typedef struct ZEFA_SDP_INFO
  * Needs no context and no service. Any number of threads may call at once.
  *
  * Success means that the text was read, not that everything in it has a place in the structures: what a
- * description says and the exported enumerations cannot say is left out in silence, and the fields behind it stay
- * as they were. So initialise the structures before the call, and VideoStandard_E to ZEFA_VIDEO_STANDARD_UNKNOWN.
+ * description says and the exported enumerations cannot say is left out in silence and ends the copying of the
+ * essence. Its order is, for video, depth, sampling, packing, colorimetry, transfer characteristics, then the standard
+ * with its offset; for audio coding, packet time, rate, then the channels with their order. What comes later in this
+ * order stays as it was, and so does an address that is missing or not IPv4, which the log tells. So initialise the
+ * structures before the call, and VideoStandard_E to ZEFA_VIDEO_STANDARD_UNKNOWN.
  * A description that gives the frame rate of interlaced video finds no standard: the standards go by the field
  * rate.
  *
- * Read are: payload type, number of connections (one for each "m=" line, up to ZEFA_MAX_CONNECTIONS), destination
- * address and port of each, the address of the "o=" line as SourceIp_UL of each, and from the first media its
- * essence and clocks. Not read, and for the application to set: interface, multicast mode and sources, the format
- * of the application's buffers, packets per buffer.
+ * A media is an "m=" line of audio or of video in ST 2110-20 or -40; any other one is told to the log and skipped. Read
+ * are: number of connections (the media, up to ZEFA_MAX_CONNECTIONS), destination address and port of each, the address
+ * of the "o=" line as SourceIp_UL of each, and from the first media its payload type (0 when it names several, with a
+ * warning), essence and clocks. Not read, and for the application to set: interface, multicast mode and sources, SSRC,
+ * size of the socket buffer, the format of the application's buffers, packets per buffer, and of ancillary data
+ * everything but EssenceType_E.
  *
  * C++ exceptions leave this function for descriptions whose numbers or tree cannot be used: std::invalid_argument
  * and std::out_of_range ("invalid stoi argument" and their like) from the conversion of numbers, nlohmann::json
  * exceptions (derived from std::exception) from the access to parts that are missing. Catch std::exception around
- * the call; a program in C must check the description by other means. Nothing but memory is lost by them.
+ * the call; a program in C must check the description by other means. The structures are untouched then.
  *
  * @param[in] pSdp_C The description, NUL-terminated, not null, of any length; lines may end in CR LF or LF.
  * @param pReserved Not read.
@@ -72,7 +77,8 @@ typedef struct ZEFA_SDP_INFO
  * @retval ZEFA_NO_ERROR The description was read.
  * @retval ZEFA_ERR_INVALID_POINTER One of the three structures is null.
  * @retval ZEFA_ERR_OPERATION_FAILED The description lacks something mandatory, has a value that is not supported,
- *        or has no media; the log says what.
+ *        or has no media; the log says what, or has the number 2 alone: of a media clock, a "TSMODE" and a frame rate
+ *        of ancillary data that are not supported.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void* pReserved,
                                      ZEFA_STREAM_NETWORK_CONFIG* pNetworkConfig_X,
@@ -110,10 +116,11 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void* pReserved,
  *        in the place of the last character.
  * @retval ZEFA_NO_ERROR The description was written.
  * @retval ZEFA_ERR_INVALID_POINTER The buffer or the size is null.
- * @retval ZEFA_ERR_NOT_FOUND MediaClock_E, TsMode_E or RefClock_E is outside the constants; nothing is logged.
- * @retval ZEFA_ERR_OPERATION_FAILED MediaClock_E is ZEFA_SDP_MEDIA_CLOCK_NOT_SET, or a value of the essence is outside
- *        the constants or "unknown" among them; the log has a line with the number 2. Also when there is no memory for
- *        the work.
+ * @retval ZEFA_ERR_NOT_FOUND MediaClock_E, TsMode_E or RefClock_E is outside the constants, and there is an "m=" line
+ *        to write; nothing is logged.
+ * @retval ZEFA_ERR_OPERATION_FAILED There is an "m=" line to write, and MediaClock_E is ZEFA_SDP_MEDIA_CLOCK_NOT_SET,
+ *        or a value of the essence is outside the constants or "unknown" among them; the log has a line with the number
+ *        2. Also when there is no memory for the work.
  * @retval ZEFA_ERR_BUFFER_TOO_SMALL The text is longer than the buffer. Size and buffer stay as they were: the length
  *        that is needed is not told, and nothing is logged.
  */

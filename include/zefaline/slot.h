@@ -48,10 +48,11 @@ typedef struct ZEFA_LOST_DATA
 /**
  * Waits for a slot and locks it: the oldest received one, or a free one to fill.
  *
- * Blocks up to LockTimeoutMs_UL of the common configuration. One media thread locks; others of the same stream
- * wait behind it. Several slots may be locked at once, as many as the ring has. The first lock after a start on a
- * receive stream may skip the rest of a slot that is already running, and spins instead of sleeping. Makes no
- * system call when a slot is ready, and allocates nothing.
+ * Blocks up to LockTimeoutMs_UL of the common configuration, and as long as another thread reads the common status or,
+ * on a stream of ancillary data, stops the stream. One media thread locks; others of the same stream wait behind it.
+ * Several slots may be locked at once, as many as the ring has; of a stream of ancillary data at most 1024. The first
+ * lock after a start on a receive stream may skip the rest of a slot that is already running, spins instead of
+ * sleeping, and may take three times the limit. Makes no system call when a slot is ready, and allocates nothing.
  *
  * @param Stream Stream handle.
  * @param[out] pSlot Receives the slot; not null.
@@ -59,7 +60,8 @@ typedef struct ZEFA_LOST_DATA
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
  * @retval ZEFA_ERR_TIMEOUT No slot came in time.
  * @retval ZEFA_ERR_INCORRECT_STATE The stream is not started, or its ring is gone.
- * @retval ZEFA_ERR_OPERATION_FAILED The ring refused.
+ * @retval ZEFA_ERR_OPERATION_FAILED The ring refused. Or, on a stream of ancillary data, there is no store for the
+ *        packets of another slot: the slot is locked all the same, *pSlot names it, and it has to be unlocked.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_LockSlot(ZEFA_HANDLE Stream, ZEFA_SLOT* pSlot);
 
@@ -68,8 +70,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_LockSlot(ZEFA_HANDLE Stream, ZEFA_SLOT* pSlot);
  * afterwards.
  *
  * Any thread may call, also another one than that which locked the slot. Makes no exchange; waits while another thread
- * locks a slot of the stream or reads its common status. Must not run beside a metadata call on the same stream. On
- * failure the slot stays locked.
+ * locks a slot of the stream, reads its common status or, on a stream of ancillary data, stops it. Must not run beside
+ * a metadata call on the same stream. On failure the slot stays locked.
  *
  * @param Stream Stream handle.
  * @param Slot A slot that is locked.
@@ -84,13 +86,13 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_UnlockSlot(ZEFA_HANDLE Stream, ZEFA_SLOT Slot);
 /**
  * Tells address and size of a buffer of a locked slot. The bytes lie in the ring itself; nothing is copied.
  *
- * Any thread; waits while another thread locks a slot of the stream.
+ * Any thread; waits while another thread locks a slot of the stream or reads its common status.
  *
  * @param Stream Stream handle.
  * @param Slot A slot that is locked.
  * @param BufferType_E Name of the buffer; those of the stream's essence are there.
  * @param[out] ppBuffer_UB Receives the address, good until the slot is unlocked or the stream is stopped.
- * @param[out] pSize_UL Receives the size in bytes.
+ * @param[out] pSize_UL Receives the size in bytes. A buffer that would reach beyond the slot ends with the slot.
  * @retval ZEFA_NO_ERROR Done.
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
  * @retval ZEFA_ERR_INVALID_POINTER A pointer or the slot is null.
@@ -105,8 +107,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotBuffer(ZEFA_HANDLE Stream, ZEFA_SLOT Slot, Z
 /**
  * Reads the timestamps that lie in a buffer of a locked slot.
  *
- * One thread at a time; must not run beside ZEFA_UnlockSlot on the same stream. The records of a slot are fetched once
- * and kept until it is unlocked; up to 100 allocate nothing.
+ * One thread at a time, which waits while another one locks a slot of the stream or reads its common status; must not
+ * run beside ZEFA_UnlockSlot on the same stream. The records of a slot are fetched once and kept until it is unlocked;
+ * up to 100 allocate nothing.
  *
  * @param Stream Stream handle.
  * @param Slot A slot that is locked.
@@ -118,10 +121,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotBuffer(ZEFA_HANDLE Stream, ZEFA_SLOT Slot, Z
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
  * @retval ZEFA_ERR_INVALID_POINTER A pointer or the slot is null, on a started stream.
  * @retval ZEFA_ERR_NOT_FOUND Slots of this stream have no such buffer.
- * @retval ZEFA_ERR_BAD_ARGUMENT The ring does not know the slot.
  * @retval ZEFA_ERR_INCORRECT_STATE The stream is not started, or its ring is gone.
- * @retval ZEFA_ERR_OPERATION_FAILED More slots have asked than the ring has, or the ring gave records that do not
- *        fit.
+ * @retval ZEFA_ERR_OPERATION_FAILED The ring does not know the slot, more slots have asked than the ring has, or the
+ *        ring gave records that do not fit. The same call again succeeds with what there is, which may be nothing.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slot, ZEFA_BUFFER_TYPE BufferType_E,
                                                ZEFA_TIMESTAMP* pTimestamps_X, uint32_t* pNbTimestamps_UL);
@@ -129,8 +131,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slo
 /**
  * Adds timestamps to a locked slot of a transmit stream.
  *
- * One thread at a time; must not run beside ZEFA_UnlockSlot on the same stream. Entries added before a failure stay in
- * the slot.
+ * One thread at a time, which waits while another one locks a slot of the stream or reads its common status; must not
+ * run beside ZEFA_UnlockSlot on the same stream. Entries added before a failure stay in the slot.
  *
  * @param Stream Stream handle.
  * @param Slot A slot that is locked.
@@ -142,9 +144,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slo
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
  * @retval ZEFA_ERR_INVALID_POINTER The slot is null, on a started stream.
  * @retval ZEFA_ERR_NOT_FOUND Slots of this stream have no such buffer.
- * @retval ZEFA_ERR_INCORRECT_STATE The stream is not started, or its ring is gone.
- * @retval ZEFA_ERR_OPERATION_FAILED The stream receives, a position lies outside the buffer, or the slot takes no
- *        more records.
+ * @retval ZEFA_ERR_INCORRECT_STATE The stream is not started.
+ * @retval ZEFA_ERR_OPERATION_FAILED The stream receives, a position lies outside the buffer, the slot takes no more
+ *        records, the ring does not know the slot, or the ring is gone.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_SetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slot, ZEFA_BUFFER_TYPE BufferType_E,
                                                const ZEFA_TIMESTAMP* pTimestamps_X, uint32_t NbTimestamps_UL);
@@ -153,8 +155,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slo
  * Reads where packets are missing in a buffer of a locked slot. A loss that starts in an earlier buffer is not
  * told here.
  *
- * One thread at a time; must not run beside ZEFA_UnlockSlot on the same stream. The records of a slot are fetched once
- * and kept until it is unlocked; up to 100 allocate nothing.
+ * One thread at a time, which waits while another one locks a slot of the stream or reads its common status; must not
+ * run beside ZEFA_UnlockSlot on the same stream. The records of a slot are fetched once and kept until it is unlocked;
+ * up to 100 allocate nothing.
  *
  * @param Stream Stream handle.
  * @param Slot A slot that is locked.
@@ -166,10 +169,9 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SetSlotTimestamps(ZEFA_HANDLE Stream, ZEFA_SLOT Slo
  * @retval ZEFA_ERR_INVALID_HANDLE Stream is null or no stream handle.
  * @retval ZEFA_ERR_INVALID_POINTER A pointer or the slot is null, on a started stream.
  * @retval ZEFA_ERR_NOT_FOUND Slots of this stream have no such buffer.
- * @retval ZEFA_ERR_BAD_ARGUMENT The ring does not know the slot.
  * @retval ZEFA_ERR_INCORRECT_STATE The stream is not started, or its ring is gone.
- * @retval ZEFA_ERR_OPERATION_FAILED More slots have asked than the ring has, or the ring gave records that do not
- *        fit.
+ * @retval ZEFA_ERR_OPERATION_FAILED The ring does not know the slot, more slots have asked than the ring has, or the
+ *        ring gave records that do not fit. The same call again succeeds with what there is, which may be nothing.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_GetSlotLostDataInfo(ZEFA_HANDLE Stream, ZEFA_SLOT Slot, ZEFA_BUFFER_TYPE BufferType_E,
                                                  ZEFA_LOST_DATA* pLostData_X, uint32_t* pNbLostData_UL);

@@ -21,7 +21,7 @@ typedef int32_t ZEFA_ESSENCE_TYPE;
 
 /** Which sources a multicast connection takes. */
 typedef uint32_t ZEFA_MULTICAST_MODE;
-#define ZEFA_MULTICAST_MODE_INCLUSION UINT32_C(0) /**< Only the sources of the list. */
+#define ZEFA_MULTICAST_MODE_INCLUSION UINT32_C(0) /**< Only the sources of the list; an empty list takes all. */
 #define ZEFA_MULTICAST_MODE_EXCLUSION UINT32_C(1) /**< All but the sources of the list; an empty list takes all. */
 /** Only when reading: a value without a constant. An unknown word reads as exclusion. */
 #define ZEFA_MULTICAST_MODE_UNKNOWN UINT32_C(2)
@@ -42,7 +42,7 @@ typedef uint32_t ZEFA_SDP_VIDEO_SAMPLING;
 #define ZEFA_SDP_VIDEO_SAMPLING_ICTCP_444 UINT32_C(3) /**< "ICtCp-4:4:4" */
 #define ZEFA_SDP_VIDEO_SAMPLING_RGB UINT32_C(4)       /**< "RGB" */
 #define ZEFA_SDP_VIDEO_SAMPLING_XYZ UINT32_C(5)       /**< "XYZ" */
-#define ZEFA_SDP_VIDEO_SAMPLING_UNKNOWN UINT32_C(6)   /**< Only when reading: something else. */
+#define ZEFA_SDP_VIDEO_SAMPLING_UNKNOWN UINT32_C(6)   /**< From ZEFA_GetStreamEssenceConfig alone: something else. */
 
 /** Packing of pixel groups into packets (SMPTE ST 2110-20 "PM"). */
 typedef uint32_t ZEFA_SDP_PACKING;
@@ -95,19 +95,20 @@ typedef uint32_t ZEFA_ENDIANNESS;
 typedef uint32_t ZEFA_SDP_AUDIO_CODEC;
 #define ZEFA_SDP_AUDIO_CODEC_L16 UINT32_C(0)     /**< 16 bits linear. */
 #define ZEFA_SDP_AUDIO_CODEC_L24 UINT32_C(1)     /**< 24 bits linear. */
-#define ZEFA_SDP_AUDIO_CODEC_UNKNOWN UINT32_C(2) /**< Only when reading: something else. */
+#define ZEFA_SDP_AUDIO_CODEC_UNKNOWN UINT32_C(2) /**< From ZEFA_GetStreamEssenceConfig alone: something else. */
 
 /** Audio samples per second and channel. */
 typedef uint32_t ZEFA_SDP_AUDIO_RATE;
-#define ZEFA_SDP_AUDIO_RATE_48000 UINT32_C(0)   /**< 48 kHz. */
-#define ZEFA_SDP_AUDIO_RATE_96000 UINT32_C(1)   /**< 96 kHz. */
-#define ZEFA_SDP_AUDIO_RATE_UNKNOWN UINT32_C(2) /**< Only when reading: something else, 44.1 kHz among it. */
+#define ZEFA_SDP_AUDIO_RATE_48000 UINT32_C(0) /**< 48 kHz. */
+#define ZEFA_SDP_AUDIO_RATE_96000 UINT32_C(1) /**< 96 kHz. */
+/** From ZEFA_GetStreamEssenceConfig alone: something else, 44.1 kHz among it. */
+#define ZEFA_SDP_AUDIO_RATE_UNKNOWN UINT32_C(2)
 
 /** Audio time in one packet (SDP "ptime"). */
 typedef uint32_t ZEFA_SDP_PACKET_TIME;
 #define ZEFA_SDP_PACKET_TIME_1MS UINT32_C(0)     /**< 1 ms. */
 #define ZEFA_SDP_PACKET_TIME_125US UINT32_C(1)   /**< 125 microseconds. */
-#define ZEFA_SDP_PACKET_TIME_UNKNOWN UINT32_C(2) /**< Only when reading: something else. */
+#define ZEFA_SDP_PACKET_TIME_UNKNOWN UINT32_C(2) /**< From ZEFA_GetStreamEssenceConfig alone: something else. */
 
 /** Memory, processing and waiting of a stream. */
 typedef struct ZEFA_STREAM_COMMON_CONFIG
@@ -147,7 +148,7 @@ typedef struct ZEFA_ST2110_20_CONFIG
     ZEFA_VIDEO_STANDARD VideoStandard_E;    /**< Raster and rate; ZEFA_VIDEO_STANDARD_UNKNOWN when there is none. */
     ZEFA_SDP_VIDEO_DEPTH NetworkBitDepth_E; /**< Bits of a sample on the network. */
     ZEFA_SDP_VIDEO_SAMPLING NetworkBitSampling_E; /**< Sampling on the network. */
-    ZEFA_SDP_PACKING PackingMode_E;               /**< Read back only; setting ignores it. */
+    ZEFA_SDP_PACKING PackingMode_E;               /**< ZEFA_SetStreamEssenceConfig ignores it. */
     ZEFA_SDP_COLORIMETRY Colorimetry_E;           /**< Colour space. Setting turns BT709 and unknown into BT709. */
     ZEFA_SDP_VIDEO_DEPTH AppBitDepth_E;           /**< Bits of a sample in the buffers. */
     ZEFA_SDP_VIDEO_SAMPLING AppBitSampling_E;     /**< Sampling in the buffers; must equal that of the network. */
@@ -282,8 +283,10 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_CloseStream(ZEFA_HANDLE Stream);
  * ZEFA_GetStreamCommonStatus. Blocks for four exchanges.
  *
  * Nothing is undone after a failure: ZEFA_StopStream is the way back. When the service starts the stream and does not
- * tell where its ring is, the call succeeds and the first lock gives ZEFA_ERR_INCORRECT_STATE. A start of a stream that
- * is started already joins its ring anew: slots that are locked, and their addresses, are dead.
+ * tell where its ring is, the call succeeds, unless the common configuration could not be read either, and the first
+ * lock gives ZEFA_ERR_INCORRECT_STATE. When it tells that and not the common configuration, the call succeeds, and
+ * metadata calls and locks of ancillary data fail. A start of a stream that is started already joins its ring anew:
+ * slots that are locked, and their addresses, are dead.
  *
  * @param Stream Stream handle.
  * @retval ZEFA_NO_ERROR Done.
@@ -342,7 +345,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetStreamCommonConfig(ZEFA_HANDLE Stream, ZEFA_STRE
  * @retval ZEFA_ERR_OPERATION_FAILED The conductor or its core could not be read, for whatever reason, a service that
  *        cannot be reached among them, and the stream is untouched; or the service refused the configuration with one
  *        of its own small results.
- * @retval ZEFA_ERR_NOT_FOUND The conductor is not in the context of the stream.
+ * @retval ZEFA_ERR_NOT_FOUND The conductor left the context during the call; one that was not in it before could not be
+ *        read.
  * @retval ZEFA_ERR_BAD_ARGUMENT The service does not take a value.
  * @retval ZEFA_ERR_INCORRECT_STATE The stream is open, or the service answered the configuration as not initialized.
  * @retval ZEFA_ERR_COMMUNICATION The configuration itself could not be sent, was answered against the protocol, or the
@@ -386,7 +390,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_SetStreamNetworkConfig(ZEFA_HANDLE Stream, const ZE
 /**
  * Reads the essence configuration. Values of the service that have no constant here, such as 16 bits or 44.1 kHz, come
  * as ..._UNKNOWN, and a raster of no standard as ZEFA_VIDEO_STANDARD_UNKNOWN. A word that this library does not know
- * counts as the first one of its kind: 8 bits, BT601, no padding, big endian, general packing.
+ * counts as the first one of its kind: 8 bits, BT601, no padding, big endian, general packing; of sampling, audio
+ * coding, rate and packet time that is none with a constant, so they come as ..._UNKNOWN.
  *
  * Any thread may call; one exchange with the service, which has no time limit but that of the HTTP library.
  *
@@ -414,8 +419,8 @@ ZEFA_API ZEFA_ERRORCODE ZEFA_GetStreamEssenceConfig(ZEFA_HANDLE Stream, ZEFA_ESS
  * @retval ZEFA_ERR_BAD_ARGUMENT The service does not take a value.
  * @retval ZEFA_ERR_INCORRECT_STATE The command channel of the context is not up.
  * @retval ZEFA_ERR_OPERATION_FAILED The service refused with one of its own small results.
- * @retval ZEFA_ERR_COMMUNICATION The service could not be reached, answered against the protocol, or no longer
- *        accepts the session.
+ * @retval ZEFA_ERR_COMMUNICATION EssenceType_E is not the stream's, or the service could not be reached, answered
+ *        against the protocol, or no longer accepts the session.
  */
 ZEFA_API ZEFA_ERRORCODE ZEFA_SetStreamEssenceConfig(ZEFA_HANDLE Stream, const ZEFA_ESSENCE_CONFIG* pConfig_X);
 

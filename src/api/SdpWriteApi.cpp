@@ -53,7 +53,8 @@ static SdpSession MakeSession(const ZEFA_STREAM_NETWORK_CONFIG& network, const Z
     session.Name = TextOf(info.SessionName);
     session.Description = TextOf(info.SessionDescription);
     session.Origin.SessionId = TicksOf100Nanoseconds() / kTicksOfASecond;
-    // Another one with each call, most of all within one second: a reader knows by it which text is the newer one.
+    // Another one with each call, most of all within one second. It starts anew every 4.3 s, so it tells texts apart,
+    // and not which is the newer one.
     session.Origin.SessionVersion =
         TicksOf100Nanoseconds() * kNanosecondsOfATick % std::numeric_limits<uint32_t>::max();
     session.Origin.Address.Version = kIpVersion4;

@@ -26,7 +26,7 @@ public:
     ZEFA_ERRORCODE SetEssenceConfig(const ZEFA_ESSENCE_CONFIG* config) override;
     // Without a free element the lock fails and the slot stays locked in the rail.
     ZEFA_ERRORCODE LockSlot(void** slot) override;
-    // A slot whose packets were read is written too, from where the reading ended.
+    // A slot whose packets were read is written too, from where the reading ended: at the end of a buffer, nothing.
     ZEFA_ERRORCODE UnlockSlot(void* slot) override;
 
     // ---- the packets of a locked slot. A slot that has no element yet gets one. The first of these on a slot of a
