@@ -248,10 +248,11 @@ RESULT_CODE CRestClient::GetBody(const HttpResponse& response, web::json::value*
         // The two steps of extract_json, but on this thread: that would hand the document to the HTTP library's thread
         // and back.
         const auto message = response->_get_impl();
-        pplx::create_task(message->_get_data_available()).get();
+        const auto bytes = pplx::create_task(message->_get_data_available()).get();
         *json = message->_extract_json();
-        // The library's way to say that there is no body or no content type; no record is a JSON null.
-        if (json->is_null()) result = RESULT_OPERATION_FAILED;
+        // The library's null where there is no body or no content type; a body may also be the text "null".
+        if (json->is_null() && (bytes == 0 || message->headers().content_type().empty()))
+            result = RESULT_OPERATION_FAILED;
     }
     catch (...) // not logged: the service has answered, and what it meant follows from the status
     {
