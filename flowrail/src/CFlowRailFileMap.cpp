@@ -241,11 +241,11 @@ uint32_t CFlowRailFileMap::GetStatus(FLOW_RAIL_STATUS* status)
     read.ReleasedBytes = read.CommittedBytes;
     read.CapacityBytes = File->Geometry().Capacity();
     read.RecordsPerSlot = File->Geometry().RecordsPerSlot;
-    const uint32_t own = OwnConsumers.load(std::memory_order_acquire);
     for (uint32_t place = 0; place < kMaxConsumers; ++place)
     {
         if (!(header.ConsumerStates[place].load(std::memory_order_acquire) & kConsumerActive)) continue;
-        if (!(own >> place & 1) && !File->IsHeldElsewhere(kFirstConsumerLock + place)) continue;
+        const bool own = OwnConsumers.load(std::memory_order_acquire) >> place & 1; // whose bit comes before its state
+        if (!own && !File->IsHeldElsewhere(kFirstConsumerLock + place)) continue;
         ++read.Consumers;
         // One that is joining has its position above all others, so it does not count here.
         read.ReleasedBytes = std::min(read.ReleasedBytes, header.Released[place].Bytes.load(std::memory_order_acquire));

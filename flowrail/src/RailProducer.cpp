@@ -35,10 +35,10 @@ bool RailProducer::Attach()
     }
     LockedEnd = Committed;
     Floor = Committed - std::min<uint64_t>(Committed, Capacity); // the lowest that a consumer can need
+    Attached.store(true, std::memory_order_release); // before the state, behind which consumers of this object read it
     const uint32_t state = Header.ProducerState.load(std::memory_order_relaxed);
     Header.ProducerState.store((state & ~kProducerKindMask) + (kProducerKindMask + 1) + kProducerAlive,
                                std::memory_order_release); // consumers load (acquire)
-    Attached.store(true, std::memory_order_release);
     return true;
 }
 
@@ -160,12 +160,13 @@ void RailProducer::RaiseFloor()
 
 void RailProducer::DropDeadConsumers()
 {
-    const uint32_t own = OwnConsumers.load(std::memory_order_acquire);
     for (uint32_t place = 0; place < kMaxConsumers; ++place)
     {
         const uint32_t state = Header.ConsumerStates[place].load(std::memory_order_acquire);
-        if (!(state & kConsumerActive) || (own >> place & 1) || File.IsHeldElsewhere(kFirstConsumerLock + place))
-            continue;
+        if (!(state & kConsumerActive)) continue;
+        // Behind the state: a consumer of this object may join meanwhile, and its bit comes before its state.
+        if (OwnConsumers.load(std::memory_order_acquire) >> place & 1) continue;
+        if (File.IsHeldElsewhere(kFirstConsumerLock + place)) continue;
         if (Drop(place, state)) Log(kPriorityWarning, "A consumer that has died was dropped.");
     }
 }
