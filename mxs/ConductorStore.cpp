@@ -143,6 +143,15 @@ std::shared_ptr<Conductor> ConductorStore::FindOrNull(uint64_t id, uint64_t cont
     return found != Entries.end() && found->second.contexts.contains(contextId) ? found->second.conductor : nullptr;
 }
 
+std::shared_ptr<Conductor> ConductorStore::OpenOn(uint64_t id, uint64_t contextId) const
+{
+    const std::lock_guard lock(Mutex);
+    const auto found = Entries.find(id);
+    if (found == Entries.end() || !found->second.contexts.contains(contextId)) return nullptr;
+    found->second.conductor->NoteOpened(contextId, 1);
+    return found->second.conductor;
+}
+
 void ConductorStore::Delete(uint64_t id, uint64_t contextId)
 {
     std::shared_ptr<Conductor> ended; // its thread is joined after the lock is gone

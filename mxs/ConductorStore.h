@@ -72,6 +72,8 @@ public:
     // The context's conductor. Refuses: 5004 unknown, 5012 another context's.
     std::shared_ptr<Conductor> Find(uint64_t id, uint64_t contextId) const;
     std::shared_ptr<Conductor> FindOrNull(uint64_t id, uint64_t contextId) const;
+    // The same, and notes a stream of the context as opened on it: it cannot be deleted in between.
+    std::shared_ptr<Conductor> OpenOn(uint64_t id, uint64_t contextId) const;
 
     // Detaches it from the context; the last one to go ends it. Refuses as Find, and 11 while a stream of the context
     // on it is open.

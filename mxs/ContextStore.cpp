@@ -70,14 +70,13 @@ bool ContextStore::Remove(const std::shared_ptr<Context>& context)
     return true;
 }
 
-std::vector<std::shared_ptr<Context>> ContextStore::Expired() const
+std::shared_ptr<Context> ContextStore::FirstExpired() const
 {
-    const Clock::rep now = Clock::now().time_since_epoch().count();
-    std::vector<std::shared_ptr<Context>> expired;
     const std::lock_guard lock(Mutex);
+    const Clock::rep now = Clock::now().time_since_epoch().count();
     for (const auto& [id, context] : Contexts)
-        if (now - context->LastTick.load() > Ttl.count()) expired.push_back(context);
-    return expired;
+        if (now - context->LastTick.load() > Ttl.count()) return context;
+    return nullptr;
 }
 
 std::vector<std::shared_ptr<Context>> ContextStore::All() const

@@ -53,7 +53,7 @@ public:
     // Takes the context out and marks it, having waited for its requests. False when another was first.
     bool Remove(const std::shared_ptr<Context>& context);
 
-    std::vector<std::shared_ptr<Context>> Expired() const;
+    std::shared_ptr<Context> FirstExpired() const; // null when all have been ticked in time
     std::vector<std::shared_ptr<Context>> All() const;
     Clock::duration TimeToLive() const { return Ttl; }
 

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdio>
 #include <ctime>
+#include <poll.h>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -38,6 +39,13 @@ std::string Line(LogLevel level, std::string_view text)
     return line;
 }
 
+// A pipe that says so has room for a page, which is more than a line; files always do.
+bool HasReader()
+{
+    pollfd error{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
+    return poll(&error, 1, 0) == 1 && (error.revents & POLLOUT);
+}
+
 } // namespace
 
 Log::Log(LogLevel level, Sink sink) : Level(level), Out(std::move(sink)) {}
@@ -46,8 +54,8 @@ void Log::Write(LogLevel level, std::string_view text) const
 {
     if (level > Level) return;
     uint64_t leftOut = 0;
-    if (level != LogLevel::Debug && !HasRoom(level, leftOut)) return;
-    if (leftOut > 0) Put(level, std::to_string(leftOut) + " lines like these were left out.");
+    if (!HasRoom(level, leftOut)) return;
+    if (leftOut > 0) Put(level, std::to_string(leftOut) + " lines like these were left out.", leftOut);
     std::string safe(text.substr(0, kLongestLine));
     if (safe.size() < text.size()) safe += "...";
     for (char& letter : safe)
@@ -66,17 +74,21 @@ bool Log::HasRoom(LogLevel level, uint64_t& leftOut) const
         leftOut = window.leftOut;
         window = {.end = now + std::chrono::seconds(1)};
     }
-    if (++window.lines <= kLinesEachSecond) return true;
+    if (++window.lines <= kLinesEachSecond || level == LogLevel::Debug) return true;
     ++window.leftOut;
     return false;
 }
 
-void Log::Put(LogLevel level, std::string_view text) const
+void Log::Put(LogLevel level, std::string_view text, uint64_t lines) const
 {
     if (Out) return Out(level, text);
     const std::string line = Line(level, text);
-    // A log that nobody reads any more must not stop the service.
-    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+    {
+        const std::lock_guard lock(Writing);
+        if (HasReader() && write(STDERR_FILENO, line.data(), line.size()) >= 0) return;
+    }
+    const std::lock_guard lock(Mutex);
+    Windows[static_cast<size_t>(level)].leftOut += lines;
 }
 
 } // namespace mxs

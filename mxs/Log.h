@@ -22,7 +22,8 @@ enum class LogLevel
 
 // Where lines go; any thread. The text is made safe for a terminal: control characters become '?'. No client fills a
 // disk with it: what is too long is cut, and what is too much is left out and counted, for each level by itself so that
-// small matters hide no great ones. Debug lines, which somebody has asked for, are all written.
+// small matters hide no great ones. Debug lines, which somebody has asked for, are all written. What nobody reads,
+// because a pipe is full or a terminal stands still, is left out and counted, too: a log stops no service.
 class Log
 {
 public:
@@ -40,7 +41,7 @@ public:
 
 private:
     void Write(LogLevel level, std::string_view text) const;
-    void Put(LogLevel level, std::string_view text) const;
+    void Put(LogLevel level, std::string_view text, uint64_t lines = 1) const; // counts `lines` as left out if it fails
     bool HasRoom(LogLevel level, uint64_t& leftOut) const;
 
     struct Window
@@ -53,8 +54,10 @@ private:
     LogLevel Level;
     Sink Out;
 
+    mutable std::mutex Writing; // one line at a time asks for room and takes it
+
     mutable std::mutex Mutex;                // guards Windows
-    mutable std::array<Window, 3> Windows{}; // the running second of each level above Debug
+    mutable std::array<Window, 4> Windows{}; // the running second of each level
 };
 
 } // namespace mxs

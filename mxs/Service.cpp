@@ -103,7 +103,8 @@ void Service::KeepHouse(const std::stop_token& stop)
         if (stop.stop_requested()) return;
         try
         {
-            for (const std::shared_ptr<Context>& context : Contexts.Expired())
+            // One after another: while one is removed, which may take as long as a start, others may be ticked.
+            while (const std::shared_ptr<Context> context = Contexts.FirstExpired())
             {
                 Out.Warning("Context " + IdText(context->Id) + " was not ticked for its time to live.");
                 RemoveContext(context);

@@ -41,6 +41,14 @@ Stream::Stream(uint64_t id, uint64_t contextId, const StreamCreate& create, cons
 
 Stream::~Stream()
 {
+    End();
+}
+
+void Stream::End()
+{
+    const std::lock_guard change(Changing);
+    const std::lock_guard lock(Mutex);
+    Ended = true;
     if (Now == State::Started) Stop();
     if (Now == State::Opened) Close();
 }
@@ -117,6 +125,7 @@ void Stream::SetState(const StreamState& target)
     const std::unique_lock change(Changing, std::try_to_lock);
     if (!change) throw Refusal(kBusy, "The state of the stream is being changed by another request.");
     const std::lock_guard lock(Mutex);
+    if (Ended) throw Refusal(kUnknownResource, "The stream has been deleted by another request.");
     if (wanted == Now) return;
     if (wanted == State::Opened) return Now == State::Closed ? Open() : Stop();
     if (Now != State::Opened)
@@ -202,11 +211,10 @@ void Stream::Open()
 {
     if (Common.conductorId != 0)
     {
-        OpenedOn = Services.conductors.FindOrNull(Common.conductorId, ContextId);
+        OpenedOn = Services.conductors.OpenOn(Common.conductorId, ContextId);
         if (!OpenedOn)
             throw Refusal(kIncorrectConfiguration,
                           "The conductor " + IdText(Common.conductorId) + " of the stream is gone.");
-        OpenedOn->NoteOpened(ContextId, 1);
     }
     Now = State::Opened;
     Services.log.Info(Name() + " is opened.");

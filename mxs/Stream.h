@@ -35,7 +35,7 @@ class Stream
 {
 public:
     Stream(uint64_t id, uint64_t contextId, const StreamCreate& create, const StreamServices& services);
-    ~Stream(); // stops and closes
+    ~Stream(); // ends
     Stream(const Stream&) = delete;
     Stream& operator=(const Stream&) = delete;
 
@@ -53,7 +53,11 @@ public:
     void SetEssenceConfig(const media::EssenceConfig& config);
 
     StreamState GetState() const;
-    void SetState(const StreamState& target); // 4 not configured, 9 wrong order, 10 no socket or memory, 11 busy
+    void
+    SetState(const StreamState& target); // 4 not configured, 8 ended, 9 wrong order, 10 no socket or memory, 11 busy
+
+    // Stops and closes it for ever, though somebody may still hold it. Waits for a start that is under way.
+    void End();
 
     // Stops a started stream whose ring another program has spoiled; a next start makes a new ring. Never waits:
     // while the stream is in use otherwise it does nothing.
@@ -84,9 +88,10 @@ private:
     const media::Direction Direction;
     const StreamServices& Services;
 
-    std::mutex Changing;      // of the state; taken before Mutex and never waited for
+    std::mutex Changing;      // of the state; taken before Mutex and waited for by End alone
     mutable std::mutex Mutex; // guards what follows and is held while a stream starts, which takes as long as its ring
     State Now = State::Closed;
+    bool Ended = false;
     bool RingWasCut = false;
     media::CommonConfig Common;
     media::NetworkConfig Network;

@@ -36,6 +36,7 @@ void StreamStore::Delete(uint64_t id, uint64_t contextId)
         const std::lock_guard lock(Mutex);
         Streams.erase(id);
     }
+    stream->End(); // and not when the last one lets go of it: what it has is free when the answer comes
     Services.log.Info("Context " + IdText(contextId) + " deletes stream " + IdText(id) + ".");
 }
 
@@ -55,6 +56,8 @@ void StreamStore::DeleteAll(uint64_t contextId)
                 ++entry;
         }
     }
+    for (const std::shared_ptr<Stream>& stream : ended)
+        stream->End();
 }
 
 void StreamStore::StopDamaged()

@@ -265,8 +265,8 @@ int main(int count, char** texts)
 
     int signal = 0;
     sigwait(&signals, &signal);
-    log.Info(std::string("Stopping on ") + (signal == SIGINT ? "SIGINT." : "SIGTERM."));
     const StopDeadline deadline(log);
+    log.Info(std::string("Stopping on ") + (signal == SIGINT ? "SIGINT." : "SIGTERM."));
     service.Stop();
     log.Info("Stopped.");
     return 0;

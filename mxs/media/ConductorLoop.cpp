@@ -8,12 +8,12 @@
 #include <condition_variable>
 #include <csignal>
 #include <future>
+#include <list>
 #include <mutex>
 #include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include <pthread.h>
 #include <sched.h>
@@ -65,11 +65,14 @@ struct Entry
     bool woken = false;
 };
 
+// Lies with the caller, who waits until it is done. Nothing is allocated for it on the loop's thread, where nobody
+// could be told of a failure.
 struct Command
 {
-    bool add = false;
     ConductorTask* task = nullptr;
-    bool* done = nullptr; // the caller's, who waits for it
+    std::list<Entry> added = {}; // empty: the task goes
+    bool done = false;
+    Command* next = nullptr;
 };
 
 } // namespace
@@ -84,14 +87,14 @@ struct ConductorLoop::State
 
     std::mutex guard; // all up to the blank line
     std::condition_variable commandsDone;
-    std::vector<Command> pending;
-    uint64_t issued = 0;   // commands ever queued
-    uint64_t finished = 0; // and carried out
+    Command* pending = nullptr; // the oldest
+    uint64_t issued = 0;        // commands ever queued
+    uint64_t finished = 0;      // and carried out
     bool running = false;
     bool stopRequested = false;
 
     // Owned by the loop's thread while it runs, by the holder of `guard` while it does not.
-    std::vector<std::unique_ptr<Entry>> entries;
+    std::list<Entry> entries;
 
     // Written by the loop's thread, read by anybody.
     std::atomic<bool> stopNow{false};
@@ -133,54 +136,52 @@ struct ConductorLoop::State
         [[maybe_unused]] const ssize_t written = write(wakeDescriptor, &one, sizeof one);
     }
 
-    bool Apply(const Command& command)
+    bool Apply(Command& command) noexcept
     {
         const auto found = std::find_if(entries.begin(), entries.end(),
-                                        [&](const auto& entry) { return entry->task == command.task; });
-        if (command.add)
+                                        [&](const Entry& entry) { return entry.task == command.task; });
+        if (!command.added.empty())
         {
             if (found != entries.end()) return true;
-            auto entry = std::make_unique<Entry>();
-            entry->task = command.task;
-            entry->descriptor = command.task->WakeDescriptor();
-            if (entry->descriptor >= 0)
+            Entry& entry = command.added.front(); // keeps its address
+            if (entry.descriptor >= 0)
             {
                 epoll_event event{};
                 event.events = EPOLLIN;
-                event.data.ptr = entry.get();
-                if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, entry->descriptor, &event) != 0) return false;
+                event.data.ptr = &entry;
+                if (epoll_ctl(epollDescriptor, EPOLL_CTL_ADD, entry.descriptor, &event) != 0) return false;
             }
-            entries.push_back(std::move(entry));
+            entries.splice(entries.end(), command.added);
             return true;
         }
         if (found == entries.end()) return true;
-        if ((*found)->descriptor >= 0) epoll_ctl(epollDescriptor, EPOLL_CTL_DEL, (*found)->descriptor, nullptr);
+        if (found->descriptor >= 0) epoll_ctl(epollDescriptor, EPOLL_CTL_DEL, found->descriptor, nullptr);
         entries.erase(found);
         return true;
     }
 
-    void ApplyPending() // with `guard` held
+    void ApplyPending() noexcept // with `guard` held
     {
-        for (const Command& command : pending)
-            *command.done = Apply(command);
-        pending.clear();
+        for (; pending; pending = pending->next)
+            pending->done = Apply(*pending);
         finished = issued;
         commandsWaiting.store(false);
         commandsDone.notify_all();
     }
 
-    bool Order(Command command)
+    bool Order(Command& command)
     {
         std::unique_lock lock(guard);
         if (!running) return Apply(command);
-        bool done = false;
-        command.done = &done;
-        pending.push_back(command); // cppcheck-suppress danglingLifetime ; it is gone from there before `done` is
+        Command** last = &pending;
+        while (*last)
+            last = &(*last)->next;
+        *last = &command;
         const uint64_t ticket = ++issued;
         commandsWaiting.store(true); // the loop looks behind `guard` itself
         Wake();
         commandsDone.wait(lock, [&] { return finished >= ticket; });
-        return done;
+        return command.done;
     }
 
     // Runs what is woken or due; returns the time of the next deadline.
@@ -189,17 +190,17 @@ struct ConductorLoop::State
         const uint64_t startNs = MonotonicNs();
         uint64_t nowNs = startNs;
         uint64_t next = kNever;
-        for (const auto& entry : entries)
+        for (Entry& entry : entries)
         {
-            if (entry->woken || entry->dueNs <= nowNs)
+            if (entry.woken || entry.dueNs <= nowNs)
             {
-                entry->woken = false;
-                entry->dueNs = entry->task->Run(nowNs);
-                windowBytes += entry->task->TakeBytesMoved();
-                packets.fetch_add(entry->task->TakePacketsMoved(), std::memory_order_relaxed);
+                entry.woken = false;
+                entry.dueNs = entry.task->Run(nowNs);
+                windowBytes += entry.task->TakeBytesMoved();
+                packets.fetch_add(entry.task->TakePacketsMoved(), std::memory_order_relaxed);
                 nowNs = MonotonicNs(); // the next task does not pay for this one
             }
-            next = std::min(next, entry->dueNs);
+            next = std::min(next, entry.dueNs);
         }
         windowBusyNs += nowNs - startNs;
         return next;
@@ -236,7 +237,7 @@ struct ConductorLoop::State
         if (hasFineWait)
         {
             count = epoll_pwait2(epollDescriptor, events.data(), static_cast<int>(events.size()), limit, nullptr);
-            hasFineWait = count >= 0 || errno != ENOSYS;
+            hasFineWait = count >= 0 || errno == EINTR; // filters of system calls refuse it with errors of their own
         }
         if (!hasFineWait)
         {
@@ -261,8 +262,8 @@ struct ConductorLoop::State
         windowStartNs = MonotonicNs();
         windowBusyNs = 0;
         windowBytes = 0;
-        for (const auto& entry : entries)
-            entry->dueNs = 0;
+        for (Entry& entry : entries)
+            entry.dueNs = 0;
         while (true)
         {
             if (commandsWaiting.load() || stopNow.load())
@@ -360,12 +361,15 @@ bool ConductorLoop::IsRunning() const
 
 bool ConductorLoop::Add(ConductorTask& task)
 {
-    return Inner->Order({.add = true, .task = &task});
+    Command command{.task = &task};
+    command.added.push_back({.task = &task, .descriptor = task.WakeDescriptor()});
+    return Inner->Order(command);
 }
 
 void ConductorLoop::Remove(ConductorTask& task)
 {
-    Inner->Order({.add = false, .task = &task});
+    Command command{.task = &task};
+    Inner->Order(command);
 }
 
 double ConductorLoop::LoadPercent() const

@@ -76,6 +76,11 @@ std::unique_ptr<ReceiveSocket> ReceiveSocket::Open(const ConnectionConfig& conne
         error = "The interface has no IPv4 address on which " + place + " could be joined.";
         return nullptr;
     }
+    if (connection.destinationIp == 0 && connection.interfaceAddress == 0) // all interfaces otherwise
+    {
+        error = "The interface has no IPv4 address to receive on, and the connection names none.";
+        return nullptr;
+    }
     const int handle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
     if (handle < 0) return failed("A socket for " + place + " could not be made");
     std::unique_ptr<ReceiveSocket> made(new ReceiveSocket(handle));
@@ -179,7 +184,7 @@ bool ReceiveSocket::Receive(std::span<uint8_t> room, DatagramBatch& batch)
         std::memcpy(&segmentBytes, CMSG_DATA(part), sizeof segmentBytes);
         if (segmentBytes > 0) batch.datagramBytes = static_cast<size_t>(segmentBytes);
     }
-    if (FilterHere && !IsWanted(ntohl(sender.sin_addr.s_addr))) batch.bytes = {};
+    batch.wanted = !FilterHere || IsWanted(ntohl(sender.sin_addr.s_addr));
     return true;
 }
 

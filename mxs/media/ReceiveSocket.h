@@ -12,11 +12,13 @@
 namespace mxs::media
 {
 
-// Datagrams that were received at once: all of `datagramBytes`, but the last, which may be shorter.
+// Datagrams that were received at once, one at least: all of `datagramBytes`, but the last, which may be shorter. One
+// that is empty comes alone.
 struct DatagramBatch
 {
     std::span<const uint8_t> bytes;
-    size_t datagramBytes = 0;
+    size_t datagramBytes = 1;
+    bool wanted = true; // their source is
 };
 
 class ReceiveSocket
@@ -35,7 +37,7 @@ public:
     int Descriptor() const { return Handle; }
     uint64_t GrantedBufferBytes() const { return Granted; }
 
-    // False when nothing is waiting. A batch of a source that is not wanted comes out empty. Never blocks.
+    // False when nothing is waiting. Never blocks.
     bool Receive(std::span<uint8_t> room, DatagramBatch& batch);
 
 private:

@@ -11,6 +11,10 @@ namespace
 // behind that it seems to begin anew is of no use, and must not take the others along.
 constexpr uint64_t kNewCountNs = 100'000'000;
 
+// No two paths are so far apart, and no packet is so late: what comes from behind then is a source that was started
+// anew before it was missed.
+constexpr uint64_t kStalledNs = 500'000'000;
+
 } // namespace
 
 RtpIntake::RtpIntake(const Settings& settings) : Config(settings), PathLoss(HasPaths() ? settings.paths : 0)
@@ -22,6 +26,13 @@ bool RtpIntake::IsFollowed(uint32_t ssrc, uint64_t nowNs) const
 {
     if (Config.ssrc != 0) return ssrc == Config.ssrc;
     return !Heard || ssrc == Count.ssrc || IsSilent(nowNs);
+}
+
+SequenceTracker::Progress RtpIntake::ProgressAt(uint64_t nowNs) const
+{
+    if (nowNs >= AdvancedNs + kStalledNs) return SequenceTracker::Progress::Stalled;
+    if (HasPaths() && nowNs < AdvancedNs + kNewCountNs) return SequenceTracker::Progress::GoesOnOutside;
+    return SequenceTracker::Progress::Steady;
 }
 
 std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagram, size_t path, uint64_t nowNs)
@@ -53,19 +64,20 @@ std::optional<RtpIntake::Taken> RtpIntake::Take(std::span<const uint8_t> datagra
     Count.ssrc = packet->ssrc;
     PathCounters& counters = Count.paths[path];
     ++counters.received;
-    taken.verdict = Merged.Accept(packet->sequence, upperHalf, HasPaths() && nowNs < AdvancedNs + kNewCountNs);
-    if (taken.verdict.arrival == SequenceTracker::Arrival::New) AdvancedNs = nowNs;
+    taken.verdict = Merged.Accept(packet->sequence, upperHalf, ProgressAt(nowNs));
+    const SequenceTracker::Arrival arrival = taken.verdict.arrival;
+    if (arrival == SequenceTracker::Arrival::New || arrival == SequenceTracker::Arrival::Restart) AdvancedNs = nowNs;
     if (HasPaths())
     {
         PathLoss.Count(path, taken.verdict, nowNs);
         counters.lost = PathLoss.Lost(path);
     }
-    if (taken.verdict.arrival == SequenceTracker::Arrival::Duplicate)
+    if (arrival == SequenceTracker::Arrival::Duplicate)
     {
         ++Count.duplicates;
         return {};
     }
-    if (taken.verdict.arrival == SequenceTracker::Arrival::Restart) CountedFrom = taken.verdict.index;
+    if (arrival == SequenceTracker::Arrival::Restart) CountedFrom = taken.verdict.index;
     Count.lost += taken.verdict.missing;
     if (!HasPaths()) counters.lost = Count.lost;
     taken.packet = *packet;

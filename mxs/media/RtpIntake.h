@@ -80,13 +80,15 @@ public:
 private:
     bool HasPaths() const { return Config.paths > 1; } // a single path is the whole
     bool IsFollowed(uint32_t ssrc, uint64_t nowNs) const;
+    SequenceTracker::Progress ProgressAt(uint64_t nowNs) const;
 
     const Settings Config;
     SequenceTracker Merged;
     PathLosses PathLoss;
     uint64_t CountedFrom = 0; // index of the packet with which the count of losses began
     uint64_t LastHeardNs = 0;
-    uint64_t AdvancedNs = 0; // when a number came that is higher than all before, on whichever path
+    uint64_t AdvancedNs =
+        0; // when a number came that is higher than all before, or a new count began, on whichever path
     bool Heard = false;
     IntakeCounters Count;
 };

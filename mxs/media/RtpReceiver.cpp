@@ -191,13 +191,16 @@ uint64_t RtpReceiver::Run(uint64_t nowNs)
 
 void RtpReceiver::TakeBatch(const DatagramBatch& batch, size_t path, uint64_t nowNs)
 {
-    for (size_t at = 0; at < batch.bytes.size(); at += batch.datagramBytes)
+    if (!batch.wanted) return;
+    size_t at = 0;
+    do
     {
         const size_t bytes = std::min(batch.datagramBytes, batch.bytes.size() - at);
         ++Transferred;
         ++PacketsMoved;
         Slots->Push(batch.bytes.subspan(at, bytes), path, nowNs);
-    }
+        at += batch.datagramBytes;
+    } while (at < batch.bytes.size());
     BytesMoved += batch.bytes.size();
 }
 

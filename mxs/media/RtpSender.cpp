@@ -178,7 +178,7 @@ void RtpSender::MakePackets()
     const uint32_t firstSequence = random() & 0xFFFF;
     Packets =
         MakePacketizer(Essence, {.payloadType = Network.payloadType, .ssrc = Ssrc, .firstSequence = firstSequence});
-    Schedule.emplace(Packets->Raster(), Packets->Period(), Packets->CatchUpNs());
+    Schedule.emplace(Packets->Raster(), Packets->Period(), Packets->CatchUpNs(), Packets->OffsetNs(0));
 }
 
 uint64_t RtpSender::Run(uint64_t nowNs)

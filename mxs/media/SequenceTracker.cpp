@@ -66,7 +66,7 @@ int64_t SequenceTracker::DistanceTo(uint32_t number) const
     return static_cast<int32_t>(number - HighestNumber);
 }
 
-SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upperHalf, bool goesOnElsewhere)
+SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upperHalf, Progress progress)
 {
     const uint32_t number = NumberOf(sequence, upperHalf);
     if (!Known) return Restart(number);
@@ -90,16 +90,15 @@ SequenceTracker::Verdict SequenceTracker::Accept(uint16_t sequence, uint16_t upp
     }
 
     const uint64_t index = HighestIndex - static_cast<uint64_t>(-distance);
-    const bool remembered = -distance < kWindow;
-    if (remembered && -distance <= kReorderLimit)
-        return {TestAndSet(index) ? Arrival::Duplicate : Arrival::Late, index, 0};
-
-    // Two in a row from far behind: the source has begun anew.
-    if (SuspectValid && SuspectNext == number && !goesOnElsewhere) return Restart(number);
-    SuspectValid = true;
-    SuspectNext = (number & 0xFFFF0000u) | static_cast<uint16_t>(number + 1);
-    if (!remembered) return {Arrival::Late, index, 0};
-    return {TestAndSet(index) ? Arrival::Duplicate : Arrival::Late, index, 0};
+    const bool far = -distance > kReorderLimit;
+    if (progress == Progress::Stalled || (far && progress == Progress::Steady))
+    {
+        if (SuspectValid && SuspectNext == number) return Restart(number);
+        SuspectValid = true;
+        SuspectNext = (number & 0xFFFF0000u) | static_cast<uint16_t>(number + 1);
+    }
+    const bool before = -distance < kWindow && TestAndSet(index);
+    return {before ? Arrival::Duplicate : Arrival::Late, index, 0};
 }
 
 } // namespace mxs::media

@@ -24,11 +24,18 @@ public:
         uint64_t missing; // with New: numbers between this one and the highest before it
     };
 
+    // What two numbers in a row that are behind the highest say of the source.
+    enum class Progress
+    {
+        Steady,        // from far behind they are a new count
+        GoesOnOutside, // another path brings higher ones: they are late, from wherever
+        Stalled        // there have been no higher ones for long: they are a new count, from wherever
+    };
+
     SequenceTracker();
 
-    // `upperHalf` is what the payload carries. Senders either move it at a wrap or leave it alone for ever. While the
-    // source goes on elsewhere, numbers from far behind are late and no new count.
-    Verdict Accept(uint16_t sequence, uint16_t upperHalf, bool goesOnElsewhere = false);
+    // `upperHalf` is what the payload carries. Senders either move it at a wrap or leave it alone for ever.
+    Verdict Accept(uint16_t sequence, uint16_t upperHalf, Progress progress = Progress::Steady);
 
     // True for one of the numbers that are next after the highest: what a source sends that was only silent.
     bool GoesOn(uint16_t sequence, uint16_t upperHalf) const;

@@ -30,10 +30,10 @@ uint64_t Quotient(SlotPeriod whole, SlotPeriod part)
 
 } // namespace
 
-SlotSchedule::SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs)
+SlotSchedule::SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs, uint64_t startOffsetNs)
     : Raster(raster), PeriodLengthNs(NsOf(period, 1)), DriftNs(PeriodLengthNs / 8),
       PeriodMoments(Quotient(period, raster)), PollMoments((kLeastPollNs + NsOf(raster, 1) - 1) / NsOf(raster, 1)),
-      LongestDelayNs(std::max(PeriodLengthNs, leastToleranceNs))
+      LongestDelayNs(std::max(PeriodLengthNs, leastToleranceNs) + startOffsetNs)
 {
 }
 

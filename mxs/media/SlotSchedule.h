@@ -13,8 +13,9 @@ class SlotSchedule
 {
 public:
     // `period` is a whole number of `raster`s. A slot that is late by `leastToleranceNs`, or by its period if that is
-    // longer, may still be sent.
-    SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs);
+    // longer, may still be sent. Slots whose first packet leaves `startOffsetNs` behind their moment are asked for that
+    // much later, and have it on top.
+    SlotSchedule(SlotPeriod raster, SlotPeriod period, uint64_t leastToleranceNs, uint64_t startOffsetNs = 0);
 
     // To be called before WaitNs: how many periods have passed without a slot because nobody asked, too many to be
     // caught up with. `monotonicNs` is the same moment as `taiNs` on a clock that does not step: a step of the other

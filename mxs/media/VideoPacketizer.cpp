@@ -157,7 +157,8 @@ Burst VideoPacketizer::Write(size_t first, size_t end, std::span<uint8_t> room)
         if (bytes > burst.datagramBytes || bytes > room.size() - burst.totalBytes) break;
         burst.totalBytes += WriteOne(piece, room.data() + burst.totalBytes);
         ++burst.count;
-        if (bytes < burst.datagramBytes) break; // a shorter one ends the burst
+        // A shorter one ends the burst, and a field does: the next one has a time of its own.
+        if (bytes < burst.datagramBytes || piece.last) break;
     }
     return burst;
 }

@@ -7,6 +7,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace test
@@ -120,6 +124,45 @@ TEST(Log, ALineThatIsTooLongIsCut)
     log.Error(std::string(2001, 'b'));
 
     EXPECT_EQ((std::vector<std::string>{std::string(2000, 'a'), std::string(2000, 'b') + "..."}), lines);
+}
+
+TEST(Log, LinesThatNobodyReadsStopNobodyAndAreCounted)
+{
+    int ends[2];
+    ASSERT_EQ(0, pipe2(ends, O_CLOEXEC));
+    const int before = dup(STDERR_FILENO);
+    dup2(ends[1], STDERR_FILENO);
+    const mxs::Log log(LogLevel::Debug);
+    const std::string line(900, 'x');
+    for (int count = 0; count < 400; ++count) // a pipe has 64 KiB
+        log.Debug(line);
+
+    fcntl(ends[0], F_SETFL, O_NONBLOCK);
+    const auto read = [&]
+    {
+        std::string text;
+        char room[4096];
+        for (ssize_t got = 0; (got = ::read(ends[0], room, sizeof room)) > 0;)
+            text.append(room, static_cast<size_t>(got));
+        return text;
+    };
+    const std::string first = read();
+    const auto written = static_cast<uint64_t>(std::count(first.begin(), first.end(), '\n'));
+    std::string told;
+    while (told.find(" lines like these were left out.") == std::string::npos) // in the next second
+    {
+        log.Debug("again");
+        told = read();
+    }
+    dup2(before, STDERR_FILENO);
+    for (const int end : {ends[0], ends[1], before})
+        close(end);
+
+    EXPECT_GT(written, 0u);
+    EXPECT_LT(written, 400u);
+    EXPECT_NE(told.find("debug: " + std::to_string(400 - written) + " lines like these were left out."),
+              std::string::npos)
+        << told;
 }
 
 TEST(Log, AFloodIsCountedInTheNextSecondAndHidesNoOtherLevel)

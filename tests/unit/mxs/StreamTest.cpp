@@ -473,6 +473,41 @@ TEST_F(Streams, ADeletedOneIsStoppedWhateverItsState)
     EXPECT_EQ(8u, User().Send("DELETE", "MXS/Stream/Mines/" + Stream).ErrCode());
 }
 
+TEST(StreamStore, ADeletedStreamIsOverThoughSomebodyStillHoldsIt)
+{
+    constexpr uint64_t kContext = 1;
+    const mxs::Log log(mxs::LogLevel::Error);
+    const mxs::CoreInventory cores;
+    const mxs::InterfaceInventory interfaces;
+    mxs::ConductorStore conductors(cores, 8, log);
+    mxs::PortDropStore drops;
+    mxs::MemoryBudget memory(1 << 20);
+    const mxs::StreamServices services{conductors, cores, interfaces, drops, memory, {}, log};
+    mxs::StreamStore streams(services, 8);
+    bool attached = false;
+    const uint64_t conductor = conductors.Create({}, kContext, attached)->Id;
+    for (const bool all : {false, true})
+    {
+        const std::shared_ptr<mxs::Stream> held = streams.Create({.essence = 1}, kContext);
+        held->SetCommonConfig({.queueDepth = 4, .cpuCores = {}, .conductorId = conductor});
+        held->SetState({.started = false, .opened = true});
+        EXPECT_THROW(conductors.Delete(conductor, kContext), mxs::Refusal);
+
+        all ? streams.DeleteAll(kContext) : streams.Delete(held->Id, kContext);
+        EXPECT_FALSE(conductors.Find(conductor, kContext)->HasOpened(kContext));
+        try
+        {
+            held->SetState({.started = false, .opened = true});
+            ADD_FAILURE() << "It cannot be opened any more.";
+        }
+        catch (const mxs::Refusal& refusal)
+        {
+            EXPECT_EQ(8u, refusal.Code);
+        }
+    }
+    EXPECT_NO_THROW(conductors.Delete(conductor, kContext));
+}
+
 TEST_F(Streams, EndWithTheirContextAndWithTheService)
 {
     CreateAll();

@@ -123,6 +123,36 @@ TEST_F(RtpIntakeTest, ASourceThatBeginsAnewOnAllPathsIsFollowedAfterATenthOfASec
     EXPECT_EQ(Two.Counters().lost, 1u);
 }
 
+TEST_F(RtpIntakeTest, ASourceThatIsStartedAnewCloseBehindIsFollowedWhenNothingHigherHasComeForHalfASecond)
+{
+    for (RtpIntake* intake : {&One, &Two})
+    {
+        for (uint32_t sequence = 50000; sequence < 50010; ++sequence)
+            Take(*intake, sequence, 0);
+        uint64_t now = kNow;
+        for (uint32_t sequence = 40000; sequence < 40024; ++sequence) // 480 ms, as late as packets may be
+            Take(*intake, sequence, 0, now += 20'000'000);
+        EXPECT_TRUE(Take(*intake, 40024, 0, now += 20'000'000)); // might be a late one
+        EXPECT_TRUE(Take(*intake, 40025, 0, now += 20'000'000)); // and behind it a new count
+        EXPECT_TRUE(Take(*intake, 40027, 0, now += 20'000'000));
+        EXPECT_EQ(intake->Counters().lost, 1u) << "of the new count";
+    }
+}
+
+TEST_F(RtpIntakeTest, PacketsOfASourceThatGoesOnAreLateHoweverManyComeInOrder)
+{
+    Take(One, 50000, 0);
+    Take(One, 50100, 0);
+    uint64_t now = kNow;
+    for (uint32_t sequence = 50001; sequence < 50100; ++sequence)
+    {
+        now += 20'000'000;
+        EXPECT_TRUE(Take(One, sequence, 0, now));
+        EXPECT_TRUE(Take(One, sequence + 100, 0, now)); // the source goes on meanwhile
+    }
+    EXPECT_EQ(One.Counters().lost, 0u);
+}
+
 TEST_F(RtpIntakeTest, ALatePacketFillsTheGapThatItLeft)
 {
     for (const uint32_t sequence : {10u, 11u, 14u})

@@ -531,6 +531,19 @@ TEST_F(RtpReceiverTest, PacketsOfNoUseAreSaidOnceAndAgainAtTheStopWhenThereAreMo
                         "9 packets were of no use: 1 malformed, 4 of another payload type, 4 of another source."});
 }
 
+TEST_F(RtpReceiverTest, ADatagramWithoutAByteIsAMalformedOne)
+{
+    StartAndAttach();
+    Said.clear();
+    const Sender sender;
+    sender.Send(kLoopback, Port, {Bytes{}, Bytes{}});
+    AwaitEmptySocket();
+
+    EXPECT_EQ(Stream->Counters().transferredPackets, 2u);
+    EXPECT_EQ(Said, std::vector<std::string>{
+                        "2 packets were of no use: 2 malformed, 0 of another payload type, 0 of another source."});
+}
+
 TEST_F(RtpReceiverTest, AStreamWhosePacketsAreAllOfUseSaysNothingAtTheStop)
 {
     StartAndAttach();
@@ -599,6 +612,14 @@ TEST_F(RtpReceiverTest, AnAddressThatTheMachineDoesNotHaveIsRefusedWith10)
 TEST_F(RtpReceiverTest, AMulticastGroupOnAnInterfaceWithoutAnAddressIsRefusedWith10)
 {
     Network.connections[0].destinationIp = 0xEFFC0001;
+    Network.connections[0].interfaceAddress = 0;
+
+    EXPECT_EQ(Start().code, 10u);
+}
+
+TEST_F(RtpReceiverTest, NoAddressOnAnInterfaceWithoutAnAddressIsRefusedWith10AndNotTakenForAll)
+{
+    Network.connections[0].destinationIp = 0;
     Network.connections[0].interfaceAddress = 0;
 
     EXPECT_EQ(Start().code, 10u);

@@ -179,6 +179,25 @@ TEST(SlotSchedule, AStallThatIsNotTooLongIsMadeUpForSlotBySlot)
     EXPECT_EQ(schedule.WaitNs(tai), 1 * kMs);
 }
 
+TEST(SlotSchedule, SlotsThatLeaveLongAfterTheirMomentAreNotTooLateForThat)
+{
+    constexpr uint64_t kStartOffset = 39 * kMs;
+    const struct
+    {
+        uint64_t lateNs, missed;
+    } cases[] = {{40 * kMs, 0}, {79 * kMs, 0}, {79 * kMs + 1, 2}};
+    for (const auto& [lateNs, missed] : cases)
+    {
+        SlotSchedule schedule(k25, k25, kTolerance, kStartOffset);
+        uint64_t tai = 100 * kSecond;
+        tai += schedule.WaitNs(tai);
+        schedule.Began(tai, tai);
+        schedule.HeldOff(tai, tai);
+        tai += 40 * kMs + lateNs; // behind the next moment
+        EXPECT_EQ(schedule.HeldOff(tai, tai), missed) << lateNs;
+    }
+}
+
 TEST(SlotSchedule, PeriodsThatPassWhileNobodyAsksAreCounted)
 {
     const struct

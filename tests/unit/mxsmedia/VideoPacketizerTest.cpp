@@ -165,6 +165,18 @@ TEST(VideoPacketizer, ABurstHoldsDatagramsOfOneLengthAndAShorterLastOne)
     EXPECT_EQ(tight.totalBytes, 1000u);
 }
 
+TEST(VideoPacketizer, ABurstEndsWithItsField)
+{
+    VideoPacketizer packets(Video(1920, 1080, 25, true), kSettings);
+    const Bytes slot(LayoutOf(Video(1920, 1080, 25, true)).lockSize);
+    ASSERT_EQ(packets.Begin(slot, {}), 4320u);
+    ASSERT_EQ(packets.BurstCount(), 28u);
+    Bytes room(65000);
+
+    EXPECT_EQ(packets.Write(2156, 2184, room).count, 4u); // the last of the first field, 2160 in all
+    EXPECT_EQ(packets.Write(2160, 2188, room).count, 28u);
+}
+
 TEST(VideoPacketizer, PacketsAreDueOverTheActiveLinesOfTheRaster)
 {
     // 1080 lines of 1125 in 20 ms, 4 datagrams each: 19.2 ms, from line 43 on.
