@@ -64,11 +64,14 @@ RESULT_CODE CExchange::Send()
     return ServerError();
 }
 
-RESULT_CODE CExchange::Receive(web::json::value* json)
+std::optional<web::json::value> CExchange::Receive(RESULT_CODE* result)
 {
-    const RESULT_CODE result = Send();
-    if (result != RESULT_NO_ERROR || !HasGoodStatus()) return result;
-    return Client->GetBody(Response, json);
+    *result = Send();
+    if (*result != RESULT_NO_ERROR || !HasGoodStatus()) return std::nullopt;
+    web::json::value json;
+    *result = Client->GetBody(Response, &json);
+    if (*result != RESULT_NO_ERROR) return std::nullopt;
+    return json;
 }
 
 RESULT_CODE CExchange::ReadList(std::vector<uint64_t>* ids)

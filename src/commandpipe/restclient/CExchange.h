@@ -56,9 +56,9 @@ public:
     template <class Record>
     RestServer::RESULT_CODE Read(Record* record)
     {
-        web::json::value json;
-        const RestServer::RESULT_CODE result = Receive(&json);
-        return json.is_null() ? result : RestServer::CSerializer::FromJSON(json, &record, true);
+        RestServer::RESULT_CODE result = RestServer::RESULT_NO_ERROR;
+        const std::optional<web::json::value> json = Receive(&result);
+        return json ? RestServer::CSerializer::FromJSON(*json, &record, true) : result;
     }
 
     // Sends, empties the vector and refills it in the document's order. A document without a list is an empty list,
@@ -74,8 +74,8 @@ public:
     web::http::http_headers Headers() const { return Response->headers(); }
 
 private:
-    // Sends. The document of a good answer is never null; where there is none to read, the result says why.
-    RestServer::RESULT_CODE Receive(web::json::value* json);
+    // Sends. The document of a good answer; where there is none to read, the result says why.
+    std::optional<web::json::value> Receive(RestServer::RESULT_CODE* result);
     RestServer::RESULT_CODE ReadList(std::vector<uint64_t>* ids, bool strictly);
 
     CRestClient* const Client;
