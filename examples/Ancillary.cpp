@@ -179,7 +179,7 @@ std::optional<std::string> CaptionDecoder::Read(const Bytes& packet)
     const bool timeCodeFirst = packet[7] == 0x71; // five bytes
     const size_t section = timeCodeFirst ? 12 : 7;
     if (section + 2 > packet.size() || packet[section] != kCcData) return {};
-    const size_t end = std::min(section + 2 + (packet[section + 1] & 31u) * 3, packet.size());
+    const size_t end = std::min(section + 2 + size_t{packet[section + 1] & 31u} * 3, packet.size());
     for (size_t at = section + 2; at + 3 <= end; at += 3)
         ReadTriplet(packet.data() + at);
     return Complete;

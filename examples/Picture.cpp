@@ -45,8 +45,8 @@ void ConvertLine(const uint16_t* in, uint8_t* out, uint32_t width, Components co
     case Components::CbYCrY:
     {
         // A colour difference belongs to the even pixel of its pair; the odd one lies halfway to the next.
-        const uint32_t pairs = width / 2;
-        for (uint32_t pair = 0; pair < pairs; ++pair)
+        const size_t pairs = width / 2;
+        for (size_t pair = 0; pair < pairs; ++pair)
         {
             const uint16_t* here = in + pair * 4;
             const uint16_t* next = pair + 1 < pairs ? here + 4 : here;
@@ -58,7 +58,7 @@ void ConvertLine(const uint16_t* in, uint8_t* out, uint32_t width, Components co
         break;
     }
     case Components::CbYCr:
-        for (uint32_t x = 0; x < width; ++x)
+        for (size_t x = 0; x < width; ++x)
             Pixel(out + x * 3, luma, range.Luminance(in[x * 3 + 1]), range.Difference(in[x * 3]),
                   range.Difference(in[x * 3 + 2]));
         break;

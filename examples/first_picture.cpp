@@ -34,7 +34,7 @@ std::vector<Field> CopyComplete(const Stream& stream, ZEFA_SLOT slot, uint32_t f
         if (losses != 0) return {};
         const Buffer buffer = BufferOf(stream, slot, type);
         fields.emplace_back(buffer.size / 2);
-        std::memcpy(fields.back().data(), buffer.bytes, buffer.size / 2 * 2);
+        std::memcpy(fields.back().data(), buffer.bytes, fields.back().size() * sizeof(uint16_t));
     }
     return fields;
 }
@@ -43,6 +43,7 @@ void SavePicture(const std::string& picture, const std::string& rawFile, const V
                  const std::vector<Field>& fields)
 {
     std::vector<Samples> samples;
+    samples.reserve(fields.size());
     for (const Field& field : fields)
         samples.push_back({field.data(), uint32_t(field.size() / format.WordsPerLine())});
     const std::string failure =

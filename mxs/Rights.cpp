@@ -42,12 +42,14 @@ bool DropRights(const KeptRights& kept)
     if (syscall(SYS_capget, &header, sets.data()) != 0) return false;
     const bool mayBound = (sets[CAP_TO_INDEX(CAP_SETPCAP)].effective & CAP_TO_MASK(CAP_SETPCAP)) != 0;
     bool complete = !mayBound || Bound(keep);
-    for (size_t word = 0; word < sets.size(); ++word)
+    uint64_t rest = keep;
+    for (__user_cap_data_struct& set : sets)
     {
-        const auto kept32 = static_cast<uint32_t>(keep >> (32 * word));
-        sets[word].effective &= kept32;
-        sets[word].permitted &= kept32;
-        sets[word].inheritable &= kept32; // and with it the ambient set
+        const auto kept32 = static_cast<uint32_t>(rest);
+        rest >>= 32;
+        set.effective &= kept32;
+        set.permitted &= kept32;
+        set.inheritable &= kept32; // and with it the ambient set
     }
     if (syscall(SYS_capset, &header, sets.data()) != 0) complete = false;
     if (geteuid() == 0 && prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) complete = false;

@@ -76,8 +76,8 @@ bool DropClockRight()
 
 [[gnu::noinline]] pid_t Launch(const Plan& plan)
 {
-    const pid_t child = vfork(); // NOLINT(clang-analyzer-security.insecureAPI.vfork): see the head of this file
-    if (child == 0) BecomeProgram(plan);
+    const pid_t child = vfork();         // NOLINT(clang-analyzer-security.insecureAPI.vfork): see the head of this file
+    if (child == 0) BecomeProgram(plan); // NOLINT(clang-analyzer-unix.Vfork): the same
     return child;
 }
 

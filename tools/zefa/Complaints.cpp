@@ -269,6 +269,7 @@ Complaint ComplaintOf(const LogLine& line, const std::string& source, const SdpS
 std::vector<Complaint> ComplaintsOf(const std::vector<LogLine>& lines, const std::string& source, const SdpScan& scan)
 {
     std::vector<Complaint> complaints;
+    complaints.reserve(lines.size());
     std::map<std::string_view, size_t> seen;
     for (const LogLine& line : lines)
         complaints.push_back(ComplaintOf(line, source, scan, seen[line.Message]++));
