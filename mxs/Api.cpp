@@ -11,6 +11,7 @@
 #include <net/if.h>
 #include <new>
 #include <shared_mutex>
+#include <system_error>
 
 namespace mxs
 {
@@ -310,7 +311,14 @@ HttpAnswer Api::SetPtpConfig(const Call& call)
     if (const std::optional<std::string> why = ptp::WhyRefused(config)) throw Refusal(kIncorrectConfiguration, *why);
     if (if_nametoindex(config.interfaceName.c_str()) == 0)
         throw Refusal(kUnknownResource, "There is no interface " + config.interfaceName + ".");
-    S.ptp.SetConfig(config);
+    try
+    {
+        S.ptp.SetConfig(config);
+    }
+    catch (const std::system_error&)
+    {
+        throw Refusal(kUnavailable, "The system gives no thread for the PTP daemon.");
+    }
     return Done();
 }
 

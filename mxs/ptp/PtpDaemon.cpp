@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <new>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <system_error>
@@ -27,6 +28,8 @@ using std::chrono::steady_clock;
 constexpr auto kFirstLooks = 200ms;  // between looks until the first answer
 constexpr auto kProgramTime = 500ms; // of pmc, which needs a tenth
 constexpr auto kGrace = 200ms;       // of ptp4l, to end by itself
+constexpr auto kBreather = 200ms;    // where memory has run out
+constexpr int kLeastLooks = 5;       // in vain, before ptp4l is silent: a busy machine may leave this thread no time
 constexpr const char* kConfigFile = "ptp4l.conf";
 
 int MakeWakeFd()
@@ -66,10 +69,11 @@ void PtpDaemon::SetConfig(const Config& config)
 {
     const std::lock_guard lock(Mutex);
     if (Thread.joinable() && config == Wanted) return;
+    // First: where the system gives no thread, nothing has changed. It waits for the lock.
+    if (!Thread.joinable()) Thread = std::jthread([this](const std::stop_token& stop) { Run(stop); });
     Wanted = config;
     IsNew = true;
     Seen = StatusWithoutDaemon(config);
-    if (!Thread.joinable()) Thread = std::jthread([this](const std::stop_token& stop) { Run(stop); });
     Wake();
 }
 
@@ -95,22 +99,32 @@ void PtpDaemon::Run(const std::stop_token& stop)
 {
     while (!stop.stop_requested())
     {
-        const auto now = steady_clock::now();
-        if (TakeConfig() || (!Ptp4l && now >= NextStart)) Begin();
-        if (Ptp4l)
+        try
         {
-            if (const std::optional<std::string> output = Ptp4l->ReadOutput())
-                PassOn(*output);
-            else // its end, unless it has closed its outputs, which it does not
-                Ptp4l->Stop(kGrace);
-            if (const std::optional<std::string> how = Ptp4l->Ended())
-                End("ptp4l has ended " + *how);
-            else if (now >= NextLook)
-                Look();
+            Attend();
+        }
+        catch (const std::bad_alloc&) // nothing is told: a line needs memory as well
+        {
+            std::this_thread::sleep_for(kBreather);
         }
         Wait(Ptp4l ? NextLook : NextStart);
     }
     End("");
+}
+
+void PtpDaemon::Attend()
+{
+    const auto now = steady_clock::now();
+    if (TakeConfig() || (!Ptp4l && now >= NextStart)) Begin();
+    if (!Ptp4l) return;
+    if (const std::optional<std::string> output = Ptp4l->ReadOutput())
+        PassOn(*output);
+    else // its end, unless it has closed its outputs, which it does not
+        Ptp4l->Stop(kGrace);
+    if (const std::optional<std::string> how = Ptp4l->Ended())
+        End("ptp4l has ended " + *how);
+    else if (now >= NextLook)
+        Look();
 }
 
 bool PtpDaemon::TakeConfig()
@@ -130,6 +144,7 @@ void PtpDaemon::Begin()
     const std::optional<std::string> pmc = FindProgram(Settings.programFolders, "pmc");
     if (!ptp4l || !pmc)
         return TellOnce("PTP: there is no ptp4l or no pmc on this machine (package linuxptp); the port is disabled.");
+    Pmc = *pmc;
     try
     {
         Folder = std::make_unique<StateFolder>(Settings.stateFolder);
@@ -147,11 +162,9 @@ void PtpDaemon::Begin()
         Folder.reset();
         return TellOnce(std::string("PTP: ptp4l cannot be started: ") + error.what() + "; the port is disabled.");
     }
-    Pmc = *pmc;
     UnfinishedLine.clear();
     NextLook = steady_clock::now();
-    Deadline = NextLook + Settings.longestSilence;
-    HasAnswered = false;
+    CountSilenceFrom(NextLook);
     if (LastProblem.empty())
         Tell("PTP: ptp4l runs on " + Current.interfaceName + ", domain " + std::to_string(Current.own.domainNumber) +
              ".");
@@ -170,6 +183,7 @@ void PtpDaemon::Look()
                                        Folder->Path() + "/pmc"};
     arguments.insert(arguments.end(), PmcRequests().begin(), PmcRequests().end());
     std::optional<PmcReport> report;
+    bool pmcHasRun = true;
     try
     {
         const std::string text = RunProgram(Pmc, arguments, kProgramTime);
@@ -178,23 +192,23 @@ void PtpDaemon::Look()
     }
     catch (const std::exception& error)
     {
-        TellOnce(std::string("PTP: pmc cannot be started: ") + error.what() + ".");
+        pmcHasRun = false;
+        TellOnce(std::string("PTP: pmc cannot be started: ") + error.what() + "; without it the port is disabled.");
     }
     const auto now = steady_clock::now();
     if (!report)
     {
         NextLook = now + std::min<steady_clock::duration>(kFirstLooks, Settings.pollPeriod);
-        if (now < Deadline) return;
-        if (!std::exchange(HasAnswered, false)) return End("ptp4l does not answer");
+        if (++LooksInVain < kLeastLooks || now < Deadline) return;
+        if (!HasAnswered) return End(pmcHasRun ? "ptp4l does not answer" : "");
         // Another start would not change what it says.
-        Deadline = now + Settings.longestSilence;
+        CountSilenceFrom(now);
         Clock.Hold();
         TellOnce("PTP: ptp4l runs, and what pmc says of it is not understood; the status is no longer up to date.");
         return;
     }
     NextLook = now + Settings.pollPeriod;
-    Deadline = now + Settings.longestSilence;
-    HasAnswered = false;
+    CountSilenceFrom(now);
     LastProblem.clear();
 
     // With time stamps of the network card the offset is that of the card's clock, which tells nothing of the
@@ -208,13 +222,21 @@ void PtpDaemon::Look()
     if (!IsNew) Seen = report->status;
 }
 
-// Without a reason where the service or its user wants it so.
+void PtpDaemon::CountSilenceFrom(steady_clock::time_point now)
+{
+    Deadline = now + Settings.longestSilence;
+    LooksInVain = 0;
+    HasAnswered = false;
+}
+
+// Without a reason where the service or its user wants it so, or it has been told; no memory is needed then.
 void PtpDaemon::End(const std::string& why)
 {
     if (Ptp4l)
     {
         Ptp4l->Stop(kGrace);
-        if (const std::optional<std::string> output = Ptp4l->ReadOutput(); output && !why.empty()) PassOn(*output);
+        if (!why.empty())
+            if (const std::optional<std::string> output = Ptp4l->ReadOutput()) PassOn(*output);
     }
     Ptp4l.reset();
     Folder.reset();

@@ -26,7 +26,7 @@ struct PtpSettings
     bool disciplineClock = false;            // ptp4l may set and slew the machine's clock
     std::chrono::milliseconds pollPeriod{1000};
     std::chrono::milliseconds retryPeriod{10000};   // after ptp4l could not be started, or has ended
-    std::chrono::milliseconds longestSilence{5000}; // of a ptp4l that runs, before it is started anew
+    std::chrono::milliseconds longestSilence{5000}; // of a ptp4l that runs, and some looks, before it is started anew
     std::function<void(const std::string&)> log;    // any thread; may be empty
 };
 
@@ -39,7 +39,8 @@ public:
     PtpDaemon& operator=(const PtpDaemon&) = delete;
 
     // Any thread; the configuration is not one that WhyRefused names. ptp4l is started, or started anew, soon after:
-    // how it fares is in Status. The configuration that holds already changes nothing.
+    // how it fares is in Status. The configuration that holds already changes nothing. Throws std::system_error when
+    // there is no thread for it; nothing has changed then.
     void SetConfig(const Config& config);
     void Stop(); // ends ptp4l; the configuration stays readable
 
@@ -48,9 +49,11 @@ public:
 
 private:
     void Run(const std::stop_token& stop);
+    void Attend();
     bool TakeConfig(); // true: there is a new one
     void Begin();
     void Look();
+    void CountSilenceFrom(std::chrono::steady_clock::time_point now);
     void End(const std::string& why);
     void Wait(std::chrono::steady_clock::time_point until);
     void PassOn(const std::string& output);
@@ -74,7 +77,9 @@ private:
     std::string Pmc;                     // path of the program
     std::string UnfinishedLine, LastLine, LastProblem;
     std::chrono::steady_clock::time_point NextStart{}, NextLook{}, Deadline{};
-    bool HasAnswered = false; // ptp4l, since the latest report or deadline, with something that makes none
+    // Since the latest report or deadline:
+    int LooksInVain = 0;
+    bool HasAnswered = false; // ptp4l, with something that makes no report
 
     std::jthread Thread; // last: it uses all the others
 };

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -61,8 +62,14 @@ StateFolder::StateFolder(const std::string& parent) : Name(parent + "/" + kPrefi
 
 StateFolder::~StateFolder()
 {
-    std::error_code ignored;
-    fs::remove_all(Name, ignored);
+    try
+    {
+        std::error_code ignored;
+        fs::remove_all(Name, ignored);
+    }
+    catch (const std::bad_alloc&) // the next start of a service removes it
+    {
+    }
     close(LockFd);
 }
 

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <pthread.h>
 #include <thread>
 
 namespace test
@@ -64,6 +65,26 @@ TEST_F(PtpApi, ConfigurationIsForAllContextsAndReadBackAsItWasPut)
     hardware["TimeStamping"] = "HW";
     EXPECT_EQ(other.Send("PUT", "MXS/PtpApi/Config", hardware).status, 200u);
     EXPECT_EQ(session.GetJson("MXS/PtpApi/Config"), hardware);
+}
+
+TEST_F(PtpApi, ConfigurationForWhichThereIsNoThreadIsRefusedAndNotKept)
+{
+    Session session(Port());
+    const json before = session.GetJson("MXS/PtpApi/Config");
+    pthread_attr_t usual, impossible;
+    pthread_getattr_default_np(&usual);
+    pthread_getattr_default_np(&impossible);
+    pthread_attr_setstacksize(&impossible, size_t{1} << 60);
+    pthread_setattr_default_np(&impossible); // no thread can have such a stack
+
+    const Reply refused = session.Send("PUT", "MXS/PtpApi/Config", kConfig);
+
+    pthread_setattr_default_np(&usual);
+    EXPECT_EQ(refused.status, 503u);
+    EXPECT_EQ(refused.ErrCode(), mxs::kUnavailable);
+    EXPECT_EQ(session.GetJson("MXS/PtpApi/Config"), before);
+    EXPECT_EQ(session.Send("PUT", "MXS/PtpApi/Config", kConfig).status, 200u);
+    EXPECT_EQ(session.GetJson("MXS/PtpApi/Config"), kConfig);
 }
 
 TEST_F(PtpApi, StatusWithoutADaemonIsWholeAndDisabled)

@@ -5,11 +5,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <mutex>
+#include <new>
 #include <sstream>
 #include <thread>
 #include <unistd.h>
@@ -312,12 +314,60 @@ TEST_F(Daemon, Ptp4lThatDoesNotAnswerIsStartedAgain)
     EXPECT_EQ(daemon.GetStatus().port.state, PortState::Disabled);
 }
 
+TEST_F(Daemon, LooksThatAreOnceOrTwiceInVainAreNoSilenceHoweverLongTheyTake)
+{
+    SetAnswer(Answer("LISTENING"));
+    Script("pmc", R"(echo look >> looks; [ $(($(wc -l < looks) % 10)) -lt 2 ] || cat answer)");
+    PtpSettings settings = Settings();
+    settings.longestSilence = 0ms;
+    PtpDaemon daemon(settings, Clock);
+    daemon.SetConfig(OnLoopback());
+
+    EXPECT_TRUE(Becomes([&] { return CountOf(ReadText(Folder / "looks"), "\n") >= 15; }));
+    EXPECT_LE(Starts(), 1u) << Log();
+    EXPECT_EQ(CountOf(Log(), "ptp4l does not answer"), 0u);
+}
+
+TEST_F(Daemon, PmcThatCannotBeExecutedIsToldOnceHoweverOftenPtp4lIsStarted)
+{
+    std::ofstream(Folder / "pmc") << "#!/nowhere/sh\n";
+    PtpSettings settings = Settings();
+    settings.longestSilence = 30ms;
+    PtpDaemon daemon(settings, Clock);
+    daemon.SetConfig(OnLoopback());
+
+    ASSERT_TRUE(Becomes([&] { return Starts() >= 4; }));
+
+    EXPECT_EQ(CountOf(Log(), "PTP: pmc cannot be started: "), 1u) << Log();
+    EXPECT_EQ(CountOf(Log(), "ptp4l does not answer"), 0u);
+    EXPECT_EQ(daemon.GetStatus().port.state, PortState::Disabled);
+}
+
+TEST_F(Daemon, GoesOnWhenThereWasNoMemoryForALine)
+{
+    SetAnswer(Answer("LISTENING"));
+    PtpSettings settings = Settings();
+    std::atomic<int> lines{0};
+    settings.log = [&lines](const std::string&)
+    {
+        ++lines;
+        throw std::bad_alloc();
+    };
+    PtpDaemon daemon(settings, Clock);
+    daemon.SetConfig(OnLoopback());
+
+    EXPECT_TRUE(Becomes([&] { return daemon.GetStatus().port.state == PortState::Listening; }));
+    EXPECT_TRUE(Becomes([&] { return lines >= 2; })) << "that it runs, and the one that it writes";
+    kill(std::stoi(ReadText(Folder / "started")), SIGKILL);
+    EXPECT_TRUE(Becomes([&] { return Starts() >= 2; }));
+}
+
 TEST_F(Daemon, Ptp4lWhoseAnswerIsNotUnderstoodGoesOnAndTheLogSaysSo)
 {
     std::string answer = Answer("SLAVE");
     SetAnswer(answer);
     PtpSettings settings = Settings();
-    settings.longestSilence = 300ms;
+    settings.longestSilence = 3s;
     PtpDaemon daemon(settings, Clock);
     daemon.SetConfig(OnLoopback());
     ASSERT_TRUE(Becomes([&] { return Clock.Read().locked; }));
