@@ -13,7 +13,7 @@ namespace
 
 constexpr double kHighestRate = 500e-6;             // no oscillator is worse
 constexpr int64_t kShortestBase = kNsPerSecond / 2; // of a rate: below, the noise of the offsets counts
-constexpr int64_t kLongestRun = 60 * kNsPerSecond;  // that a rate is good for
+constexpr int64_t kLongestRun = 60 * kNsPerSecond;  // that a rate is good for, and that shows one
 constexpr double kRateShare = 0.25;                 // of a new rate beside the old one
 constexpr int64_t kFarthestNs = 4'000'000'000 * kNsPerSecond;
 constexpr int64_t kLeastTaiOffset = 10 * kNsPerSecond; // the kernel's own: below, nobody has told it
@@ -58,7 +58,7 @@ Relation Follow(const std::optional<Relation>& before, const MasterSample& sampl
     const double shown = elapsed == 0 ? 0 : change / static_cast<double>(elapsed);
     if (elapsed < 0 || std::abs(change) > kHighestRate * static_cast<double>(std::max(elapsed, kNsPerSecond)))
         relation.rate = 0;
-    else if (elapsed >= kShortestBase)
+    else if (elapsed >= kShortestBase && elapsed <= kLongestRun)
         relation.rate = before->rate == 0 ? shown : before->rate + (shown - before->rate) * kRateShare;
     return relation;
 }

@@ -44,7 +44,7 @@ struct Relation
 };
 
 // The relation behind a look, with the rate that it shows beside the looks before. A difference that jumps is a clock
-// that was set, and no rate.
+// that was set, and no rate. Within more than a minute a clock may have been set unseen: the rate stays what it was.
 Relation Follow(const std::optional<Relation>& before, const MasterSample& sample);
 
 // TAI at a reading of the system's clock. The rate holds for a minute: a clock that was set would be far off.

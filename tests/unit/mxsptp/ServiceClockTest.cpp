@@ -101,6 +101,16 @@ TEST(FollowedClock, AClockThatWasSetShowsNoRate)
     EXPECT_NE(Follow(before, Sample(6 * kSecond, 500000)).rate, 0);
 }
 
+TEST(FollowedClock, LooksThatAreFarApartShowNoRate)
+{
+    const Relation before{5 * kSecond, 37 * kSecond, 2e-5};
+    // Half a second within half an hour is no more than 278 parts in a million.
+    EXPECT_EQ(Follow(before, Sample(1805 * kSecond, kSecond / 2)),
+              (Relation{1805 * kSecond, 37 * kSecond - kSecond / 2, 2e-5}));
+    EXPECT_DOUBLE_EQ(Follow(before, Sample(65 * kSecond, -3600000)).rate, 3e-5) << "a minute: 6e-5, of which a quarter";
+    EXPECT_DOUBLE_EQ(Follow(before, Sample(65 * kSecond + 1, -3600000)).rate, 2e-5);
+}
+
 TEST(FollowedClock, TimeBetweenLooksRunsAtTheRate)
 {
     const Relation relation{100 * kSecond, 37 * kSecond, 1e-5};
