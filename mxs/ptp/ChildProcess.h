@@ -19,7 +19,8 @@ enum class ClockRight
 class ChildProcess
 {
 public:
-    // Starts the program at a path. It is killed by the system when this thread ends, with whatever process. Throws
+    // Starts the program at a path. It is killed by the system when this thread ends, with whatever process; the system
+    // forgets that for a program that gains capabilities by its file, which it can with ClockRight::Keep alone. Throws
     // std::system_error when it cannot be started.
     ChildProcess(const std::string& path, const std::vector<std::string>& arguments, ClockRight clockRight);
     ~ChildProcess(); // Stop
