@@ -10,7 +10,8 @@ namespace Quillmont::FlowRail
 namespace
 {
 // A slot is a number and its owner, 1 the producer, 2 and above the consumers; it points nowhere, so that no value
-// that an application hands in can lead astray, and a slot that was unlocked is never taken for a later one.
+// that an application hands in can lead astray, and a slot that was unlocked is never taken for a later one, be it of
+// another rail.
 constexpr uint32_t kOwnerBits = 8;
 constexpr uint64_t kProducerOwner = 1, kFirstConsumerOwner = 2;
 static_assert(sizeof(void*) == sizeof(uint64_t));

@@ -25,8 +25,7 @@ std::unique_ptr<RailConsumer> RailConsumer::Join(const RailFile& file, std::atom
 RailConsumer::RailConsumer(const RailFile& file, std::atomic<uint32_t>& ownConsumers,
                            const std::atomic<bool>& ownProducer, uint32_t place, uint32_t state)
     : File(file), Header(file.Header()), OwnConsumers(ownConsumers), OwnProducer(ownProducer),
-      Capacity(file.Geometry().Capacity()), OwnPlace(place), OwnState(state),
-      Regions(file.Geometry().SlotCount, (uint64_t{state & 0xFFFFFF} << 32) + 1)
+      Capacity(file.Geometry().Capacity()), OwnPlace(place), OwnState(state), Regions(file.Geometry().SlotCount)
 {
     OwnConsumers.fetch_or(1u << OwnPlace, std::memory_order_acq_rel);
     std::atomic<uint64_t>& position = Header.Released[OwnPlace].Bytes;

@@ -10,7 +10,7 @@ namespace Quillmont::FlowRail
 {
 RailProducer::RailProducer(const RailFile& file, const std::atomic<uint32_t>& ownConsumers)
     : File(file), Header(file.Header()), OwnConsumers(ownConsumers), Capacity(file.Geometry().Capacity()),
-      NeedsConsumer(file.Geometry().CreatorRole == RailRole::Consumer), Regions(file.Geometry().SlotCount, 1)
+      NeedsConsumer(file.Geometry().CreatorRole == RailRole::Consumer), Regions(file.Geometry().SlotCount)
 {
 }
 

@@ -3,6 +3,7 @@
 #define FLOWRAIL_RAILREGIONS_H
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cstdint>
 #include <vector>
@@ -19,10 +20,9 @@ struct RailRegion
 class RailRegions
 {
 public:
-    // Room for every slot of the ring, and for many small pieces of them. The first number keeps the slots of
-    // another side that used the same place before from being taken for this one's.
-    RailRegions(uint32_t slotCount, uint64_t firstNumber)
-        : Ring(std::bit_ceil(std::max<size_t>(64, size_t{slotCount} + 1))), Oldest(firstNumber), Next(firstNumber)
+    // Room for every slot of the ring, and for many small pieces of them.
+    explicit RailRegions(uint32_t slotCount)
+        : Ring(std::bit_ceil(std::max<size_t>(64, size_t{slotCount} + 1))), Oldest(FirstNumber()), Next(Oldest)
     {
     }
 
@@ -53,6 +53,14 @@ public:
     }
 
 private:
+    // Of each side that this process has ever had another, so that no slot is taken for one of a rail before it, which
+    // a user may still know by its value. 36 bits count the slots: two years of a thousand a second.
+    static uint64_t FirstNumber()
+    {
+        static constinit std::atomic<uint64_t> sides{0};
+        return ((sides.fetch_add(1, std::memory_order_relaxed) & 0xFFFFF) << 36) + 1;
+    }
+
     RailRegion& At(uint64_t number) { return Ring[number & (Ring.size() - 1)]; }
 
     std::vector<RailRegion> Ring; // a power of two

@@ -1,9 +1,21 @@
 // Locks and unlocks of both sides: sizes, order, space, waits and results.
 #include "RailFixture.h"
 
+#include <set>
 #include <thread>
 
 using namespace railtest;
+using Quillmont::FlowRail::RailHeader;
+
+namespace
+{
+void AwaitSleeper(const RailPair& pair, std::atomic<uint32_t> RailHeader::*asleep)
+{
+    Vandal watcher(pair.Name());
+    while (watcher.Header().*asleep == 0)
+        std::this_thread::yield();
+}
+} // namespace
 
 TEST(LockProducer, RefusesBadArgumentsWith5)
 {
@@ -379,7 +391,7 @@ TEST(LockConsumer, SleepsUntilTheCommit)
     std::thread producer(
         [&pair]
         {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            AwaitSleeper(pair, &RailHeader::ConsumersAsleep);
             EXPECT_EQ(pair.Put(100, 5), FLOW_RAIL_OK);
         });
     void* slot = nullptr;
@@ -394,7 +406,12 @@ TEST(LockProducer, SleepsUntilTheReleaseAndUntilTheConsumerLeaves)
     pair.Join();
     ASSERT_EQ(pair.Put(400, 5), FLOW_RAIL_OK);
     void* slot = nullptr;
-    std::thread reader([&pair] { EXPECT_EQ(pair.Take(100), 5); });
+    std::thread reader(
+        [&pair]
+        {
+            AwaitSleeper(pair, &RailHeader::ProducerAsleep);
+            EXPECT_EQ(pair.Take(100), 5);
+        });
     EXPECT_EQ(pair.Producer->LockProducer(100, 60000, &slot), FLOW_RAIL_OK);
     reader.join();
     ASSERT_EQ(pair.Producer->UnlockProducer(slot), FLOW_RAIL_OK);
@@ -402,11 +419,32 @@ TEST(LockProducer, SleepsUntilTheReleaseAndUntilTheConsumerLeaves)
     std::thread leaver(
         [&pair]
         {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            AwaitSleeper(pair, &RailHeader::ProducerAsleep);
             EXPECT_EQ(pair.Consumer->RemoveConsumer(&pair.Token), FLOW_RAIL_OK);
         });
     EXPECT_EQ(pair.Producer->LockProducer(400, 60000, &slot), FLOW_RAIL_OK);
     leaver.join();
+}
+
+TEST(Slot, ValueIsNeverThatOfASlotOfARailBefore)
+{
+    std::set<void*> values;
+    for (int run = 0; run < 3; ++run)
+        for (const char* role : {"producer", "consumer"})
+        {
+            RailPair pair(100, 4, role);
+            pair.Join();
+            for (int i = 0; i < 5; ++i)
+            {
+                void *written = nullptr, *read = nullptr;
+                ASSERT_EQ(pair.Producer->LockProducer(100, 0, &written), FLOW_RAIL_OK);
+                ASSERT_EQ(pair.Producer->UnlockProducer(written), FLOW_RAIL_OK);
+                ASSERT_EQ(pair.Consumer->LockConsumer(&pair.Token, 100, 0, &read), FLOW_RAIL_OK);
+                ASSERT_EQ(pair.Consumer->UnlockConsumer(&pair.Token, read), FLOW_RAIL_OK);
+                EXPECT_TRUE(values.insert(written).second);
+                EXPECT_TRUE(values.insert(read).second);
+            }
+        }
 }
 
 TEST(GetStatus, TellsWhoIsThereAndWhatIsOutstanding)
