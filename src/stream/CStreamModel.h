@@ -14,6 +14,7 @@
 #include "commandpipe/restserver/ResultCode.h"
 #include "core/CHandle.h"
 #include "flowrail1.h"
+#include "stream/CTurnMutex.h"
 #include "stream/TSlotCache.h"
 #include "zefaline.h"
 
@@ -123,7 +124,7 @@ protected:
     CFlowRail* FlowRail = nullptr; // owned from StartStream to the StopStream whose Close succeeds, see ~CStreamModel
     ::FLOW_RAIL_DESCRIPTOR Descriptor{}; // the service's, copied at start
     uint64_t Consumer = 0;               // filled by AddConsumer, passed by address to every consumer operation
-    std::mutex Mutex;                    // guards FlowRail and every call on it; held across the wait of LockSlot
+    CTurnMutex Mutex;                    // guards FlowRail and every call on it; held across the wait of LockSlot
     CommandPipe::RestClient::IRestClient* const RestClient; // not owned
     uint64_t StreamId = 0;                                  // at the service
     const uint32_t StreamType;

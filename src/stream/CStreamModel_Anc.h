@@ -12,7 +12,6 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
-#include <mutex>
 
 namespace Quillmont::Trellis::Zefa
 {
@@ -77,7 +76,7 @@ private:
 
     // Guards all below, and the memory of locked slots, against the StopStream of another thread, which holds it across
     // its exchange. Taken before Mutex, never while Mutex is held.
-    std::mutex SlotDataMutex;
+    CTurnMutex SlotDataMutex;
     anc::CAncPlaylistManager PlaylistManager = MakePlaylistManager();
     std::deque<ANC_SLOT_DATA> SlotDataPool; // as many as the ring has slots, from StartStream to StopStream
     size_t TakenElements = 0;

@@ -66,7 +66,7 @@ void LogMissingBuffer(uint32_t bufferType)
 ZEFA_ERRORCODE CStreamModel::LockSlot(void** slot)
 {
     CFunctionTracer tracer("Quillmont::Trellis::Zefa::CStreamModel::LockSlot");
-    const std::lock_guard lock(Mutex); // across the whole wait: other calls on this stream's rail queue behind it
+    const std::lock_guard lock(Mutex); // across the whole wait: other calls on the rail queue up, and come next
     if (!FlowRail) return ZEFA_ERR_INCORRECT_STATE;
 
     const ZEFA_ERRORCODE status = TranslateLock(LockNextSlot(slot));

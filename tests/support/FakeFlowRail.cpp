@@ -119,6 +119,7 @@ public:
     uint32_t LockProducer(uint32_t size, uint32_t timeoutMs, void** slot) override
     {
         NOTE("LockProducer(" + Text(size) + ", " + Text(timeoutMs) + ")");
+        if (Fake().WhileLocking) Fake().WhileLocking();
         const uint32_t result = Fake().Result(FakeFlowRail::LOCK_PRODUCER);
         if (result == FLOW_RAIL_OK) *slot = Fake().TakeSlot();
         return result;
@@ -133,6 +134,7 @@ public:
     uint32_t LockConsumer(uint64_t* consumer, uint32_t size, uint32_t timeoutMs, void** slot) override
     {
         NOTE("LockConsumer(" + Text(*consumer) + ", " + Text(size) + ", " + Text(timeoutMs) + ")");
+        if (Fake().WhileLocking) Fake().WhileLocking();
         const uint32_t result = Fake().Result(FakeFlowRail::LOCK_CONSUMER);
         if (result == FLOW_RAIL_OK) *slot = Fake().TakeSlot();
         return result;

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <set>
 #include <string>
@@ -63,6 +64,7 @@ public:
     bool GivesRecordsOfAnyType = false;     // GetMetadata forgets to look at the type
     int32_t RetrievedTooFew = 0;            // GetMetadata says so many less than it was asked for
     bool WipesAtClose = false;              // a Close overwrites all slots, as if their memory were gone
+    std::function<void()> WhileLocking;     // runs in both locks, as their wait would
     bool Journals = true;                   // notes each call in the CallJournal; off where nothing may be allocated
     std::deque<Slot> Slots;                 // handed out in turn by both locks
 

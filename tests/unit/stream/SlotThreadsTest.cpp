@@ -3,8 +3,13 @@
 #include "StreamModelTest.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
+#include <fstream>
+#include <string>
 #include <thread>
+
+#include <unistd.h>
 
 #include "stream/CStreamModel_Anc.h"
 
@@ -53,6 +58,64 @@ TEST_F(SlotThreads, StatusAndStopBesideTheMediaLoop)
         EXPECT_EQ(model->GetCommonStatus(&status), ZEFA_ERR_INCORRECT_STATE);
         EXPECT_EQ(Rail().LivingRails(), 0u);
     }
+}
+
+bool Sleeps(pid_t thread)
+{
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    const size_t name = line.rfind(')');
+    return name != std::string::npos && line.compare(name, 3, ") S") == 0;
+}
+
+// Each lock of the loop waits until the other thread's call sleeps behind it, and then times out.
+TEST_F(SlotThreads, CallBesideALoopThatFindsNoSlotComesNext)
+{
+    auto model = Aligned();
+    void* const kept = Lock(*model);
+    Rail().Journals = false;
+    Rail().Always(FakeFlowRail::LOCK_CONSUMER, FLOW_RAIL_TIMEOUT);
+    std::atomic<pid_t> calling{0};
+    std::atomic<int> timeouts{0};
+    std::atomic<bool> ended{false};
+    Rail().WhileLocking = [&]
+    {
+        while (!ended && (calling == 0 || !Sleeps(calling)))
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        ++timeouts;
+    };
+    std::thread media(
+        [&]
+        {
+            void* slot = nullptr;
+            while (timeouts < 10000 && model->LockSlot(&slot) == ZEFA_ERR_TIMEOUT)
+                continue;
+        });
+    const auto timeoutsBeside = [&](auto call)
+    {
+        const int before = timeouts;
+        calling = gettid();
+        EXPECT_EQ(call(), ZEFA_NO_ERROR);
+        calling = 0;
+        return timeouts - before;
+    };
+
+    constexpr int kFew = 3; // one, were it not that a thread may sleep for another reason before it asks
+    for (int i = 0; i < 10; ++i)
+    {
+        ZEFA_STREAM_COMMON_STATUS status{};
+        EXPECT_LE(timeoutsBeside([&] { return model->GetCommonStatus(&status); }), kFew);
+        uint8_t* address = nullptr;
+        uint32_t size = 0;
+        EXPECT_LE(timeoutsBeside([&] { return model->GetSlotBuffer(kept, ZEFA_BUFFER_VIDEO_0, &address, &size); }),
+                  kFew);
+    }
+    EXPECT_LE(timeoutsBeside([&] { return model->UnlockSlot(kept); }), kFew);
+    EXPECT_LE(timeoutsBeside([&] { return model->StopStream(); }), kFew);
+
+    ended = true;
+    media.join();
 }
 
 // Playlists are read and written in the memory of slots, which the stop takes away.
