@@ -32,11 +32,11 @@ anc::TextFunction LogAt(uint32_t priority)
 
 const std::vector<uint32_t>& AllStreams()
 {
-    static const std::vector<uint32_t> streams = []
+    static const std::vector<uint32_t>& streams = []() -> const std::vector<uint32_t>&
     {
-        std::vector<uint32_t> numbers(anc::kStreams);
-        std::iota(numbers.begin(), numbers.end(), 0U);
-        return numbers;
+        auto* const numbers = new std::vector<uint32_t>(anc::kStreams); // never destroyed: a thread may still unlock
+        std::iota(numbers->begin(), numbers->end(), 0U);                // while the process ends
+        return *numbers;
     }();
     return streams;
 }
@@ -245,7 +245,8 @@ CStreamModel_Anc::ANC_SLOT_DATA* CStreamModel_Anc::OpenSlot(void* slot, ZEFA_ERR
 {
     ANC_SLOT_DATA* element = FindElement(slot);
     if (!element) element = AcquireElement(slot);
-    if (!element)
+    // A stop that failed leaves the stores; the memory that their packets point into goes with the rail.
+    if (!element || !FlowRail)
     {
         *status = ZEFA_ERR_OPERATION_FAILED;
         return nullptr;
