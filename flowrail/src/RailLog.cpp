@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <cxxabi.h>
 #include <iostream>
 #include <iterator>
 #include <mutex>
@@ -30,6 +31,24 @@ constinit LogConfiguration Configuration;
 bool Contains(const std::string& text, const char* word)
 {
     return text.find(word) != std::string::npos;
+}
+
+// A line that cannot be written is lost, and nothing else with it: the application may have set the stream to raise an
+// exception.
+void PrintLine(std::ostream& stream, const std::string& line)
+{
+    try
+    {
+        stream << line << std::endl;
+    }
+    catch (const abi::__forced_unwind&) // the thread is being cancelled
+    {
+        throw;
+    }
+    catch (...)
+    {
+        return;
+    }
 }
 } // namespace
 
@@ -79,7 +98,7 @@ void Log(uint32_t priority, const std::string& message)
         std::string(timeText) + " [QUILLMONT FLOWRAIL][" + kPriorityTexts[priority] + "] " + message;
 
     for (int output = 0; output < configuration.StandardOutputs; ++output)
-        (priority <= kPriorityError ? std::cerr : priority == 7 ? std::clog : std::cout) << line << std::endl;
+        PrintLine(priority <= kPriorityError ? std::cerr : priority == 7 ? std::clog : std::cout, line);
     for (int output = 0; output < configuration.DebuggerOutputs; ++output)
         syslog(LOG_USER | LOG_DEBUG, "%s", line.c_str());
 }

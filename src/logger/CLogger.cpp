@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cxxabi.h>
 #include <optional>
 
 namespace Quillmont::Logger
@@ -62,6 +63,24 @@ bool MakeSinks(const LoggingParameters& parameters, const std::string& name, CLo
     }
     return true;
 }
+
+// A line that cannot be written is lost, and nothing else with it: the application may have set the standard streams to
+// raise an exception, and who logs has work to end.
+void Hand(CLogSystem& sink, uint32_t priority, const std::string& message)
+{
+    try
+    {
+        sink.Log(priority, message);
+    }
+    catch (const abi::__forced_unwind&) // the thread is being cancelled
+    {
+        throw;
+    }
+    catch (...)
+    {
+        return;
+    }
+}
 } // namespace
 
 CLogger::~CLogger()
@@ -111,7 +130,7 @@ void Log(uint32_t priority, std::string message) // NOLINT(performance-unnecessa
     if (!HasListener()) return;
     const std::shared_ptr<const CLogger::SinkList> sinks = CLogger::Sinks();
     for (const auto& sink : *sinks)
-        if (sink->GetOutputClass() == kOutputClassDebug) sink->Log(priority, message);
+        if (sink->GetOutputClass() == kOutputClassDebug) Hand(*sink, priority, message);
 }
 
 bool HasListener() noexcept

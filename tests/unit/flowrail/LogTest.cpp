@@ -3,6 +3,8 @@
 #include "RailLog.h"
 
 #include <gmock/gmock.h>
+#include <iostream>
+#include <streambuf>
 #include <syslog.h>
 
 using namespace railtest;
@@ -48,6 +50,23 @@ TEST_F(RailLog, PrintsThePrioritiesOfTheFilterOnTheirStreams)
                 testing::ContainsRegex(std::string(kTime) + "\\[QUILLMONT FLOWRAIL\\]\\[Warning\\] odd\n$"));
     EXPECT_EQ(Write(6, "quiet").out, "");
     EXPECT_EQ(Write(8, "beyond").err, "");
+}
+
+TEST_F(RailLog, StreamThatRaisesWhenItCannotWriteDisturbsNobody)
+{
+    EXPECT_TRUE(CFlowRail::SetLoggingParameters({{"Debug", "StdOutputLog"}, {"Filter", "Error"}}));
+    struct : std::streambuf
+    {
+    } full;
+    std::streambuf* const before = std::cerr.rdbuf(&full);
+    std::cerr.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+
+    EXPECT_NO_THROW(Log(3, "lost"));
+    EXPECT_NO_THROW(Log(3, "lost, too"));
+
+    EXPECT_TRUE(std::cerr.bad());
+    std::cerr.exceptions(std::ios_base::goodbit);
+    std::cerr.rdbuf(before); // clears the state, too
 }
 
 TEST_F(RailLog, AnEventOutputAloneIsSilentAndSeveralFiltersAddUp)

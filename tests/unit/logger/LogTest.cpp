@@ -19,6 +19,13 @@ public:
 private:
     int& Lines;
 };
+
+class RaisingSink : public CLogSystem
+{
+public:
+    RaisingSink() : CLogSystem(kOutputClassDebug, "raise", PriorityFilter{}) {}
+    void Log(uint32_t, std::string) override { throw 1; }
+};
 } // namespace
 
 TEST(PriorityToString, GivesEachTextAndOneForAllElse)
@@ -28,6 +35,22 @@ TEST(PriorityToString, GivesEachTextAndOneForAllElse)
         EXPECT_EQ(PriorityToString(priority), texts[priority]);
     EXPECT_EQ(PriorityToString(8), "Unknown priority");
     EXPECT_EQ(PriorityToString(UINT32_MAX), "Unknown priority");
+}
+
+TEST(Log, WhatASinkRaisesStaysThereAndTheOthersHaveTheirLine)
+{
+    CLogger::GetInstance()->Configure({}, "test", 1);
+    const auto raising = std::make_shared<RaisingSink>();
+    int lines = 0;
+    const auto counting = std::make_shared<CountingSink>(kOutputClassDebug, lines);
+    CLogger::GetInstance()->AddSink(raising);
+    CLogger::GetInstance()->AddSink(counting);
+
+    EXPECT_NO_THROW(Log(3, "text"));
+
+    EXPECT_EQ(lines, 1);
+    CLogger::GetInstance()->RemoveSink(raising.get());
+    CLogger::GetInstance()->RemoveSink(counting.get());
 }
 
 TEST(Log, WithoutSinksSwallowsEverything)
