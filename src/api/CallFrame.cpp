@@ -5,6 +5,12 @@
 
 namespace Quillmont::Trellis::Zefa
 {
+ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE code, const char* text)
+{
+    if (Logger::HasListener()) Logger::Log(Logger::kPriorityError, text);
+    return code;
+}
+
 ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE code, const std::string& text)
 {
     Logger::Log(Logger::kPriorityError, text);

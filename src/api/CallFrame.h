@@ -9,8 +9,16 @@
 
 namespace Quillmont::Trellis::Zefa
 {
-// Logs the text at "Error" and gives the code back.
+// Logs the text at "Error" and gives the code back. A fixed text is copied only if somebody listens: a time-out is an
+// everyday failure of the media thread.
+ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE code, const char* text);
 ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE code, const std::string& text);
+
+// Cut to the room that the field has, and always ended by a NUL.
+inline void CopyText(const std::string& text, char (&field)[ZEFA_NAME_CHARS])
+{
+    field[text.copy(field, sizeof field - 1)] = '\0';
+}
 
 // Success is success, the service's own small results are failed operations, and what stands above is the transport's
 // or the protocol's.

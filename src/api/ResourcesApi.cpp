@@ -188,11 +188,6 @@ static void WarnOfLongName(const std::string& name)
                                   std::to_string(name.size()) + ")\r\n");
 }
 
-static void CopyName(const std::string& name, char (&field)[ZEFA_NAME_CHARS])
-{
-    field[name.copy(field, ZEFA_NAME_CHARS - 1)] = '\0';
-}
-
 ZEFA_ERRORCODE ZEFA_GetNetworkInterfaceStatus(ZEFA_HANDLE Context, uint64_t NetworkInterfaceId_ULL,
                                               ZEFA_NETWORK_INTERFACE_STATUS* pStatus_X)
 {
@@ -217,8 +212,8 @@ ZEFA_ERRORCODE ZEFA_GetNetworkInterfaceStatus(ZEFA_HANDLE Context, uint64_t Netw
     pStatus_X->MTU_UL = device.MTU;
     pStatus_X->UploadThroughput_ULL = status.UploadThroughput;
     pStatus_X->DownloadThroughput_ULL = status.DownloadThroughput;
-    CopyName(device.SystemName, pStatus_X->SystemName_C);
-    CopyName(device.DriverVersion, pStatus_X->DriverVersion_C);
+    CopyText(device.SystemName, pStatus_X->SystemName_C);
+    CopyText(device.DriverVersion, pStatus_X->DriverVersion_C);
     return ZEFA_NO_ERROR;
 }
 

@@ -1,6 +1,7 @@
 // ZEFA_ReadSDP: a session description becomes the configuration of one stream.
 #include "zefaline/sdp.h"
 
+#include "api/CallFrame.h"
 #include "core/VideoStandards.h"
 #include "logger/Log.h"
 #include "sdp/ISdpModule.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -16,20 +16,8 @@ using namespace quill::sdp_module;
 using Quillmont::Logger::kPriorityError;
 using Quillmont::Logger::kPriorityWarning;
 using Quillmont::Logger::Log;
-
-static ZEFA_ERRORCODE FailReading(ZEFA_ERRORCODE code, const std::string& text)
-{
-    Log(kPriorityError, text);
-    return code;
-}
-
-// Cut to the room that the field has, and always ended by a NUL.
-static void CopyText(char (&field)[ZEFA_NAME_CHARS], const std::string& text)
-{
-    const size_t length = std::min(text.size(), sizeof field - 1);
-    std::memcpy(field, text.data(), length);
-    field[length] = '\0';
-}
+using Quillmont::Trellis::Zefa::CopyText;
+using Quillmont::Trellis::Zefa::Fail;
 
 // A module value without an exported one is no failure: false, and the field stays as the caller left it.
 template <class Enumeration, size_t N>
@@ -97,7 +85,7 @@ static void FillAudio(const SdpMediaAudio& audio, ZEFA_ESSENCE_CONFIG& essence, 
     if (!Translate(kPacketTimes, audio.PacketTime, config.PacketTime_E)) return;
     if (!Translate(kAudioRates, audio.SamplingRate, config.SamplingRate_E)) return;
     config.ChannelNumber_UL = audio.ChannelCount;
-    CopyText(info.ChannelOrder, audio.ChannelOrder);
+    CopyText(audio.ChannelOrder, info.ChannelOrder);
 }
 
 static void FillEssence(const SdpMedia& media, ZEFA_ESSENCE_CONFIG& essence, ZEFA_SDP_INFO& info)
@@ -113,8 +101,8 @@ static void FillEssence(const SdpMedia& media, ZEFA_ESSENCE_CONFIG& essence, ZEF
 
 static void FillInfo(const SdpSession& session, const SdpMedia& media, ZEFA_SDP_INFO& info)
 {
-    CopyText(info.SessionName, session.Name);
-    CopyText(info.SessionDescription, session.Description);
+    CopyText(session.Name, info.SessionName);
+    CopyText(session.Description, info.SessionDescription);
     if (!Translate(kMediaClocks, media.MediaClock, info.MediaClock_E)) return;
     if (!Translate(kTsModes, media.TsMode, info.TsMode_E)) return;
     Translate(kRefClocks, media.RefClock.Type, info.RefClock_E);
@@ -135,22 +123,20 @@ ZEFA_ERRORCODE ZEFA_ReadSDP(const char* pSdp_C, const void*, ZEFA_STREAM_NETWORK
                             ZEFA_ESSENCE_CONFIG* pEssenceConfig_X, ZEFA_SDP_INFO* pInfo_X)
 {
     if (!pNetworkConfig_X || !pEssenceConfig_X || !pInfo_X)
-        return FailReading(ZEFA_ERR_INVALID_POINTER, "Error in ZEFA_ReadSDP : one of the pointer is null.");
+        return Fail(ZEFA_ERR_INVALID_POINTER, "Error in ZEFA_ReadSDP : one of the pointer is null.");
 
     const std::unique_ptr<ISdpModule> module =
         CreateSdpModule([](const std::string& text) { Log(kPriorityError, text); },
                         [](const std::string& text) { Log(kPriorityWarning, text); });
-    if (!module)
-        return FailReading(ZEFA_ERR_OPERATION_FAILED, "Error in ZEFA_ReadSDP when creating the SDP module object.");
+    if (!module) return Fail(ZEFA_ERR_OPERATION_FAILED, "Error in ZEFA_ReadSDP when creating the SDP module object.");
 
     const SdpCode code = module->Read(pSdp_C);
     if (code != kSdpSuccess)
-        return FailReading(ZEFA_ERR_OPERATION_FAILED,
-                           "Error in ZEFA_ReadSDP when parsing the SDP : " + std::to_string(code));
+        return Fail(ZEFA_ERR_OPERATION_FAILED, "Error in ZEFA_ReadSDP when parsing the SDP : " + std::to_string(code));
     const SdpSession session = module->GetSession();
     const SdpMediaList& medias = module->GetMedias();
     if (medias.empty())
-        return FailReading(ZEFA_ERR_OPERATION_FAILED, "Error in ZEFA_ReadSDP : no media is present in the SDP.");
+        return Fail(ZEFA_ERR_OPERATION_FAILED, "Error in ZEFA_ReadSDP : no media is present in the SDP.");
 
     // Success means that the text was read; a value without a place in the structures is left out in silence.
     FillNetwork(session, medias, *pNetworkConfig_X);

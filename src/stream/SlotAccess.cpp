@@ -8,6 +8,7 @@
 
 #include "logger/CFunctionTracer.h"
 #include "logger/Log.h"
+#include "stream/RailResults.h"
 
 namespace Quillmont::Trellis::Zefa
 {
@@ -16,42 +17,17 @@ using Logger::Log;
 
 namespace
 {
-constexpr uint32_t kRailSuccess = 0;
-constexpr uint32_t kRailNotUsable = 8;
-constexpr uint32_t kRailBadArgument = 12; // outside of locking
-constexpr uint32_t kRailNothingYet = 12;  // of GetConsumerAlignment
-constexpr uint32_t kRailEndOfSlot = 2;    // type of a metadata record
+constexpr uint32_t kRailNothingYet = FLOW_RAIL_BAD_ARGUMENT; // of GetConsumerAlignment
 
 ZEFA_ERRORCODE TranslateLock(uint32_t railResult)
 {
     switch (railResult)
     {
-    case kRailSuccess: return ZEFA_NO_ERROR;
+    case FLOW_RAIL_OK: return ZEFA_NO_ERROR;
     case 4:
-    case 11:
-    case 12: return ZEFA_ERR_TIMEOUT; // all three: a wait that ran out
-    case kRailNotUsable: return ZEFA_ERR_INCORRECT_STATE;
-    default: return ZEFA_ERR_OPERATION_FAILED;
-    }
-}
-
-ZEFA_ERRORCODE TranslateUnlock(uint32_t railResult)
-{
-    switch (railResult)
-    {
-    case kRailSuccess: return ZEFA_NO_ERROR;
-    case kRailNotUsable: return ZEFA_ERR_INCORRECT_STATE;
-    case kRailBadArgument: return ZEFA_ERR_BAD_ARGUMENT;
-    default: return ZEFA_ERR_OPERATION_FAILED;
-    }
-}
-
-ZEFA_ERRORCODE TranslateGetAddress(uint32_t railResult) // of a failure
-{
-    switch (railResult)
-    {
-    case kRailNotUsable: return ZEFA_ERR_INCORRECT_STATE;
-    case kRailBadArgument: return ZEFA_ERR_BAD_ARGUMENT;
+    case FLOW_RAIL_TIMEOUT:
+    case kRailNothingYet: return ZEFA_ERR_TIMEOUT; // all three: a wait that ran out
+    case FLOW_RAIL_BAD_STATE: return ZEFA_ERR_INCORRECT_STATE;
     default: return ZEFA_ERR_OPERATION_FAILED;
     }
 }
@@ -85,16 +61,16 @@ uint32_t CStreamModel::LockNextSlot(void** slot)
         // The consumer joins a ring that is already running and may stand in the middle of a slot.
         uint32_t remainingBytes = 0;
         uint32_t railResult = AwaitAlignment(&remainingBytes);
-        if (railResult != kRailSuccess)
+        if (railResult != FLOW_RAIL_OK)
             return railResult; // the next lock aligns again; kRailNothingYet is a time-out to TranslateLock
         if (remainingBytes != LockSize)
         {
             // Into the caller's variable: after a refused release it names the piece, which is still locked.
             railResult = FlowRail->LockConsumer(&Consumer, remainingBytes, timeoutMs, slot);
-            if (railResult == kRailSuccess) railResult = FlowRail->UnlockConsumer(&Consumer, *slot);
+            if (railResult == FLOW_RAIL_OK) railResult = FlowRail->UnlockConsumer(&Consumer, *slot);
         }
         FirstLockDone = true; // whatever became of the piece
-        if (railResult != kRailSuccess) return railResult;
+        if (railResult != FLOW_RAIL_OK) return railResult;
     }
     return FlowRail->LockConsumer(&Consumer, LockSize, timeoutMs, slot);
 }
@@ -121,20 +97,20 @@ ZEFA_ERRORCODE CStreamModel::UnlockSlot(void* slot)
         if (IsTransmit())
         {
             // Tells the service that the slot ends at its last byte. Refused, the slot stays locked and uncommitted.
-            railResult = FlowRail->AddMetadata(slot, kRailEndOfSlot, LockSize - 1, 0);
-            if (railResult == kRailSuccess) railResult = FlowRail->UnlockProducer(slot);
+            railResult = FlowRail->AddMetadata(slot, FLOW_RAIL_METADATA_END, LockSize - 1, 0);
+            if (railResult == FLOW_RAIL_OK) railResult = FlowRail->UnlockProducer(slot);
         }
         else
         {
             railResult = FlowRail->UnlockConsumer(&Consumer, slot);
         }
     }
-    if (railResult == kRailSuccess) // otherwise the caches keep the slot, which is still locked
+    if (railResult == FLOW_RAIL_OK) // otherwise the caches keep the slot, which is still locked
     {
         TimestampCache.Remove(slot);
         LostDataCache.Remove(slot);
     }
-    return TranslateUnlock(railResult);
+    return TranslateRail(railResult);
 }
 
 ZEFA_ERRORCODE CStreamModel::GetSlotBuffer(void* slot, uint32_t bufferType, uint8_t** address, uint32_t* size)
@@ -152,7 +128,7 @@ ZEFA_ERRORCODE CStreamModel::GetSlotBuffer(void* slot, uint32_t bufferType, uint
         if (!FlowRail) return ZEFA_ERR_INCORRECT_STATE;
         railResult = FlowRail->GetSlotAddress(slot, &base);
     }
-    if (railResult != kRailSuccess) return TranslateGetAddress(railResult);
+    if (railResult != FLOW_RAIL_OK) return TranslateRail(railResult);
 
     Extent buffer;
     if (!FindBuffer(bufferType, &buffer)) // outside Mutex: the map changes in StartStream alone

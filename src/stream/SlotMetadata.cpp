@@ -6,21 +6,24 @@
 
 #include "logger/CFunctionTracer.h"
 #include "logger/Log.h"
+#include "stream/RailResults.h"
 
 namespace Quillmont::Trellis::Zefa
 {
+using Logger::HasListener;
 using Logger::kPriorityError;
 using Logger::kPriorityWarning;
 using Logger::Log;
 
 namespace
 {
-constexpr uint32_t kRailSuccess = 0;
-constexpr uint32_t kRailNotUsable = 8;
-constexpr uint32_t kRailBadArgument = 12;
 constexpr uint32_t kRailCopiedToo = 19; // of GetMetadata: it has copied the records, like 0
-constexpr uint32_t kRailTimestamp = 1;  // types of metadata records
-constexpr uint32_t kRailLostData = 3;
+
+ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE status, const char* text)
+{
+    if (HasListener()) Log(kPriorityError, text);
+    return status;
+}
 
 ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE status, std::string text)
 {
@@ -30,17 +33,7 @@ ZEFA_ERRORCODE Fail(ZEFA_ERRORCODE status, std::string text)
 
 ZEFA_ERRORCODE TranslateGetCount(uint32_t railResult)
 {
-    return railResult == kRailNotUsable ? ZEFA_ERR_INCORRECT_STATE : ZEFA_ERR_OPERATION_FAILED;
-}
-
-ZEFA_ERRORCODE TranslateGetRecords(uint32_t railResult)
-{
-    switch (railResult)
-    {
-    case kRailNotUsable: return ZEFA_ERR_INCORRECT_STATE;
-    case kRailBadArgument: return ZEFA_ERR_BAD_ARGUMENT;
-    default: return ZEFA_ERR_OPERATION_FAILED;
-    }
+    return railResult == FLOW_RAIL_BAD_STATE ? ZEFA_ERR_INCORRECT_STATE : ZEFA_ERR_OPERATION_FAILED;
 }
 } // namespace
 
@@ -68,7 +61,7 @@ ZEFA_ERRORCODE CStreamModel::GetSlotTimestamps(void* slot, uint32_t bufferType, 
         &CStreamModel::TimestampPool,
         &CStreamModel::TimestampRecordPool,
         &CStreamModel::TimestampCache,
-        kRailTimestamp,
+        FLOW_RAIL_METADATA_TIMESTAMP,
         true,
         "There have been too many timestamp request.\r\n",
         " timestamps were detected while the given array has ",
@@ -86,7 +79,7 @@ ZEFA_ERRORCODE CStreamModel::GetSlotLostData(void* slot, uint32_t bufferType, ZE
         &CStreamModel::LostDataPool,
         &CStreamModel::LostDataRecordPool,
         &CStreamModel::LostDataCache,
-        kRailLostData,
+        FLOW_RAIL_METADATA_LOST,
         false,
         "There have been too many LostData request.\r\n",
         " lost data segments were detected while the given array has ",
@@ -143,17 +136,17 @@ ZEFA_ERRORCODE CStreamModel::FetchMetadata(const MetadataKind<TConverted>& kind,
 {
     uint32_t found = 0;
     uint32_t railResult = FlowRail->GetMetadataCount(slot, kind.RailType, &found);
-    if (found > room)
+    if (found > room && HasListener()) // rooms of one are common: nothing is built for nobody
         Log(kPriorityWarning, std::to_string(found) + kind.MoreThanRoom + std::to_string(room) + " spaces.\r\n");
-    if (railResult != kRailSuccess) return Fail(TranslateGetCount(railResult), kind.CountFailed);
+    if (railResult != FLOW_RAIL_OK) return Fail(TranslateGetCount(railResult), kind.CountFailed);
     if (found == 0) return ZEFA_NO_ERROR;
 
     entry->Converted->resize(found);
     entry->Records->resize(found);
     uint32_t retrieved = 0;
     railResult = FlowRail->GetMetadata(slot, kind.RailType, entry->Records->data(), found, &retrieved);
-    if (railResult != kRailSuccess && !(railResult == kRailCopiedToo && kind.TakesCopiedToo))
-        return Fail(TranslateGetRecords(railResult), kind.RecordsFailed);
+    if (railResult != FLOW_RAIL_OK && !(railResult == kRailCopiedToo && kind.TakesCopiedToo))
+        return Fail(TranslateRail(railResult), kind.RecordsFailed);
     if (retrieved != found)
         return Fail(ZEFA_ERR_OPERATION_FAILED, "Number of metadata retrieved " + std::to_string(retrieved) +
                                                    " is not the one expected " + std::to_string(found) + "\r\n");
@@ -188,8 +181,8 @@ ZEFA_ERRORCODE CStreamModel::SetSlotTimestamps(void* slot, uint32_t bufferType, 
             return Fail(ZEFA_ERR_OPERATION_FAILED,
                         "The position of the timestamps (" + std::to_string(timestamp.Position_UL) +
                             ") is bigger than the size of the buffer (" + std::to_string(buffer.Size) + "). \r\n");
-        if (FlowRail->AddMetadata(slot, kRailTimestamp, timestamp.Position_UL + offset, timestamp.Value_UL) !=
-            kRailSuccess)
+        if (FlowRail->AddMetadata(slot, FLOW_RAIL_METADATA_TIMESTAMP, timestamp.Position_UL + offset,
+                                  timestamp.Value_UL) != FLOW_RAIL_OK)
             return Fail(ZEFA_ERR_OPERATION_FAILED,
                         "Error when adding the metadata timestamp. Index : " + std::to_string(i) +
                             ". Position : " + std::to_string(timestamp.Position_UL) +

@@ -10,6 +10,7 @@
 #include "commandpipe/restclient/IStreamClient.h"
 #include "logger/CFunctionTracer.h"
 #include "logger/Log.h"
+#include "stream/RailResults.h"
 
 namespace Quillmont::Trellis::Zefa
 {
@@ -20,10 +21,6 @@ using Logger::Log;
 
 namespace
 {
-// What a rail may answer to RemoveConsumer and Close.
-constexpr uint32_t kRailNotUsable = 8;
-constexpr uint32_t kRailBadArgument = 12;
-
 uint32_t BufferTypeOf(uint32_t essenceType, uint32_t key)
 {
     switch (essenceType)
@@ -76,19 +73,9 @@ ZEFA_ERRORCODE TranslateStopState(RESULT_CODE result)
     return result > RESULT_NO_ERROR ? ZEFA_ERR_COMMUNICATION : ZEFA_ERR_OPERATION_FAILED;
 }
 
-ZEFA_ERRORCODE TranslateRemoveConsumer(uint32_t railResult)
-{
-    switch (railResult)
-    {
-    case kRailNotUsable: return ZEFA_ERR_INCORRECT_STATE;
-    case kRailBadArgument: return ZEFA_ERR_BAD_ARGUMENT;
-    default: return ZEFA_ERR_OPERATION_FAILED;
-    }
-}
-
 ZEFA_ERRORCODE TranslateCloseRail(uint32_t railResult)
 {
-    return railResult == kRailNotUsable ? ZEFA_ERR_INCORRECT_STATE : ZEFA_ERR_OPERATION_FAILED;
+    return railResult == FLOW_RAIL_BAD_STATE ? ZEFA_ERR_INCORRECT_STATE : ZEFA_ERR_OPERATION_FAILED;
 }
 } // namespace
 
@@ -204,8 +191,8 @@ ZEFA_ERRORCODE CStreamModel::StartStream()
         Log(kPriorityError, "Could not get the stream common status" + std::to_string(result));
     }
 
+    FirstLockDone = false; // of the new rail, even when there is no memory for the pools
     if (status == ZEFA_NO_ERROR) GrowPools();
-    FirstLockDone = false;
     return status;
 }
 
@@ -230,13 +217,13 @@ ZEFA_ERRORCODE CStreamModel::AttachFlowRail()
         Log(kPriorityError, "The flow rail could not be created");
         return ZEFA_ERR_OPERATION_FAILED;
     }
-    if (const uint32_t railResult = FlowRail->Open(&Descriptor); railResult != 0)
+    if (const uint32_t railResult = FlowRail->Open(&Descriptor); railResult != FLOW_RAIL_OK)
     {
         Log(kPriorityError, "The flow rail could not be opened. Error " + std::to_string(railResult) + " .\r\n");
         return ZEFA_ERR_OPERATION_FAILED;
     }
     if (IsTransmit()) return ZEFA_NO_ERROR;
-    if (const uint32_t railResult = FlowRail->AddConsumer(&Consumer); railResult != 0)
+    if (const uint32_t railResult = FlowRail->AddConsumer(&Consumer); railResult != FLOW_RAIL_OK)
     {
         Log(kPriorityError,
             "A consumer could not be added to the flow rail. Error " + std::to_string(railResult) + " .\r\n");
@@ -277,15 +264,15 @@ ZEFA_ERRORCODE CStreamModel::StopStream()
     if (!FlowRail) return status;
     if (!IsTransmit())
     {
-        if (const uint32_t railResult = FlowRail->RemoveConsumer(&Consumer); railResult != 0)
+        if (const uint32_t railResult = FlowRail->RemoveConsumer(&Consumer); railResult != FLOW_RAIL_OK)
         {
             // "to" and the missing line end are what log filters know.
             Log(kPriorityError,
                 "A consumer could not be removed to the flow rail. Error " + std::to_string(railResult));
-            status = TranslateRemoveConsumer(railResult);
+            status = TranslateRail(railResult);
         }
     }
-    if (const uint32_t railResult = FlowRail->Close(); railResult != 0)
+    if (const uint32_t railResult = FlowRail->Close(); railResult != FLOW_RAIL_OK)
     {
         Log(kPriorityError, "The flow rail could not be closed. Error " + std::to_string(railResult));
         return TranslateCloseRail(railResult); // the rail stays: a later stop tries again

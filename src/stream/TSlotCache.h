@@ -25,10 +25,10 @@ public:
     // Tells of one more pool element. The only operation that allocates.
     void AddElement()
     {
-        Taken.push_back(false);
-        Spare.reserve(Taken.size()); // so that Remove can always give a node back
         Map single;
         single.try_emplace(nullptr);
+        Spare.reserve(Taken.size() + 1); // so that Remove can always give a node back
+        Taken.push_back(false);          // the last that may fail: no element is without a node
         Spare.push_back(single.extract(single.begin()));
     }
 

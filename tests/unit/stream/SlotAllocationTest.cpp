@@ -15,11 +15,12 @@ namespace
 thread_local bool Counting = false;
 thread_local int Allocations = 0;
 thread_local bool NoMemory = false;
+thread_local int AllocationsToFailure = 0; // 0: none fails
 
 void* Allocate(std::size_t size)
 {
     if (Counting) ++Allocations;
-    if (NoMemory) throw std::bad_alloc();
+    if (NoMemory || (AllocationsToFailure != 0 && --AllocationsToFailure == 0)) throw std::bad_alloc();
     if (void* memory = std::malloc(size ? size : 1)) return memory;
     throw std::bad_alloc();
 }
@@ -177,6 +178,107 @@ TEST_F(SlotOperations, TransmitAllocatesNothing)
 
     EXPECT_EQ(allocations, 0);
     EXPECT_EQ(worst, ZEFA_NO_ERROR);
+}
+
+TEST_F(SlotOperations, WarningOfMoreRecordsThanThereIsRoomForIsNotBuiltForNobody)
+{
+    CStreamModel model(&Rest, 0, 0);
+    Start(model);
+    void* slot = nullptr;
+    ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+    ZEFA_TIMESTAMP timestamp{};
+    ZEFA_LOST_DATA segment{};
+    uint32_t timestamps = 1, segments = 1;
+
+    const int allocations = AllocationsOf(
+        [&]
+        {
+            model.GetSlotTimestamps(slot, ZEFA_BUFFER_VIDEO_0, &timestamp, &timestamps);
+            model.GetSlotLostData(slot, ZEFA_BUFFER_VIDEO_0, &segment, &segments);
+        });
+
+    EXPECT_EQ(allocations, 0);
+    EXPECT_EQ(timestamps, 1u);
+    EXPECT_EQ(segments, 1u);
+}
+
+TEST_F(SlotOperations, TimeOutOfTheExportedLockAllocatesNothing)
+{
+    CStreamModel model(&Rest, 0, 0);
+    Start(model);
+    FakeFlowRail::Instance().Always(FakeFlowRail::LOCK_CONSUMER, FLOW_RAIL_TIMEOUT);
+    ZEFA_SLOT slot = nullptr;
+    ZEFA_ERRORCODE result = ZEFA_NO_ERROR;
+
+    EXPECT_EQ(AllocationsOf([&] { result = ZEFA_LockSlot(&model, &slot); }), 0);
+
+    EXPECT_EQ(result, ZEFA_ERR_TIMEOUT);
+}
+
+// ---- without memory ----
+
+TEST_F(SlotOperations, StartThatFindsNoMemoryLeavesAStreamThatAlignsAnewAndKnowsWhatItHas)
+{
+    FakeFlowRail& rail = FakeFlowRail::Instance();
+    int attached = 0;
+    for (int place = 1;; ++place) // each allocation of the start fails in turn
+    {
+        rail.Journals = true;
+        CStreamModel model(&Rest, 0, 0);
+        Start(model);
+        void* slot = nullptr;
+        ASSERT_EQ(model.LockSlot(&slot), ZEFA_NO_ERROR);
+        ASSERT_EQ(model.StopStream(), ZEFA_NO_ERROR);
+
+        bool failed = false;
+        AllocationsToFailure = place;
+        try
+        {
+            model.StartStream();
+        }
+        catch (const std::bad_alloc&)
+        {
+            failed = true;
+        }
+        AllocationsToFailure = 0;
+
+        if (failed && rail.LivingRails() == 1)
+        {
+            ++attached;
+            rail.Next(FakeFlowRail::GET_CONSUMER_ALIGNMENT, {8});
+            EXPECT_EQ(model.LockSlot(&slot), ZEFA_ERR_INCORRECT_STATE) << place << ": it does not align";
+            uint32_t served = 0;
+            for (FakeFlowRail::Slot& each : rail.Slots)
+            {
+                ZEFA_TIMESTAMP timestamp{};
+                ZEFA_LOST_DATA segment{};
+                uint32_t count = 1;
+                if (model.GetSlotTimestamps(&each, ZEFA_BUFFER_VIDEO_0, &timestamp, &count) == ZEFA_NO_ERROR) ++served;
+                if (model.GetSlotLostData(&each, ZEFA_BUFFER_VIDEO_0, &segment, &(count = 1)) == ZEFA_NO_ERROR)
+                    ++served;
+            }
+            EXPECT_EQ(served, 8u) << place << ": the elements of the first start are there";
+        }
+        EXPECT_EQ(model.StopStream(), ZEFA_NO_ERROR);
+        if (!failed) break;
+    }
+    EXPECT_GT(attached, 10); // of four elements with four pools each
+}
+
+TEST(SlotCache, ElementWithoutMemoryForItsNodeDoesNotCount)
+{
+    Quillmont::Trellis::Zefa::TSlotCache<ZEFA_TIMESTAMP> cache;
+    cache.Reserve(2);
+    cache.AddElement();
+
+    NoMemory = true;
+    EXPECT_THROW(cache.AddElement(), std::bad_alloc);
+    NoMemory = false;
+
+    int slot = 0;
+    EXPECT_FALSE(cache.IsFull());
+    cache.Enter(&slot, {});
+    EXPECT_TRUE(cache.IsFull());
 }
 
 // An ancillary slot with a playlist of one packet in each of its buffers.
