@@ -6,7 +6,8 @@
     descriptions.py --list
 
 They object to some of what is written on purpose; these objections stand here word for word, so that a new one shows.
-Nothing is sent and no port is opened. Where sdpoker cannot be installed its cases say so and end with 77."""
+Nothing is sent and no port is opened. Where sdpoker cannot be installed its cases say so and end with 77; without
+npm, which scripts/setup installs, its set-up fails."""
 import argparse
 import pathlib
 import re
@@ -192,8 +193,11 @@ def set_up(folder):
             ["npm", "install", "--prefix", folder, "--no-save", "--no-audit", "--no-fund", SDPOKER],
             capture_output=True, text=True, timeout=240, check=False)
         reason = result.stderr.strip() if result.returncode else ""
-    except (OSError, subprocess.TimeoutExpired) as error:
+    except subprocess.TimeoutExpired as error:
         reason = str(error)
+    except OSError as error:
+        print(f"npm, which scripts/setup installs, could not be run: {error}")
+        return 1
     if reason:
         print(f"skipped: {SDPOKER} could not be installed: {reason}")
     return SKIPPED if reason else 0
