@@ -106,9 +106,10 @@ TEST_P(AudioLoopFormat, EverySampleAndTimestampArrivesAsItWasSent)
         EXPECT_EQ(0u, slots[i].timestamps[0].Position_UL);
         EXPECT_EQ(kFirstTimestamp + i * format.SlotFrames(), slots[i].timestamps[0].Value_UL);
     }
+    EXPECT_TRUE(Await([&] { return receive.NetworkStatus().PayloadType_UB == 97; }));
     EXPECT_EQ(0u, receive.NetworkStatus().LostPacketsCount_ULL);
-    EXPECT_EQ(97, receive.NetworkStatus().PayloadType_UB);
-    EXPECT_EQ(kSlots * format.packetsPerBuffer, send.NetworkStatus().TotalTransferredPacketCount_ULL);
+    EXPECT_TRUE(Await(
+        [&] { return send.NetworkStatus().TotalTransferredPacketCount_ULL == kSlots * format.packetsPerBuffer; }));
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, AudioLoopFormat, testing::ValuesIn(kFormats),
@@ -136,13 +137,13 @@ protected:
             to.push_back(ways.back().to);
         }
         Relay relay(ways, std::move(rule));
-        AudioStream receive(With, ZEFA_STREAM_TYPE_RX, {.format = Format, .paths = to, .slots = kSlots + 4});
+        Receive = std::make_unique<AudioStream>(With, ZEFA_STREAM_TYPE_RX,
+                                                AudioSettings{.format = Format, .paths = to, .slots = kSlots + 4});
         AudioStream send(With, ZEFA_STREAM_TYPE_TX, {.format = Format, .paths = from, .slots = kSlots});
-        receive.Start();
+        Receive->Start();
         send.Start();
         SendAll(send, Format, Sent);
-        Slots = TakeAll(receive, kSlots);
-        Status = receive.NetworkStatus();
+        Slots = TakeAll(*Receive, kSlots);
     }
 
     // The packets with these places in the stream are silent and reported; all others are as they were sent.
@@ -167,11 +168,11 @@ protected:
             EXPECT_TRUE(Slots[slot].bytes == expected) << "slot " << slot;
             EXPECT_TRUE(reported == marks) << "slot " << slot;
         }
-        EXPECT_EQ(holes, Status.LostPacketsCount_ULL);
+        EXPECT_TRUE(Await([&] { return Receive->NetworkStatus().LostPacketsCount_ULL == holes; })) << holes;
     }
 
+    std::unique_ptr<AudioStream> Receive;
     std::vector<SlotBuffer> Slots;
-    ZEFA_STREAM_NETWORK_STATUS Status{};
 };
 
 // Where both ends of the stream are whole: its place is known and its last slot is complete.
@@ -216,7 +217,7 @@ TEST_F(AudioLoop, APathThatDiesLeavesNoGap)
     Run(2,
         [](size_t path, uint32_t index) { return path == 0 && index >= 133 ? Relay::Fate::Lose : Relay::Fate::Pass; });
     ExpectHoles([](uint32_t) { return false; });
-    EXPECT_EQ(15u * 20 + 133, Status.TotalTransferredPacketCount_ULL);
+    EXPECT_TRUE(Await([&] { return Receive->NetworkStatus().TotalTransferredPacketCount_ULL == 15 * 20 + 133; }));
 }
 
 TEST_F(AudioRoad, AudioDelayedByTheApplicationMovesByAsMuch)
