@@ -238,7 +238,7 @@ TEST_P(PtpRoadProfiles, PortFollowsTheGrandmasterAndLeavesItWhenItDies)
     EXPECT_EQ(status.GrandmasterPriority1_UB, 64);
     EXPECT_EQ(status.GrandmasterPriority2_UB, 65);
     EXPECT_GT(peerToPeer ? status.PeerMeanPathDelay_D : status.MeanPathDelay_D, 0.0);
-    EXPECT_NEAR(AheadOfThisMachine(), 37.0, 0.5) << "UTC that is told becomes TAI";
+    EXPECT_TRUE(Becomes([&] { return std::abs(AheadOfThisMachine() - 37.0) < 0.5; })) << "UTC that is told becomes TAI";
 
     grandmaster.reset();
     EXPECT_TRUE(Becomes([&] { return Status().PortState_E != ZEFA_PTP_PORT_STATE_SLAVE; }));
@@ -264,7 +264,8 @@ TEST_F(PtpRoad, ServiceTellsTheGrandmastersTai)
     ASSERT_TRUE(Becomes([&] { return grandmaster.CallItsTimeTai(); }));
 
     EXPECT_TRUE(Becomes([&] { return std::abs(AheadOfThisMachine()) < 0.5; })) << AheadOfThisMachine();
-    EXPECT_NEAR(Status().OffsetFromMaster_D, 37e9, 1e6) << "as the daemon counts it";
+    EXPECT_TRUE(Becomes([&] { return std::abs(Status().OffsetFromMaster_D - 37e9) < 1e6; }))
+        << "as the daemon counts it";
 }
 
 TEST_F(PtpRoad, TimestampsOfASentStreamFollowTheGrandmaster)

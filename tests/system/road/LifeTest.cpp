@@ -148,7 +148,7 @@ TEST(Life, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionWorksAfterIt)
 
 TEST(Life, AnApplicationThatDiesWithASlotLeavesNothingBehindAfterItsTimeToLive)
 {
-    MxsProcess service({"--context-ttl", "2"});
+    MxsProcess service({"--context-ttl", "5"});
     // A process of its own, not a fork: the threads of the HTTP library do not come along into one.
     const pid_t application = ::fork();
     if (application == 0)

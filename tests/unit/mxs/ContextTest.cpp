@@ -176,7 +176,7 @@ TEST_F(Contexts, ADeletedContextIsGoneWithAllThatItOwns)
 TEST_F(Contexts, AContextThatIsNotTickedGoesAndATickedOneStays)
 {
     mxs::ServiceSettings settings;
-    settings.contextTtl = std::chrono::milliseconds(300);
+    settings.contextTtl = std::chrono::seconds(3);
     Run(settings);
     Session silent(Port()), ticking(Port());
     const std::string conductor = silent.CreateConductor(true);
