@@ -78,10 +78,11 @@ TEST(Rights, OfTheClockAndOfGroupsAreKeptWhenTheyAreAskedFor)
     ExpectRights(service, kKept | Bit(CAP_SYS_TIME) | Bit(CAP_CHOWN));
 }
 
-TEST(Rights, ARailIsItsUsersAloneWhateverTheMaskOfFiles)
+// Of a service that is started with a mask of files.
+void ExpectRails(const std::vector<std::string>& arguments, mode_t mask, mode_t permissions)
 {
-    const mode_t before = ::umask(0);
-    MxsProcess service;
+    const mode_t before = ::umask(mask);
+    MxsProcess service(arguments);
     ::umask(before);
     Session session(service.ServiceUrl());
     StreamSettings settings;
@@ -96,11 +97,22 @@ TEST(Rights, ARailIsItsUsersAloneWhateverTheMaskOfFiles)
         {
             struct stat status = {};
             ASSERT_EQ(0, ::stat(entry.path().c_str(), &status));
-            EXPECT_EQ(mode_t{S_IFREG | 0600}, status.st_mode);
+            EXPECT_EQ(S_IFREG | permissions, status.st_mode);
             EXPECT_EQ(geteuid(), status.st_uid);
+            EXPECT_EQ(getegid(), status.st_gid);
             ++rails;
         }
     EXPECT_EQ(1, rails);
+}
+
+TEST(Rights, ARailIsItsUsersAloneWhateverTheMaskOfFiles)
+{
+    ExpectRails({}, 0, 0600);
+}
+
+TEST(Rights, ARailIsForTheGroupThatTheServiceIsGivenWhateverTheMaskOfFiles)
+{
+    ExpectRails({"--rail-group", std::to_string(getegid())}, 077, 0660);
 }
 
 bool Connects(const sockaddr* address, socklen_t bytes)
