@@ -1,7 +1,7 @@
 // An application for tests that are written in another language: prints what a receive stream brings, or sends packets
 // of every length.
 //
-//   anc_program receive URL STANDARD PAYLOAD_TYPE PORT     until a second passes without a slot
+//   anc_program receive URL STANDARD PAYLOAD_TYPE PORT     until three seconds pass without a slot
 //   anc_program send URL STANDARD PAYLOAD_TYPE PORT FRAMES
 #include "AncRoad.h"
 
@@ -16,7 +16,7 @@ AncSettings SettingsOf(char** arguments)
 {
     return {.standard = std::stoi(arguments[0]),
             .paths = {{INADDR_LOOPBACK, uint16_t(std::stoul(arguments[2]))}},
-            .slots = 16,
+            .slots = 64,
             .lockTimeoutMs = 3000,
             .payloadType = uint32_t(std::stoul(arguments[1]))};
 }
@@ -44,9 +44,9 @@ void Receive(Session& session, const AncSettings& settings)
     while (const std::optional<AncSlot> slot = stream.Take())
         Print(*slot);
     const ZEFA_STREAM_NETWORK_STATUS status = stream.NetworkStatus();
-    std::printf("end %llu %llu %llu\n", (unsigned long long)status.TotalTransferredPacketCount_ULL,
+    std::printf("end %llu %llu %llu %u\n", (unsigned long long)status.TotalTransferredPacketCount_ULL,
                 (unsigned long long)status.TotalProcessedPacketCount_ULL,
-                (unsigned long long)status.LostPacketsCount_ULL);
+                (unsigned long long)status.LostPacketsCount_ULL, stream.CommonStatus().SlotDropped_UL);
 }
 
 uint16_t WithParity(uint32_t value)
@@ -75,8 +75,16 @@ void Send(Session& session, const AncSettings& settings, uint32_t frames)
         }
         stream.Put(items);
     }
-    // The ring has the last slots still.
-    std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+    // The ring has the last slots still; what the service has taken out of it may be on its way.
+    uint64_t sent = 0;
+    const bool gone = Await(
+        [&]
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            const uint64_t before = std::exchange(sent, stream.NetworkStatus().TotalProcessedPacketCount_ULL);
+            return stream.CommonStatus().SlotsFilled_UL == 0 && sent == before;
+        });
+    EXPECT_TRUE(gone);
 }
 
 } // namespace

@@ -137,6 +137,13 @@ public:
         return status;
     }
 
+    ZEFA_STREAM_COMMON_STATUS CommonStatus()
+    {
+        ZEFA_STREAM_COMMON_STATUS status{};
+        EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetStreamCommonStatus(Handle, &status));
+        return status;
+    }
+
     ZEFA_HANDLE Handle = nullptr;
     uint32_t Lines = 0; // of a frame
 

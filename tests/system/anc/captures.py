@@ -119,12 +119,13 @@ def run(name, binaries, captures):
         else:
             got[frame].append(line)
     if list(got) != list(expected):
-        sys.exit(f"{len(got)} frames came, {len(expected)} were sent: {list(got)[:5]} {list(expected)[:5]}")
+        sys.exit(f"{len(got)} frames came, {len(expected)} were sent: {list(got)[:5]} {list(expected)[:5]}; "
+                 f"{output[-1].split()[4]} were dropped")
     for frame, lines in expected.items():
         if got[frame] != lines:
             sys.exit(f"frame {frame}: came\n" + "\n".join(got[frame]) + "\nwas sent\n" + "\n".join(lines))
-    transferred, processed, lost = map(int, output[-1].split()[1:])
-    if transferred != len(datagrams) + 1 or lost != 0 or processed != len(packets) - before:
+    transferred, processed, lost, dropped = map(int, output[-1].split()[1:])
+    if transferred != len(datagrams) + 1 or lost != 0 or processed != len(packets) - before or dropped != 0:
         sys.exit(f"{output[-1]}: {len(packets)} of {len(datagrams)} datagrams were good")
     counted = re.search(r"Of the ancillary packets (\d+) had a wrong parity, (\d+) a wrong checksum", log)
     if (tuple(map(int, counted.groups())) if counted else (0, 0)) != (parity, checksum):
