@@ -1,16 +1,10 @@
-// Fields of descriptions, files.
+// Fields of descriptions.
 #include "Description.h"
 
-#include "Failure.h"
 #include "Words.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-#include <iterator>
 
 namespace zefa
 {
@@ -121,23 +115,6 @@ Json FieldRows(const Json& document)
     Json rows = Json::array();
     Flatten(document, "", rows);
     return rows;
-}
-
-std::string ReadFile(const std::string& name)
-{
-    if (name == "-") return {std::istreambuf_iterator<char>(std::cin), std::istreambuf_iterator<char>()};
-    std::error_code ignored;
-    if (std::filesystem::is_directory(name, ignored)) throw Failure(kFile, name + " is a folder.");
-    std::ifstream file(name, std::ios::binary);
-    if (!file) throw Failure(kFile, name + " could not be read: " + std::strerror(errno) + ".");
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-void WriteFile(const std::string& name, const std::string& bytes)
-{
-    std::ofstream file(name, std::ios::binary);
-    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    if (!file.flush()) throw Failure(kFile, name + " could not be written: " + std::strerror(errno) + ".");
 }
 
 } // namespace zefa

@@ -36,8 +36,4 @@ Json DocumentOf(const Description& description);
 // The same as rows "name", "value": nested names are joined by dots.
 Json FieldRows(const Json& document);
 
-// A file as it is; "-" is the standard input. A Failure of kFile.
-std::string ReadFile(const std::string& name);
-void WriteFile(const std::string& name, const std::string& bytes);
-
 } // namespace zefa

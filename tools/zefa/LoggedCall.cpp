@@ -2,6 +2,7 @@
 #include "LoggedCall.h"
 
 #include "Failure.h"
+#include "Files.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <iostream>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -95,27 +97,38 @@ Record Unpacked(const std::string& bytes, std::string& text)
     return record;
 }
 
-// A folder with our settings file in it, for as long as the object lives.
-class SettingsFolder
+// For as long as the object lives.
+class TemporaryFolder
 {
 public:
-    SettingsFolder()
+    TemporaryFolder()
     {
-        std::string path = (std::filesystem::temp_directory_path() / "zefa-XXXXXX").string();
-        if (!::mkdtemp(path.data())) Fail("No folder for the log settings could be made");
-        Path = path;
-        std::filesystem::create_directory(Path + "/quillmont");
-        WriteFile(Path + "/quillmont/zefaline.conf", kSettings);
+        std::error_code error;
+        const std::filesystem::path place = std::filesystem::temp_directory_path(error);
+        if (error) throw Failure(kFile, "There is no folder for temporary files: " + error.message() + ".");
+        Path = (place / "zefa-XXXXXX").string();
+        if (!::mkdtemp(Path.data())) Fail("No folder for the log settings could be made");
     }
-    ~SettingsFolder()
+    ~TemporaryFolder()
     {
         std::error_code ignored;
         std::filesystem::remove_all(Path, ignored);
     }
-    SettingsFolder(const SettingsFolder&) = delete;
-    SettingsFolder& operator=(const SettingsFolder&) = delete;
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
 
     std::string Path;
+};
+
+// A folder with our settings file in it.
+class SettingsFolder : public TemporaryFolder
+{
+public:
+    SettingsFolder() // what it throws leaves no folder behind
+    {
+        if (::mkdir((Path + "/quillmont").c_str(), 0700) != 0) Fail("No folder for the log settings could be made");
+        WriteFile(Path + "/quillmont/zefaline.conf", kSettings);
+    }
 };
 
 [[noreturn]] void BecomeTheCall(const char* call, const MemoryFile& data, const MemoryFile& log,

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -61,6 +62,16 @@ int RunWords(const std::vector<std::string>& words)
     return command->run(ParseArguments(rest, command->options, command->operands));
 }
 
+// Where a standard stream is closed its descriptor would be the next file's. Reading finds an end there, writing fails.
+void OccupyStandardDescriptors()
+{
+    int last = -1;
+    do
+        last = ::open("/dev/null", O_RDONLY);
+    while (last >= 0 && last <= STDERR_FILENO);
+    ::close(last);
+}
+
 // A session that could not be opened leaves its watchdog running: nothing may be destroyed under it.
 [[noreturn]] void End(const char* sentence, ExitCode code)
 {
@@ -78,8 +89,9 @@ int main(int argc, char** argv)
     try
     {
         if (!words.empty() && words[0] == kLoggedCallWord) return RunLoggedCall({words.begin() + 1, words.end()});
+        OccupyStandardDescriptors();
         // What the library logs on the standard output must not stand between tables or JSON.
-        UseOutput(::dup(STDOUT_FILENO));
+        UseOutput(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
         ::dup2(STDERR_FILENO, STDOUT_FILENO);
         CatchSignals();
         return RunWords(words);

@@ -2,20 +2,16 @@
 #include "Report.h"
 
 #include "Failure.h"
+#include "Files.h"
 
-#include <cerrno>
 #include <cmath>
-#include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <ctime>
 #include <unistd.h>
 
 namespace zefa
 {
 namespace
 {
-volatile std::sig_atomic_t interrupted = 0;
 int outputDescriptor = STDOUT_FILENO;
 
 std::string Formatted(const char* format, double value)
@@ -131,16 +127,9 @@ bool OutputIsTerminal()
     return ::isatty(outputDescriptor) == 1;
 }
 
-void Print(const std::string& text)
+void Print(std::string_view text, const GoOn& goOn)
 {
-    for (size_t done = 0; done < text.size();)
-    {
-        const ssize_t written = ::write(outputDescriptor, text.data() + done, text.size() - done);
-        if (written > 0)
-            done += static_cast<size_t>(written);
-        else if (errno != EINTR)
-            throw Failure(kFile, std::string("The standard output takes no more: ") + std::strerror(errno) + ".");
-    }
+    WriteAll(outputDescriptor, "The standard output", text, goOn);
 }
 
 Presenter::Presenter(const Arguments& arguments)
@@ -162,31 +151,6 @@ void Presenter::Show(const std::function<Report()>& make) const
         Print(before + (AsJson ? JsonText(report.document, !Watch) + "\n" : TextOf(report)));
         if (!Watch || round + 1 == Count || !Pause(Interval)) return;
     }
-}
-
-bool Pause(double seconds)
-{
-    timespec left{static_cast<time_t>(seconds), static_cast<long>(std::fmod(seconds, 1.0) * 1e9)};
-    while (!interrupted && ::nanosleep(&left, &left) != 0 && errno == EINTR)
-        continue;
-    return !interrupted;
-}
-
-bool Interrupted()
-{
-    return interrupted != 0;
-}
-
-void CatchSignals()
-{
-    struct sigaction action = {}, before = {};
-    action.sa_handler = [](int) { interrupted = 1; };
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
-    ::sigaction(SIGHUP, nullptr, &before);
-    if (before.sa_handler != SIG_IGN) ::sigaction(SIGHUP, &action, nullptr); // nohup asks to go on
-    action.sa_handler = SIG_IGN;
-    ::sigaction(SIGPIPE, &action, nullptr);
 }
 
 } // namespace zefa

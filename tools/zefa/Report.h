@@ -1,12 +1,14 @@
 // What a command tells: one JSON document, for programs as it is, for people through tables that look into it.
 #pragma once
 
+#include "Interrupts.h"
 #include "Options.h"
 #include "Table.h"
 
 #include <functional>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zefa
@@ -51,8 +53,9 @@ std::string TextOf(const Report& report);
 // One JSON text on one line, or indented; bytes that are not UTF-8 are replaced.
 std::string JsonText(const Json& document, bool indented);
 
-// Writes to what was the standard output when the program started. A Failure of kFile when it takes no more.
-void Print(const std::string& text);
+// Writes to what was the standard output when the program started, until it stands still and `goOn` ends the wait. A
+// Failure of kFile when it takes no more.
+void Print(std::string_view text, const GoOn& goOn = &NotInterrupted);
 void UseOutput(int descriptor);
 bool OutputIsTerminal();
 
@@ -68,12 +71,5 @@ private:
     const double Interval; // seconds
     const uint64_t Count;
 };
-
-// Waits; false when a signal asked the program to end.
-bool Pause(double seconds);
-bool Interrupted();
-// Signals end the program the way it came, so that nothing made at the service stays there: interrupts and a lost
-// terminal end the loops, and writing to a pipe that nobody reads fails.
-void CatchSignals();
 
 } // namespace zefa

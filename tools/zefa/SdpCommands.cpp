@@ -3,6 +3,7 @@
 #include "Complaints.h"
 #include "Description.h"
 #include "Failure.h"
+#include "Files.h"
 #include "LoggedCall.h"
 #include "Reading.h"
 

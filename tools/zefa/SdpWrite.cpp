@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "Description.h"
 #include "Failure.h"
+#include "Files.h"
 #include "LoggedCall.h"
 #include "Reading.h"
 #include "Words.h"

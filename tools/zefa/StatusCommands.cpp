@@ -61,8 +61,9 @@ Json ConductorDocument(const Session& session, uint64_t id, const std::vector<Co
 {
     Json document{{"id", IdText(id)}, {"core", nullptr}, {"loadPercent", nullptr}, {"bitsPerSecond", nullptr}};
     Undo undo;
-    if (ZEFA_AddSharedConductorToContext(session.Context(), id) != ZEFA_NO_ERROR)
-        return document; // gone since the list
+    const ZEFA_ERRORCODE attached = ZEFA_AddSharedConductorToContext(session.Context(), id);
+    if (attached == ZEFA_ERR_NOT_FOUND) return document; // gone since the list
+    Check(attached, "A shared conductor could not be read");
     undo.Add("ZEFA_DestroyConductor", [&] { return ZEFA_DestroyConductor(session.Context(), id); });
     ZEFA_CONDUCTOR_CONFIG config{};
     ZEFA_CONDUCTOR_STATUS status{};

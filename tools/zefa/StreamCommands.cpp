@@ -164,12 +164,25 @@ std::span<uint8_t> BufferOf(ZEFA_HANDLE stream, ZEFA_SLOT slot, ZEFA_BUFFER_TYPE
     return {bytes, size};
 }
 
+// How a file that stands still is waited for: the counters go on, and the limits hold.
+GoOn WithLimits(const Stream& stream, const Limits& limits, CounterLine& line, const uint64_t& holes,
+                const std::string& silence)
+{
+    return [&, silence]
+    {
+        line.PrintWhenDue(stream, limits, holes);
+        if (!limits.GoOn()) return false;
+        if (limits.OutOfPatience()) throw Failure(kNothingMoved, silence + " " + limits.PatienceText() + ".");
+        return true;
+    };
+}
+
 // Looks at a received slot and writes it. Returns the holes in it.
 class SlotTaker
 {
 public:
-    SlotTaker(const Description& description, std::optional<std::string> output)
-        : IsAnc(description.Essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_40)
+    SlotTaker(const Description& description, const std::optional<std::string>& output, const GoOn& goOn)
+        : IsAnc(description.Essence.EssenceType_E == ZEFA_ESSENCE_TYPE_ST2110_40), OutputGoOn(goOn)
     {
         if (!IsAnc) Buffers = BuffersOf(description);
         uint32_t other = 0;
@@ -177,14 +190,14 @@ public:
         if (IsAnc)
             ZEFA_GetAncSdiVideoStandardInfo(description.Anc().VideoStandard_E, &other, &other, &Lines, &other, &other,
                                             &flag, &flag);
-        if (output) Output.emplace(*output);
+        if (output) Output.emplace(*output, goOn);
     }
 
     uint64_t Take(ZEFA_HANDLE stream, ZEFA_SLOT slot, uint64_t number)
     {
         if (IsAnc)
         {
-            if (Output) Output->Write(AncText(stream, slot, number, Lines));
+            if (Output) Output->Write(AncText(stream, slot, number, Lines), OutputGoOn);
             return 0;
         }
         uint64_t holes = 0;
@@ -196,20 +209,16 @@ public:
             holes += count;
             if (!Output) continue;
             const std::span<uint8_t> buffer = BufferOf(stream, slot, type);
-            Output->Write(buffer.data(), buffer.size());
+            Output->Write(buffer.data(), buffer.size(), OutputGoOn);
         }
         return holes;
-    }
-
-    void Finish()
-    {
-        if (Output) Output->Finish();
     }
 
 private:
     const bool IsAnc;
     uint32_t Lines = 0;
     std::vector<ZEFA_BUFFER_TYPE> Buffers;
+    const GoOn OutputGoOn;
     std::optional<MediaOutput> Output;
 };
 
@@ -226,13 +235,14 @@ public:
         if (Media) Buffers = BuffersOf(description);
     }
 
-    bool HasMore() { return Anc ? Anc->HasMore() : Media->HasMore(); }
+    bool HasMore(const GoOn& goOn) { return Anc ? Anc->HasMore() : Media->HasMore(goOn); }
 
-    void Fill(ZEFA_HANDLE stream, ZEFA_SLOT slot)
+    // False when the wait for the rest of a slot was ended.
+    bool Fill(ZEFA_HANDLE stream, ZEFA_SLOT slot, const GoOn& goOn)
     {
         if (Anc) Anc->Fill(stream, slot);
-        for (const ZEFA_BUFFER_TYPE type : Buffers)
-            Media->Fill(BufferOf(stream, slot, type));
+        return std::all_of(Buffers.begin(), Buffers.end(),
+                           [&](ZEFA_BUFFER_TYPE type) { return Media->Fill(BufferOf(stream, slot, type), goOn); });
     }
 
 private:
@@ -241,11 +251,12 @@ private:
     std::vector<ZEFA_BUFFER_TYPE> Buffers;
 };
 
-// Stopping a stream drops what is in its ring. A slot leaves the ring when all of it has been sent.
-void WaitUntilSent(const Stream& stream, Limits& limits, CounterLine& line)
+// Stopping a stream drops what is in its ring. A slot leaves the ring when all of it has been sent; those that are kept
+// locked never do.
+void WaitUntilSent(const Stream& stream, Limits& limits, CounterLine& line, uint32_t kept)
 {
     uint32_t least = UINT32_MAX;
-    while (const uint32_t left = stream.Count().Common.SlotsFilled_UL)
+    while (const uint32_t left = std::max(stream.Count().Common.SlotsFilled_UL, kept) - kept)
     {
         line.PrintWhenDue(stream, limits, 0);
         if (left < least) limits.Moved();
@@ -262,21 +273,23 @@ int RunReceive(const Arguments& arguments)
 {
     const Description description = StreamDescription(arguments);
     const std::optional<std::string> output = arguments.Find("--output");
-    SlotTaker taker(description, output);
     CounterLine line(arguments, output == "-");
     Limits limits(arguments);
     const Session session(arguments);
     const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_RX);
     limits.Begin();
     uint64_t holes = 0;
+    // Opened last: what cannot be begun empties no file.
+    const std::string name = output == "-" ? "The standard output" : output.value_or("");
+    SlotTaker taker(description, output, WithLimits(stream, limits, line, holes, name + " took nothing for"));
     while (const ZEFA_SLOT slot = NextSlot(stream, limits, line, holes, "Nothing arrived for"))
     {
         Undo unlock;
         unlock.Add("ZEFA_UnlockSlot", [&] { return ZEFA_UnlockSlot(stream.Handle(), slot); });
+        limits.Moved(); // the patience with the output begins here
         holes += taker.Take(stream.Handle(), slot, limits.Done);
         limits.Count();
     }
-    taker.Finish();
     line.PrintLast(stream, limits, holes);
     if (limits.Done == 0 && !Interrupted()) throw Failure(kNothingMoved, "Nothing arrived.");
     return kGood;
@@ -293,16 +306,21 @@ int RunSend(const Arguments& arguments)
     const Session session(arguments);
     const Stream stream(session, arguments, description, ZEFA_STREAM_TYPE_TX);
     limits.Begin();
-    while (filler.HasMore())
+    uint32_t kept = 0;
+    const uint64_t noHoles = 0;
+    const std::string name = *input == "-" ? "The standard input" : *input;
+    const GoOn goOn = WithLimits(stream, limits, line, noHoles, name + " gave nothing for");
+    while (limits.GoOn() && filler.HasMore(goOn))
     {
         const ZEFA_SLOT slot = NextSlot(stream, limits, line, 0, "The service took no slot for");
         if (!slot) break;
-        Undo unlock;
-        unlock.Add("ZEFA_UnlockSlot", [&] { return ZEFA_UnlockSlot(stream.Handle(), slot); });
-        filler.Fill(stream.Handle(), slot);
+        // A slot that is not full stays locked: the unlock would send it. The stop of the stream drops it.
+        kept = filler.Fill(stream.Handle(), slot, goOn) ? 0 : 1;
+        if (kept) break;
+        Check(ZEFA_UnlockSlot(stream.Handle(), slot), "A slot could not be unlocked");
         limits.Count();
     }
-    WaitUntilSent(stream, limits, line);
+    WaitUntilSent(stream, limits, line, kept);
     line.PrintLast(stream, limits, 0);
     return kGood;
 }

@@ -6,11 +6,8 @@
 #include "Session.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <iostream>
 #include <iterator>
 #include <optional>
 #include <sstream>
@@ -55,66 +52,63 @@ std::optional<AncLine> AncLineOf(const std::string& text)
 }
 } // namespace
 
-MediaOutput::MediaOutput(const std::string& name) : Name(name), ToOutput(name == "-")
+MediaOutput::MediaOutput(const std::string& name, const GoOn& goOn)
+    : Name(name), File(name == "-" ? Descriptor(-1) : OpenOutput(name, goOn)), ToOutput(name == "-")
 {
-    if (ToOutput) return;
-    File.open(name, std::ios::binary | std::ios::trunc);
-    if (!File) throw Failure(kFile, name + " could not be opened: " + std::strerror(errno) + ".");
 }
 
-void MediaOutput::Write(const uint8_t* bytes, size_t count)
+void MediaOutput::Write(const uint8_t* bytes, size_t count, const GoOn& goOn)
 {
-    if (ToOutput) return Print({reinterpret_cast<const char*>(bytes), count});
-    if (!File.write(reinterpret_cast<const char*>(bytes), static_cast<std::streamsize>(count)))
-        throw Failure(kFile, Name + " takes no more: " + std::strerror(errno) + ".");
+    Write({reinterpret_cast<const char*>(bytes), count}, goOn);
 }
 
-void MediaOutput::Write(const std::string& text)
+void MediaOutput::Write(std::string_view bytes, const GoOn& goOn)
 {
-    Write(reinterpret_cast<const uint8_t*>(text.data()), text.size());
+    if (ToOutput)
+        Print(bytes, goOn);
+    else if (File.Number >= 0)
+        WriteAll(File.Number, Name, bytes, goOn);
 }
 
-void MediaOutput::Finish()
-{
-    if (!ToOutput && !File.flush()) throw Failure(kFile, Name + " takes no more: " + std::strerror(errno) + ".");
-}
-
-MediaInput::MediaInput(const std::string& name, bool loop) : Name(name), Loop(loop)
+MediaInput::MediaInput(const std::string& name, bool loop) : File(name), Loop(loop)
 {
     if (name == "-" && loop) throw Failure(kUsage, "--loop wants a file: the standard input cannot begin again.");
-    if (name != "-")
+    if (File.NeverWaits()) HasMore(&NotInterrupted); // one that holds nothing is refused at once
+}
+
+std::optional<size_t> MediaInput::Next(std::span<uint8_t> buffer, const GoOn& goOn)
+{
+    std::optional<size_t> count = File.Read(buffer, goOn);
+    if (count == 0u && !Begun) throw Failure(kFile, File.Name + " holds nothing to send.");
+    if (count == 0u && Loop)
     {
-        File.open(name, std::ios::binary);
-        if (!File) throw Failure(kFile, name + " could not be opened: " + std::strerror(errno) + ".");
+        File.BeginAgain();
+        count = File.Read(buffer, goOn);
+        if (count == 0u) throw Failure(kFile, File.Name + " holds nothing any more.");
     }
-    Stream = name == "-" ? static_cast<std::istream*>(&std::cin) : &File;
-    if (Stream->peek() == std::istream::traits_type::eof()) throw Failure(kFile, name + " holds nothing to send.");
+    Begun = true;
+    return count;
 }
 
-void MediaInput::BeginAgain()
+bool MediaInput::HasMore(const GoOn& goOn)
 {
-    File.clear();
-    File.seekg(0);
-    if (!File) throw Failure(kFile, Name + " cannot be read from its beginning again.");
+    if (Ahead.empty()) Ahead = {Room.data(), Next(Room, goOn).value_or(0)};
+    return !Ahead.empty();
 }
 
-bool MediaInput::HasMore()
+bool MediaInput::Fill(std::span<uint8_t> buffer, const GoOn& goOn)
 {
-    if (Stream->peek() != std::istream::traits_type::eof()) return true;
-    if (Loop) BeginAgain();
-    return Loop;
-}
-
-void MediaInput::Fill(std::span<uint8_t> buffer)
-{
-    size_t done = 0;
-    while (done < buffer.size())
+    const size_t known = std::min(Ahead.size(), buffer.size());
+    std::copy_n(Ahead.begin(), known, buffer.begin());
+    Ahead = Ahead.subspan(known);
+    for (buffer = buffer.subspan(known); !buffer.empty();)
     {
-        Stream->read(reinterpret_cast<char*>(buffer.data() + done), static_cast<std::streamsize>(buffer.size() - done));
-        done += static_cast<size_t>(Stream->gcount());
-        if (done < buffer.size() && !HasMore()) break;
+        const std::optional<size_t> count = Next(buffer, goOn);
+        if (!count) return false;
+        if (*count == 0) std::fill(buffer.begin(), buffer.end(), uint8_t{0});
+        buffer = buffer.subspan(*count == 0 ? buffer.size() : *count);
     }
-    std::fill(buffer.begin() + static_cast<std::ptrdiff_t>(done), buffer.end(), uint8_t{0});
+    return true;
 }
 
 std::string TextOf(const AncLine& packet)

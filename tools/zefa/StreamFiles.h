@@ -1,49 +1,52 @@
 // Files of media: what received slots are written to and sent slots are filled from.
 #pragma once
 
-#include "Description.h"
+#include "Files.h"
 
 #include <cstdint>
-#include <fstream>
+#include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 #include <zefaline.h>
 
 namespace zefa
 {
 
+// Both wait for a file that stands still until `goOn` ends the wait.
 class MediaOutput
 {
 public:
     // "-" is what was the standard output when the program started.
-    explicit MediaOutput(const std::string& name);
-    void Write(const uint8_t* bytes, size_t count);
-    void Write(const std::string& text);
-    void Finish(); // a Failure of kFile when something did not reach the file
+    MediaOutput(const std::string& name, const GoOn& goOn);
+    void Write(const uint8_t* bytes, size_t count, const GoOn& goOn);
+    void Write(std::string_view bytes, const GoOn& goOn);
 
 private:
-    std::string Name;
-    std::ofstream File;
-    bool ToOutput = false;
+    const std::string Name;
+    Descriptor File;
+    const bool ToOutput;
 };
 
 class MediaInput
 {
 public:
     MediaInput(const std::string& name, bool loop);
-    // False when nothing is left. With `loop` the file begins again instead.
-    bool HasMore();
-    // Fills the buffer; what the file does not fill is zero. With `loop` a file goes on with its beginning.
-    void Fill(std::span<uint8_t> buffer);
+    // False when nothing is left or the wait was ended. With `loop` the file begins again instead.
+    bool HasMore(const GoOn& goOn);
+    // Fills the buffer; what the file does not fill is zero. With `loop` a file goes on with its beginning. False when
+    // the wait was ended before the buffer was full.
+    bool Fill(std::span<uint8_t> buffer, const GoOn& goOn);
 
 private:
-    void BeginAgain();
+    std::optional<size_t> Next(std::span<uint8_t> buffer, const GoOn& goOn);
 
-    std::string Name;
-    std::ifstream File;
-    std::istream* Stream = nullptr;
-    bool Loop = false;
+    InputFile File;
+    const bool Loop;
+    bool Begun = false;
+    std::vector<uint8_t> Room = std::vector<uint8_t>(1 << 16);
+    std::span<const uint8_t> Ahead; // in Room: read, and not given yet
 };
 
 // One ancillary packet as a line of text: "slot playlist line H|V did sdid words", the last three hexadecimal.

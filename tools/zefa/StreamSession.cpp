@@ -2,6 +2,7 @@
 #include "StreamSession.h"
 
 #include "Failure.h"
+#include "Files.h"
 #include "Reading.h"
 #include "Words.h"
 

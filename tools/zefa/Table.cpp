@@ -22,19 +22,46 @@ std::string Line(const std::vector<TableColumn>& columns, const std::vector<size
     line.erase(line.find_last_not_of(' ') + 1);
     return line + "\n";
 }
+
+unsigned char Byte(char each)
+{
+    return static_cast<unsigned char>(each);
+}
+
+// Of the UTF-8 character at the beginning; 1 where there is none.
+size_t CharacterBytes(std::string_view text)
+{
+    const unsigned char lead = Byte(text[0]);
+    const size_t bytes = lead < 0xC2 || lead > 0xF4 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    if (bytes > text.size()) return 1;
+    for (size_t i = 1; i < bytes; ++i)
+        if ((Byte(text[i]) & 0xC0) != 0x80) return 1;
+    const bool isTooLongAForm = (lead == 0xE0 && Byte(text[1]) < 0xA0) || (lead == 0xF0 && Byte(text[1]) < 0x90);
+    return isTooLongAForm ? 1 : bytes;
+}
+
+// Also U+0080 to U+009F, as UTF-8 and as the single bytes that some terminals take for them.
+bool IsControl(std::string_view character)
+{
+    const unsigned char first = Byte(character[0]);
+    if (character.size() == 2) return first == 0xC2 && Byte(character[1]) < 0xA0;
+    return character.size() == 1 && (first < 0x20 || (first >= 0x7F && first < 0xA0));
+}
 } // namespace
 
-std::string Harmless(const std::string& text)
+std::string Harmless(std::string_view text)
 {
     constexpr const char* kDigits = "0123456789ABCDEF";
     std::string harmless;
-    for (const char each : text)
+    while (!text.empty())
     {
-        const auto byte = static_cast<unsigned char>(each);
-        if (byte >= 0x20 && byte != 0x7F)
-            harmless += each;
+        const std::string_view character = text.substr(0, CharacterBytes(text));
+        text.remove_prefix(character.size());
+        if (!IsControl(character))
+            harmless += character;
         else
-            harmless += {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
+            for (const char each : character)
+                harmless += {'\\', 'x', kDigits[Byte(each) >> 4], kDigits[Byte(each) & 15]};
     }
     return harmless;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zefa
@@ -20,7 +21,7 @@ struct TableColumn
 };
 
 // The text with control characters as \xNN, so that what a file or a service says cannot steer the terminal.
-std::string Harmless(const std::string& text);
+std::string Harmless(std::string_view text);
 
 // Characters of UTF-8 text; a byte that belongs to none counts as one.
 size_t CharactersOf(const std::string& text);

@@ -13,6 +13,7 @@ import pathlib
 import pty
 import random
 import re
+import resource
 import shutil
 import signal
 import socket
@@ -250,6 +251,39 @@ class Zefa(unittest.TestCase):
             self.assertEqual(f"zefa: {missing} could not be read: No such file or directory.\n",
                              self.zefa(*words, expect=FILE)[1])
 
+    def test_ReadErrorsAreExitCode5AndNoEndOfTheFile(self):
+        memory = "/proc/self/mem"  # nothing lies where it begins
+        self.assertEqual(f"zefa: {memory} could not be read: Input/output error.\n",
+                         self.zefa("sdp", "check", memory, expect=FILE)[1])
+        folder = os.open(self.folder, os.O_RDONLY)
+        self.addCleanup(os.close, folder)
+        self.assertEqual("zefa: - is a folder.\n", self.zefa("sdp", "check", "-", expect=FILE, stdin=folder)[1])
+
+    def test_WithoutAFolderForTheSettingsOfTheReaderIsExitCode5(self):
+        file = self.write("good.sdp", description())
+        _, err = self.zefa("sdp", "check", file, expect=FILE, env={**os.environ, "TMPDIR": str(self.folder / "none")})
+        self.assertRegex(err, r"^zefa: There is no folder for temporary files: .*\.\n$")
+
+    def test_SettingsThatCannotBeWrittenLeaveNoFolderBehind(self):
+        def fill_the_disk():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0))
+
+        file = self.write("good.sdp", description())
+        place = self.folder / "temporary"
+        place.mkdir()
+        _, err = self.zefa("sdp", "check", file, expect=FILE, env={**os.environ, "TMPDIR": str(place)},
+                           preexec_fn=fill_the_disk)
+        self.assertRegex(err, r"zefaline\.conf takes no more: File too large\.\n$")
+        self.assertEqual([], list(place.iterdir()))
+
+    def test_AClosedStandardStreamIsNoOtherFile(self):
+        missing = str(self.folder / "missing.sdp")
+        out, _ = self.zefa("sdp", "check", missing, expect=FILE, preexec_fn=lambda: os.close(2))
+        self.assertEqual("", out, "the sentence goes nowhere")
+        _, err = self.zefa("--version", expect=FILE, preexec_fn=lambda: os.close(1))
+        self.assertEqual("zefa: The standard output takes no more: Bad file descriptor.\n", err)
+
     def test_TheLogOfTheLibraryStaysOutOfTheOutput(self):
         self.start_service()
         (self.folder / "quillmont").mkdir()
@@ -486,6 +520,27 @@ class Zefa(unittest.TestCase):
         staying.communicate(timeout=20)
         self.assertEqual(GOOD, staying.returncode)
 
+    def test_AReaderThatStandsStillHoldsUpNoInterrupt(self):
+        self.start_service()
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        sending = self.start("send", file, "--input", self.write("sent", bytes(SLOT_BYTES)), "--loop")
+        self.addCleanup(sending.communicate)
+        self.addCleanup(sending.terminate)
+        receiving = self.start("receive", file, "--output", "-", "--timeout", "60")
+        self.addCleanup(receiving.kill)
+        self.assertEqual(b"\0", receiving.stdout.read(1))  # a slot is more than the pipe holds
+        receiving.send_signal(signal.SIGINT)
+        self.assertEqual(GOOD, receiving.wait(20), receiving.stderr.read())
+        receiving.communicate()
+
+    def test_AnOutputIsLeftAsItIsWhenNothingCanBeReceived(self):
+        self.start_service()
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        kept = self.write("kept", "of yesterday")
+        self.zefa("receive", file, "--output", kept, "--queue", "0", expect=USAGE)
+        self.zefa("receive", file, "--output", kept, "--interface", "nowhere0", expect=USAGE)
+        self.assertEqual("of yesterday", pathlib.Path(kept).read_text())
+
     def test_ReceiveSaysWhatADescriptionLacks(self):
         self.start_service()
         two = self.write("two.sdp", description(media="m=audio 5004 RTP/AVP 97\r\nc=IN IP4 127.0.0.1\r\n"
@@ -591,6 +646,54 @@ class Zefa(unittest.TestCase):
         _, err = self.zefa("send", file, "--input", sent, "--packets-per-slot", "3000", "--timeout", "1",
                            expect=NOTHING)
         self.assertEqual("zefa: The service sent no slot for 1 s; dropped at the end: 1.\n", err)
+
+    def test_SendOfAFileThatIsEmptiedIsExitCode5(self):
+        self.start_service()
+        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        sent = self.write("sent", bytes(AUDIO_SLOT_BYTES * 3 // 2))
+        sending = self.start("send", file, "--input", sent, "--loop")
+        self.addCleanup(sending.kill)
+        self.assertTrue(sending.stdout.readline())
+        os.truncate(sent, 0)
+        _, err = sending.communicate(timeout=30)
+        self.assertEqual((FILE, f"zefa: {sent} holds nothing any more.\n"), (sending.returncode, err.decode()))
+
+    def pipe(self, content=b""):
+        """The name of a pipe with `content` in it, and with a writer that writes no more."""
+        path = self.folder / "pipe"
+        os.mkfifo(path)
+        writer = os.open(path, os.O_RDWR)
+        self.addCleanup(os.close, writer)
+        os.write(writer, content)
+        return str(path)
+
+    def test_SendFromAPipeThatStandsStillHearsTheLimits(self):
+        self.start_service()
+        file, pipe = self.write("audio.sdp", AUDIO.format(port=free_udp_port())), self.pipe()
+        out, _ = self.zefa("send", file, "--input", pipe, "--seconds", "1", "--json")
+        self.assertEqual(0, json.loads(out.splitlines()[-1])["slots"])
+        _, err = self.zefa("send", file, "--input", pipe, "--timeout", "1", expect=NOTHING)
+        self.assertEqual(f"zefa: {pipe} gave nothing for 1 s.\n", err)
+
+    def test_SendFromAPipeThatStandsStillEndsWithAnInterruptAndSendsNoHalfSlot(self):
+        self.start_service()
+        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        sending = self.start("send", file, "--input", self.pipe(bytes(AUDIO_SLOT_BYTES * 5 // 2)), "--json",
+                             "--interval", "10", "--timeout", "60")
+        self.addCleanup(sending.kill)
+        while json.loads(sending.stdout.readline())["packets"] < 20:  # of two slots
+            pass
+        sending.send_signal(signal.SIGINT)
+        out, err = sending.communicate(timeout=30)
+        self.assertEqual((GOOD, b""), (sending.returncode, err))
+        counters = json.loads(out.splitlines()[-1])
+        self.assertEqual((2, 20), (counters["slots"], counters["packets"]))
+
+    def test_SendFromAPipeWaitsForWhatWasSentAndNotForTheRestOfASlot(self):
+        self.start_service()
+        file, half = self.write("audio.sdp", AUDIO.format(port=free_udp_port())), bytes(AUDIO_SLOT_BYTES // 2)
+        out, _ = self.zefa("send", file, "--input", self.pipe(half), "--seconds", "1", "--timeout", "100", "--json")
+        self.assertEqual(0, json.loads(out.splitlines()[-1])["packets"])
 
     # Help, man page, completion.
 

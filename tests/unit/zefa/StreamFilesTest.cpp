@@ -2,13 +2,31 @@
 #include "tools/zefa/StreamFiles.h"
 #include "tools/zefa/Failure.h"
 
+#include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 namespace
 {
 
 using namespace zefa;
+
+std::pair<ExitCode, std::string> FailureOf(const std::function<void()>& act)
+{
+    try
+    {
+        act();
+    }
+    catch (const Failure& failure)
+    {
+        return {failure.Code, failure.what()};
+    }
+    return {kGood, ""};
+}
 
 class Files : public testing::Test
 {
@@ -27,7 +45,7 @@ protected:
     static std::string Taken(MediaInput& input, size_t bytes)
     {
         std::string buffer(bytes, '#');
-        input.Fill({reinterpret_cast<uint8_t*>(buffer.data()), buffer.size()});
+        EXPECT_TRUE(input.Fill({reinterpret_cast<uint8_t*>(buffer.data()), buffer.size()}, &NotInterrupted));
         return buffer;
     }
 
@@ -39,9 +57,9 @@ TEST_F(Files, WhatTheFileDoesNotFillIsZero)
     MediaInput input(Name(), false);
 
     EXPECT_EQ("abc", Taken(input, 3));
-    EXPECT_TRUE(input.HasMore());
+    EXPECT_TRUE(input.HasMore(&NotInterrupted));
     EXPECT_EQ(std::string("de\0", 3), Taken(input, 3));
-    EXPECT_FALSE(input.HasMore());
+    EXPECT_FALSE(input.HasMore(&NotInterrupted));
 }
 
 TEST_F(Files, ALoopGoesOnWithTheBeginning)
@@ -49,44 +67,123 @@ TEST_F(Files, ALoopGoesOnWithTheBeginning)
     MediaInput input(Name(), true);
 
     EXPECT_EQ("abcdeabcdeab", Taken(input, 12));
-    EXPECT_TRUE(input.HasMore());
+    EXPECT_TRUE(input.HasMore(&NotInterrupted));
     EXPECT_EQ("cde", Taken(input, 3));
-    EXPECT_TRUE(input.HasMore());
+    EXPECT_TRUE(input.HasMore(&NotInterrupted));
     EXPECT_EQ("ab", Taken(input, 2));
+}
+
+TEST_F(Files, ALoopOverAFileThatIsEmptiedEnds)
+{
+    MediaInput input(Name(), true);
+    EXPECT_EQ("abcde", Taken(input, 5));
+
+    std::filesystem::resize_file(Name(), 0);
+
+    EXPECT_EQ(std::pair(kFile, Name() + " holds nothing any more."), FailureOf([&] { Taken(input, 1); }));
+    EXPECT_EQ(std::pair(kFile, Name() + " holds nothing any more."),
+              FailureOf([&] { input.HasMore(&NotInterrupted); }));
 }
 
 TEST_F(Files, FilesThatCannotBeSentAreRefusedAtOnce)
 {
-    const auto codeOf = [](const std::string& name, bool loop)
-    {
-        try
-        {
-            MediaInput input(name, loop);
-        }
-        catch (const Failure& failure)
-        {
-            return failure.Code;
-        }
-        return kGood;
-    };
+    const auto refusal = [](const std::string& name, bool loop)
+    { return FailureOf([&] { const MediaInput input(name, loop); }); };
     WriteFile(Folder + "/empty", "");
 
-    EXPECT_EQ(kFile, codeOf(Folder + "/empty", false));
-    EXPECT_EQ(kFile, codeOf(Folder + "/nothing", false));
-    EXPECT_EQ(kUsage, codeOf("-", true));
+    EXPECT_EQ(std::pair(kFile, Folder + "/empty holds nothing to send."), refusal(Folder + "/empty", false));
+    EXPECT_EQ(std::pair(kFile, Folder + "/empty holds nothing to send."), refusal(Folder + "/empty", true));
+    EXPECT_EQ(std::pair(kFile, Folder + "/nothing could not be read: No such file or directory."),
+              refusal(Folder + "/nothing", false));
+    EXPECT_EQ(std::pair(kFile, Folder + " is a folder."), refusal(Folder, false));
+    EXPECT_EQ(kUsage, refusal("-", true).first);
+}
+
+// Nothing lies where the memory of a process begins.
+TEST(ReadErrors, AreNoEndOfAFile)
+{
+    const std::string name = "/proc/self/mem", sentence = name + " could not be read: Input/output error.";
+
+    EXPECT_EQ(std::pair(kFile, sentence), FailureOf([&] { const MediaInput input(name, false); }));
+    EXPECT_EQ(std::pair(kFile, sentence), FailureOf([&] { ReadFile(name); }));
+}
+
+class Pipes : public Files
+{
+protected:
+    void SetUp() override
+    {
+        Files::SetUp();
+        ASSERT_EQ(0, ::mkfifo(Pipe().c_str(), 0600));
+    }
+
+    std::string Pipe() const { return Folder + "/pipe"; }
+
+    // The other end, which nobody waits for.
+    Descriptor Open(int way) const { return Descriptor(::open(Pipe().c_str(), way | O_NONBLOCK | O_CLOEXEC)); }
+
+    // Goes on for three questions.
+    GoOn ThreeTimes()
+    {
+        return [this] { return ++Asked < 4; };
+    }
+
+    int Asked = 0;
+};
+
+TEST_F(Pipes, AnInputThatStandsStillIsWaitedForAsLongAsToldAndItsBufferIsNotFull)
+{
+    MediaInput input(Pipe(), false);
+    EXPECT_FALSE(input.HasMore(ThreeTimes())) << "nobody writes";
+    EXPECT_EQ(4, Asked);
+
+    const Descriptor writer = Open(O_WRONLY);
+    ASSERT_EQ(3, ::write(writer.Number, "abc", 3));
+    EXPECT_TRUE(input.HasMore(ThreeTimes()));
+    uint8_t buffer[4];
+    Asked = 0;
+    EXPECT_FALSE(input.Fill(buffer, ThreeTimes()));
+    EXPECT_EQ(4, Asked);
+}
+
+TEST_F(Pipes, AnInputEndsWithItsLastWriter)
+{
+    MediaInput input(Pipe(), false);
+    {
+        const Descriptor writer = Open(O_WRONLY);
+        ASSERT_EQ(3, ::write(writer.Number, "abc", 3));
+    }
+
+    EXPECT_TRUE(input.HasMore(&NotInterrupted));
+    EXPECT_EQ(std::string("abc\0", 4), Taken(input, 4));
+    EXPECT_FALSE(input.HasMore(&NotInterrupted));
+}
+
+TEST_F(Pipes, AnOutputThatStandsStillIsWaitedForAsLongAsTold)
+{
+    const std::string much(1 << 20, 'x'); // than a pipe holds
+
+    MediaOutput unread(Pipe(), ThreeTimes());
+    EXPECT_EQ(4, Asked);
+    unread.Write(much, ThreeTimes()); // is not there
+
+    const Descriptor reader = Open(O_RDONLY);
+    MediaOutput output(Pipe(), ThreeTimes());
+    Asked = 0;
+    output.Write(much, ThreeTimes());
+    EXPECT_EQ(4, Asked);
 }
 
 TEST_F(Files, OutputIsWrittenAsItCame)
 {
     {
-        MediaOutput output(Name());
-        output.Write("x");
-        output.Write(std::string("\0y", 2));
-        output.Finish();
+        MediaOutput output(Name(), &NotInterrupted);
+        output.Write("x", &NotInterrupted);
+        output.Write(std::string("\0y", 2), &NotInterrupted);
     }
 
     EXPECT_EQ(std::string("x\0y", 3), ReadFile(Name()));
-    EXPECT_THROW(MediaOutput{Folder}, Failure);
+    EXPECT_THROW(MediaOutput(Folder, &NotInterrupted), Failure);
     EXPECT_THROW(ReadFile(Folder), Failure);
     EXPECT_THROW(ReadFile(Folder + "/nothing"), Failure);
 }

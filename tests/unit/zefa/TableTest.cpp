@@ -55,4 +55,25 @@ TEST(Table, ControlCharactersReachTheTerminalAsText)
     EXPECT_EQ("Name\na\\x1B[2J\\x0A\\x7F\n", table.Text());
 }
 
+TEST(Harmless, ControlCharactersAboveAsciiAreTextAndOtherCharactersStay)
+{
+    EXPECT_EQ("\\xC2\\x9B2J\\xC2\\x80", Harmless("\xC2\x9B"
+                                                 "2J\xC2\x80"));
+    EXPECT_EQ("\xC2\xA0\xC3\x9B\xE2\x80\x9C\xF0\x9F\x98\x80", Harmless("\xC2\xA0\xC3\x9B\xE2\x80\x9C\xF0\x9F\x98\x80"));
+}
+
+TEST(Harmless, BytesOutsideOfUtf8AreNoControlCharactersEither)
+{
+    EXPECT_EQ("\\x9B2J", Harmless("\x9B"
+                                  "2J"));
+    EXPECT_EQ("a\xE9"
+              "b",
+              Harmless("a\xE9"
+                       "b"));
+    EXPECT_EQ("\xC0\\x9B", Harmless("\xC0\x9B")) << "in two bytes";
+    EXPECT_EQ("\xE0\\x82\\x9B", Harmless("\xE0\x82\x9B")) << "in three bytes, which is no UTF-8";
+    EXPECT_EQ("\xF0\\x80\\x82\\x9B", Harmless("\xF0\x80\x82\x9B"));
+    EXPECT_EQ("\xE2\\x80", Harmless("\xE2\x80")) << "cut short";
+}
+
 } // namespace
