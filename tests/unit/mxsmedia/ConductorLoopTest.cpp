@@ -1,6 +1,7 @@
 // The conductor's loop: when it runs its tasks, and what adding, removing and stopping promise.
 #include "mxs/media/ConductorLoop.h"
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -58,6 +59,10 @@ public:
         ++Runs;
         LastCore = sched_getcpu();
         LastRunNs = nowNs;
+        if (Runs <= FirstRunsNs.size()) FirstRunsNs[Runs - 1] = nowNs;
+        timespec used{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &used);
+        ThreadUsedNs = uint64_t(used.tv_sec) * 1'000'000'000 + uint64_t(used.tv_nsec);
         Changed.notify_all();
         return IntervalNs == UINT64_MAX ? UINT64_MAX : nowNs + IntervalNs;
     }
@@ -85,6 +90,8 @@ public:
     uint64_t BytesEachRun = 0;
     int LastCore = -1;
     uint64_t LastRunNs = 0;
+    std::array<uint64_t, 5> FirstRunsNs{};
+    uint64_t ThreadUsedNs = 0; // of a processor, by the loop until the last run
 
 private:
     int Descriptor = -1;
@@ -138,7 +145,7 @@ TEST(ConductorLoop, RunsATaskAgainAtItsDeadline)
     task.AwaitRuns(5);
 
     member.Leave();
-    EXPECT_GE(task.RunCount(), 5u);
+    EXPECT_GE(task.FirstRunsNs[4] - task.FirstRunsNs[0], 4'000'000u);
 }
 
 TEST(ConductorLoop, RunsOnTheCoreThatWasAskedFor)
@@ -224,9 +231,14 @@ TEST(ConductorLoop, SleepsWhenNothingIsDue)
 
     idle.Fire();
     idle.AwaitRuns(2);
+    const uint64_t fromNs = idle.LastRunNs, usedBeforeNs = idle.ThreadUsedNs;
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    idle.Fire();
+    idle.AwaitRuns(3);
 
     member.Leave();
-    EXPECT_EQ(idle.RunCount(), 2u); // a loop that spins would have run the task, due or not, far more often
+    EXPECT_EQ(idle.RunCount(), 3u);
+    EXPECT_LT(idle.ThreadUsedNs - usedBeforeNs, (idle.LastRunNs - fromNs) / 2);
     EXPECT_LT(loop.LoadPercent(), 50.0);
 }
 
