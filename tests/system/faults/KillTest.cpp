@@ -81,7 +81,7 @@ protected:
         Before = HoldingsOf(Service->ProcessId());
     }
 
-    void StartService() { Service.emplace(std::vector<std::string>{"--context-ttl", "2"}); }
+    void StartService() { Service.emplace(std::vector<std::string>{"--context-ttl", "5"}); }
 
     // A new application does all that there is to do.
     void ExpectACleanStart()

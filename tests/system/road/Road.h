@@ -279,6 +279,20 @@ inline std::vector<SlotBuffer> TakeSlot(ReceiveStream& stream, uint32_t buffers 
     return taken;
 }
 
+// Sends and takes what is one slot. A sender that is without a processor for a tenth of a second gives up what it holds,
+// and counts it: once more then, a few times at most.
+template <class Sender, class Attempt>
+void AgainIfGivenUp(Sender& sender, Attempt&& sendAndTake)
+{
+    bool givenUp = true;
+    for (int attempt = 0; attempt < 4 && givenUp; ++attempt)
+    {
+        const uint64_t before = sender.NetworkStatus().LostPacketsCount_ULL;
+        sendAndTake();
+        givenUp = sender.NetworkStatus().LostPacketsCount_ULL != before;
+    }
+}
+
 // Sends one empty-timestamp frame so that the receiver has seen where a frame ends and the next one counts from its
 // first packet.
 inline void SendLeadIn(VideoSender& sender, const Raster& raster, const PixelGroup& group, uint32_t timestamp)
