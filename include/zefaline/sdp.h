@@ -66,8 +66,10 @@ typedef struct ZEFA_SDP_INFO
  *
  * C++ exceptions leave this function for descriptions whose numbers or tree cannot be used: std::invalid_argument
  * and std::out_of_range ("invalid stoi argument" and their like) from the conversion of numbers, nlohmann::json
- * exceptions (derived from std::exception) from the access to parts that are missing. Catch std::exception around
- * the call; a program in C must check the description by other means. The structures are untouched then.
+ * exceptions (derived from std::exception) from the access to parts that are missing, and from the quoting of a media
+ * whose text is not UTF-8: a media is quoted, with a log or without, when something mandatory is missing, or an "fmtp"
+ * or "rtpmap" is there more than once. Catch std::exception around the call; a program in C must check the description
+ * by other means. The structures are untouched then.
  *
  * @param[in] pSdp_C The description, NUL-terminated, not null, of any length; lines may end in CR LF or LF.
  * @param pReserved Not read.

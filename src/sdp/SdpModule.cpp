@@ -243,7 +243,7 @@ SdpCode SdpModule::ParseConnection(const json& connection, SdpIpAddress& address
 
 SdpCode SdpModule::ParseRefClock(const std::string& value, SdpRefClock& clock)
 {
-    static const std::string kPtp = "ptp=IEEE1588-2008";
+    constexpr const char* kPtp = "ptp=IEEE1588-2008";
     const std::vector<std::string_view> pieces = SplitText(value, ':');
     if (pieces.front() == kPtp)
     {
@@ -261,7 +261,7 @@ SdpCode SdpModule::ParseRefClock(const std::string& value, SdpRefClock& clock)
         }
         else
         {
-            WarningSink("Incorrectly formated reference clock \"" + kPtp + "\" : " + value);
+            WarningSink(std::string("Incorrectly formated reference clock \"") + kPtp + "\" : " + value);
         }
     }
     else if (pieces.front().starts_with("localmac"))

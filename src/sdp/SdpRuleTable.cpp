@@ -143,7 +143,9 @@ SdpRules BuildRules()
 
 const SdpRules& SdpRuleTable()
 {
-    static const SdpRules rules = BuildRules(); // local: a parser in another file's initialiser finds it whole
+    // Local: a parser in another file's initialiser finds it whole. Never destroyed: a thread may still read while the
+    // process ends.
+    static const SdpRules& rules = *new const SdpRules(BuildRules());
     return rules;
 }
 

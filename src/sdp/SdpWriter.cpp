@@ -184,8 +184,9 @@ std::string WriteSdpText(json& tree)
 {
     if (!tree.is_object()) throw std::invalid_argument("given session is not a JSON object");
     SetDefaults(tree);
-    static const WritingOrder session(kSessionOrder);
-    static const WritingOrder media(kMediaOrder);
+    // Never destroyed: a thread may still write while the process ends.
+    static const WritingOrder& session = *new const WritingOrder(kSessionOrder);
+    static const WritingOrder& media = *new const WritingOrder(kMediaOrder);
     std::string text;
     session.AppendLines(text, tree);
     const SdpRule& mediaRule = SdpRuleTable().at('m').front();

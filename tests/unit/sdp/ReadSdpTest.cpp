@@ -365,6 +365,7 @@ TEST_F(ReadSdp, WhatTheReaderThrowsLeavesTheFunction)
 {
     EXPECT_THROW(Read(kHead + "m=video\n"), nlohmann::json::out_of_range);
     EXPECT_THROW(Read(kHead + "m=video 1 RTP/AVP 96\n"), nlohmann::json::out_of_range);
+    EXPECT_THROW(Read(kHead + VideoMedia(kVideoConfig, "a=fmtp:96 x=\xff\n")), nlohmann::json::type_error);
     EXPECT_THROW(Read(kHead + VideoMedia("width=x; SSN=ST2110-20:2017")), std::invalid_argument);
     EXPECT_THROW(Read(kHead + "m=video 1 RTP/AVP 96\nc=IN IP4 S\na=fmtp:96 " + kVideoConfig + "\n"),
                  nlohmann::json::type_error);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <cstdlib>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -299,6 +300,18 @@ TEST(SdpWriter, WhatTheTreeThrowsOnTextThatIsNotUtf8InsideAnotherValuePassesThro
     {
         EXPECT_STREQ(error.what(), "[json.exception.type_error.316] invalid UTF-8 byte at index 0: 0xFF");
     }
+}
+
+TEST(SdpWriterDeathTest, ItsTablesAreThereUntilTheProcessHasEnded)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe"; // a process anew, whose first text is the one below
+    EXPECT_EXIT(
+        {
+            std::atexit([] { std::_Exit(Written({{"version", 7}}) == "v=7\r\ns=-\r\n" ? 42 : 1); });
+            Written({{"version", 0}});
+            std::exit(1);
+        },
+        testing::ExitedWithCode(42), "");
 }
 
 TEST(SdpWriter, AMediaThatIsNoObjectRaisesTheTreesError)
