@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdio>
 #include <stdexcept>
+#include <utility>
 
 namespace
 {
@@ -22,7 +23,9 @@ constexpr CaptionRate kCaptionRates[] = {{24, true, 1},  {24, false, 2}, {25, fa
 
 constexpr uint8_t kCcData = 0x72, kFooter = 0x74;    // sections of a caption distribution packet
 constexpr uint8_t kPacketData = 2, kPacketStart = 3; // kinds of triplets; 0 and 1 are line 21 of analogue television
-constexpr uint8_t kEndOfText = 0x03, kDefineWindow0 = 0x98, kDeleteWindows = 0x8C;
+constexpr uint8_t kEndOfText = 0x03, kFormFeed = 0x0C, kDefineWindow0 = 0x98, kDeleteWindows = 0x8C;
+
+constexpr size_t kMostText = 15 * 42; // rows and columns of the largest window
 
 uint8_t Sum(const Bytes& bytes)
 {
@@ -212,8 +215,8 @@ void CaptionDecoder::ReadService(const uint8_t* block, size_t size)
     for (size_t at = 0; at < size; at += LengthOf(block[at]))
     {
         const uint8_t code = block[at];
-        if (code >= 0x20 && code < 0x7F) Line += char(code);
-        if (code >= kDefineWindow0 && code < kDefineWindow0 + 8) Line.clear();
-        if (code == kEndOfText && !Line.empty()) Complete = Line;
+        if (code >= 0x20 && code < 0x7F && Line.size() < kMostText) Line += char(code);
+        if (code == kFormFeed || (code >= kDefineWindow0 && code < kDefineWindow0 + 8)) Line.clear();
+        if (code == kEndOfText && !Line.empty()) Complete = std::exchange(Line, "");
     }
 }

@@ -79,6 +79,6 @@ private:
     void ReadService(const uint8_t* block, size_t size);
 
     Bytes Channel;    // what came of the caption channel packet that is under way
-    std::string Line; // since the window was made
+    std::string Line; // since the window was made, emptied or completed
     std::optional<std::string> Complete;
 };

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <exception>
 #include <fstream>
+#include <iomanip>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
@@ -21,6 +22,11 @@ using Clock = std::chrono::steady_clock;
 
 volatile std::sig_atomic_t interrupted = 0;
 
+void Interrupt(int)
+{
+    interrupted = 1;
+}
+
 template <typename T>
 T Number(const std::string& name, const std::string& text)
 {
@@ -31,6 +37,16 @@ T Number(const std::string& name, const std::string& text)
     return value;
 }
 
+double Real(const std::string& name, const std::string& text, Range range)
+{
+    const double value = Number<double>(name, text);
+    if (value >= range.least && value <= range.most) return value; // "nan" is not, and neither is "inf"
+    std::ostringstream sentence;
+    sentence << std::setprecision(10) << name << " wants a number from " << range.least << " to " << range.most
+             << " and not " << text;
+    throw std::runtime_error(sentence.str());
+}
+
 void Store(const OwnOption& option, const std::string& text)
 {
     if (const auto* const string = std::get_if<std::string*>(&option.target))
@@ -38,7 +54,7 @@ void Store(const OwnOption& option, const std::string& text)
     else if (const auto* const whole = std::get_if<uint32_t*>(&option.target))
         **whole = Number<uint32_t>(option.name, text);
     else if (const auto* const real = std::get_if<double*>(&option.target))
-        **real = Number<double>(option.name, text);
+        **real = Real(option.name, text, option.range);
 }
 
 std::string Usage(const std::string& program, const std::string& files, std::initializer_list<OwnOption> own)
@@ -140,9 +156,9 @@ Undo::~Undo()
             std::fprintf(stderr, "clean-up: %s failed with %u\n", step->first, code);
 }
 
-Options ParseOptions(int argc, char** argv, const std::string& files, std::initializer_list<OwnOption> own,
-                     Options options)
+Options ParseOptions(int argc, char** argv, const std::string& files, std::initializer_list<OwnOption> own)
 {
+    Options options;
     for (int i = 1; i < argc; ++i)
     {
         const std::string name = argv[i];
@@ -173,7 +189,7 @@ Options ParseOptions(int argc, char** argv, const std::string& files, std::initi
         else if (name == "--slots")
             options.slots = Number<uint64_t>(name, value);
         else if (name == "--seconds")
-            options.seconds = Number<double>(name, value);
+            options.seconds = Real(name, value, {0, 1e9});
         else
             throw std::runtime_error("There is no option " + name + "\n" + Usage(argv[0], files, own));
     }
@@ -187,7 +203,8 @@ try
 {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);           // a line is there when it is printed, also through a pipe
     for (const int signal : {SIGINT, SIGTERM, SIGPIPE}) // the last one: nobody reads what we print
-        std::signal(signal, [](int) { interrupted = 1; });
+        std::signal(signal, &Interrupt);
+    if (std::signal(SIGHUP, SIG_IGN) != SIG_IGN) std::signal(SIGHUP, &Interrupt); // nohup asks to go on
     run();
     return 0;
 }
@@ -204,11 +221,15 @@ Description ReadDescription(const std::string& file, const Options& options,
     if (!stream) throw std::runtime_error("The description " + file + " could not be opened");
     const std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 
-    // The structures are zeroed and the standard is preset: what a text does not say stays. The fields of the essence
-    // share their memory, so a preset for video lies where audio has its codec, which the reader always writes.
+    // The structures are zeroed and a few fields preset: what a text does not say, or says with a word that the library
+    // does not know, stays. The fields of the essence share their memory: the standard lies where audio has its codec,
+    // which the reader always writes, depth and sampling where it has its rate, which none has this number for, and its
+    // channels, which are written behind the rate.
     Description description;
     ZEFA_ST2110_20_CONFIG& video = description.essence.Essence_X.ST2110_20_X;
     video.VideoStandard_E = ZEFA_VIDEO_STANDARD_UNKNOWN;
+    video.NetworkBitDepth_E = ZEFA_SDP_VIDEO_DEPTH_UNKNOWN;
+    video.NetworkBitSampling_E = ZEFA_SDP_VIDEO_SAMPLING_UNKNOWN;
     video.UseDefaultTrOffset_B = 1;
     Check(ZEFA_ReadSDP(text.c_str(), nullptr, &description.network, &description.essence, &description.info),
           "The description " + file + " could not be read");

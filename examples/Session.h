@@ -41,19 +41,26 @@ struct Options
     double seconds = 0;    // from the first slot on; 0: until Ctrl-C
 };
 
-// An option of one program: its name, what stands behind it in the usage (null for a switch), and where it goes.
+struct Range
+{
+    double least = 0, most = 0;
+};
+
+// An option of one program: its name, what stands behind it in the usage (null for a switch), where it goes, and for
+// numbers with a fraction what they may be.
 struct OwnOption
 {
     const char* name;
     const char* value;
     std::variant<bool*, std::string*, uint32_t*, double*> target;
+    Range range{};
 };
 
 // `files` names the descriptions that must be given, as in "IN.sdp OUT.sdp". Throws the usage when they are not.
-Options ParseOptions(int argc, char** argv, const std::string& files, std::initializer_list<OwnOption> own = {},
-                     Options defaults = {});
+Options ParseOptions(int argc, char** argv, const std::string& files, std::initializer_list<OwnOption> own = {});
 
-// Runs a program: Ctrl-C and SIGTERM end its loops, and what it throws is printed. The result is the exit code.
+// Runs a program: Ctrl-C, SIGTERM and a lost terminal end its loops, and what it throws is printed. The result is the
+// exit code.
 int RunExample(const char* name, const std::function<void()>& run);
 
 // A description as the structures of a stream's configuration, with the interface and the buffers still to choose.

@@ -57,12 +57,14 @@ VideoFormat ChooseBuffers(Description& description)
         NoStandard("No video standard was found for the description. Descriptions of interlaced video give frames per "
                    "second where the standards count fields, and samplings or depths that the library does not know "
                    "end the reading early");
+    if (video.NetworkBitDepth_E > ZEFA_SDP_VIDEO_DEPTH_12)
+        throw std::runtime_error("This program draws samples of 8, 10 and 12 bits");
+    const Components components = ComponentsOf(video.NetworkBitSampling_E);
     video.AppBitDepth_E = video.NetworkBitDepth_E;
     video.AppBitSampling_E = video.NetworkBitSampling_E;
     video.AppBitPadding_E = ZEFA_BIT_PADDING_16;
     video.AppEndianness_E = ZEFA_ENDIANNESS_LITTLE;
-    return {RasterOf(video.VideoStandard_E), ComponentsOf(video.NetworkBitSampling_E), 8 + 2 * video.AppBitDepth_E,
-            LumaOf(video.Colorimetry_E)};
+    return {RasterOf(video.VideoStandard_E), components, 8 + 2 * video.AppBitDepth_E, LumaOf(video.Colorimetry_E)};
 }
 
 Canvas::Canvas(const VideoFormat& format, const Stream& stream, ZEFA_SLOT slot) : Format(format)

@@ -68,10 +68,9 @@ void PrintGaps(std::vector<double>& gapsMs)
 void Run(int argc, char** argv)
 {
     std::string picture = "picture.png", raw; // raw: the samples of the picture as they lay in the slot
-    Options defaults;
-    defaults.slots = 250;
-    const Options options =
-        ParseOptions(argc, argv, "FILE.sdp", {{"--picture", "FILE.png", &picture}, {"--raw", "FILE", &raw}}, defaults);
+    Options options =
+        ParseOptions(argc, argv, "FILE.sdp", {{"--picture", "FILE.png", &picture}, {"--raw", "FILE", &raw}});
+    if (options.slots == 0 && options.seconds == 0) options.slots = 250;
     Description description = ReadDescription(options.descriptions[0], options, {ZEFA_ESSENCE_TYPE_ST2110_20});
     const VideoFormat format = ChooseBuffers(description);
     const Session session(options);

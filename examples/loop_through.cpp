@@ -71,7 +71,7 @@ Change Delay(Description& in, Description& out, double milliseconds)
 void Run(int argc, char** argv)
 {
     double delayMs = 0;
-    const Options options = ParseOptions(argc, argv, "IN.sdp OUT.sdp", {{"--delay-ms", "N", &delayMs}});
+    const Options options = ParseOptions(argc, argv, "IN.sdp OUT.sdp", {{"--delay-ms", "N", &delayMs, {0, 600'000}}});
     Description in =
         ReadDescription(options.descriptions[0], options, {ZEFA_ESSENCE_TYPE_ST2110_20, ZEFA_ESSENCE_TYPE_ST2110_30});
     Description out = ReadDescription(options.descriptions[1], options, {in.essence.EssenceType_E});

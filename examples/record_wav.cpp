@@ -20,13 +20,21 @@ namespace
 class WavFile
 {
 public:
-    WavFile(const std::string& path, const AudioFormat& format)
-        : Path(path), Format(format), File(path, std::ios::binary)
+    WavFile(const std::string& path, const AudioFormat& format) : Path(path), Format(format)
     {
-        WriteHeader();
+        File.rdbuf()->pubsetbuf(nullptr, 0); // a write that fails is known at once, and leaves nothing to be written
+        File.open(path, std::ios::binary);
+        if (!File) throw std::runtime_error(Path + " could not be opened");
+        Write(Header());
     }
 
-    ~WavFile() { UpdateHeader(); } // also when the recording ends in an error: what there is can be played
+    // Also when the recording ends in an error: what there is can be played.
+    ~WavFile()
+    {
+        const std::string header = Header();
+        File.clear();
+        File.seekp(0).write(header.data(), std::streamsize(header.size()));
+    }
     WavFile(const WavFile&) = delete;
     WavFile& operator=(const WavFile&) = delete;
 
@@ -34,49 +42,42 @@ public:
     void Append(const uint8_t* bytes, size_t size)
     {
         if (size > kBiggest - DataBytes) throw std::runtime_error(Path + " is full");
-        std::vector<char> turned(bytes, bytes + size);
+        std::string turned(bytes, bytes + size);
         for (auto sample = turned.begin(); sample != turned.end(); sample += Format.bytesPerSample)
             std::reverse(sample, sample + Format.bytesPerSample);
-        File.write(turned.data(), std::streamsize(size));
+        Write(turned);
         DataBytes += uint32_t(size);
     }
 
     void Close()
     {
-        UpdateHeader();
-        if (!File.flush()) throw std::runtime_error(Path + " could not be written");
+        File.seekp(0);
+        Write(Header());
     }
 
 private:
     static constexpr uint32_t kBiggest = 0xFFFFFF00; // the sizes in the file have 32 bits
 
-    void Number(uint32_t value, int bytes)
+    void Write(const std::string& bytes)
     {
+        if (!File.write(bytes.data(), std::streamsize(bytes.size())))
+            throw std::runtime_error(Path + " could not be written");
+    }
+
+    static std::string Number(uint32_t value, int bytes)
+    {
+        std::string number;
         for (int i = 0; i < bytes; ++i, value >>= 8)
-            File.put(char(value & 255));
+            number += char(value & 255);
+        return number;
     }
 
-    void UpdateHeader()
+    // 44 bytes.
+    std::string Header() const
     {
-        File.seekp(0);
-        WriteHeader();
-        File.seekp(0, std::ios::end);
-    }
-
-    void WriteHeader()
-    {
-        File.write("RIFF", 4);
-        Number(36 + DataBytes, 4);
-        File.write("WAVEfmt ", 8);
-        Number(16, 4);
-        Number(1, 2); // linear samples
-        Number(Format.channels, 2);
-        Number(Format.rate, 4);
-        Number(Format.rate * Format.BytesPerFrame(), 4);
-        Number(Format.BytesPerFrame(), 2);
-        Number(Format.bytesPerSample * 8, 2);
-        File.write("data", 4);
-        Number(DataBytes, 4);
+        return "RIFF" + Number(36 + DataBytes, 4) + "WAVEfmt " + Number(16, 4) + Number(1, 2) + // linear samples
+               Number(Format.channels, 2) + Number(Format.rate, 4) + Number(Format.rate * Format.BytesPerFrame(), 4) +
+               Number(Format.BytesPerFrame(), 2) + Number(Format.bytesPerSample * 8, 2) + "data" + Number(DataBytes, 4);
     }
 
     std::string Path;

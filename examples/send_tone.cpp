@@ -16,15 +16,16 @@ void Run(int argc, char** argv)
 {
     double frequency = 1000, level = -20;
     bool beeps = false;
-    const Options options =
-        ParseOptions(argc, argv, "FILE.sdp",
-                     {{"--frequency", "HZ", &frequency}, {"--level", "DBFS", &level}, {"--beeps", nullptr, &beeps}});
+    const Options options = ParseOptions(argc, argv, "FILE.sdp",
+                                         {{"--frequency", "HZ", &frequency, {0, 48000}},
+                                          {"--level", "DBFS", &level, {-200, 0}},
+                                          {"--beeps", nullptr, &beeps}});
     Description description = ReadDescription(options.descriptions[0], options, {ZEFA_ESSENCE_TYPE_ST2110_30});
     const AudioFormat format = ChooseSlots(description);
     const Session session(options);
     const Stream stream(session, ZEFA_STREAM_TYPE_TX, description, options);
 
-    const double peak = (std::pow(2, 8 * format.bytesPerSample - 1) - 1) * std::pow(10, std::fmin(level, 0) / 20);
+    const double peak = (std::pow(2, 8 * format.bytesPerSample - 1) - 1) * std::pow(10, level / 20);
     uint64_t frame = 0; // samples of a channel since the start
     const auto slots = ForEachSlot(
         stream, options,

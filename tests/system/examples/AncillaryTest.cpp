@@ -183,6 +183,42 @@ TEST(CaptionDecoder, TheNextTextTakesThePlaceOfTheOneBefore)
     EXPECT_EQ("two", decoder.Read(encoder.NextPacket()).value());
 }
 
+// The packet above with other codes in the place of its window, and other codes around its letter.
+Bytes InTheSameWindow(uint8_t code, char letter, uint8_t last)
+{
+    Bytes packet = kCaptionA;
+    for (const size_t at : {22u, 23u, 25u, 26u, 28u, 29u})
+        packet[at] = 0x00;
+    packet[31] = code;
+    packet[32] = uint8_t(letter);
+    packet[34] = last;
+    return WithSum(packet);
+}
+
+TEST(CaptionDecoder, ALineThatRollsUpInItsWindowIsATextOfItsOwn)
+{
+    CaptionDecoder decoder;
+    EXPECT_EQ("A", decoder.Read(WithSum(kCaptionA)).value());
+    EXPECT_EQ("B", decoder.Read(InTheSameWindow(0x00, 'B', 0x03)).value());
+    EXPECT_EQ("C", decoder.Read(InTheSameWindow(0x00, 'C', 0x03)).value());
+}
+
+TEST(CaptionDecoder, AWindowThatIsEmptiedLosesItsText)
+{
+    CaptionDecoder decoder;
+    EXPECT_FALSE(decoder.Read(InTheSameWindow(0x00, 'A', 0x00)));
+    EXPECT_FALSE(decoder.Read(InTheSameWindow(0x00, 'B', 0x00)));
+    EXPECT_EQ("C", decoder.Read(InTheSameWindow(0x0C, 'C', 0x03)).value());
+}
+
+TEST(CaptionDecoder, ATextWithoutAnEndIsNoLongerThanAWindow)
+{
+    CaptionDecoder decoder;
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_FALSE(decoder.Read(InTheSameWindow(0x00, 'A', 0x00)));
+    EXPECT_EQ(std::string(15 * 42, 'A'), decoder.Read(InTheSameWindow(0x00, 'A', 0x03)).value());
+}
+
 TEST(CaptionDecoder, ATextWhoseStartWasMissedIsLeftOut)
 {
     CaptionEncoder encoder({60, false});

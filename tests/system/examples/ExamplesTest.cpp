@@ -3,6 +3,7 @@
 #include "Program.h"
 
 #include <cmath>
+#include <csignal>
 #include <cstring>
 #include <map>
 #include <numbers>
@@ -571,20 +572,89 @@ TEST_P(EndlessExamples, EndWithSuccessOnASignalAndCleanUp)
 
 INSTANTIATE_TEST_SUITE_P(
     All, EndlessExamples,
-    testing::Values(
-        EndlessCase{"SendVideo", "send_video", {{"video.sdp", "5000"}}, {}},
-        EndlessCase{"SendTone", "send_tone", {{"audio.sdp", "5004"}}, {}},
-        EndlessCase{"RecordWav", "record_wav", {{"audio.sdp", "5004"}}, {"--output", "/dev/null"}},
-        EndlessCase{"SendCaptions", "send_captions", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
-        EndlessCase{"PrintAnc", "print_anc", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
-        EndlessCase{"PrintAncThatNobodyReads", "print_anc", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}, SIGPIPE},
-        EndlessCase{"SendToneThatIsTerminated", "send_tone", {{"audio.sdp", "5004"}}, {}, SIGTERM},
-        EndlessCase{"LoopThroughVideo", "loop_through", {{"video.sdp", "5000"}, {"video_changed.sdp", "5002"}}, {}},
-        EndlessCase{"LoopThroughAudio",
-                    "loop_through",
-                    {{"audio.sdp", "5004"}, {"audio_delayed.sdp", "5006"}},
-                    {"--delay-ms", "100"}}),
+    testing::Values(EndlessCase{"SendVideo", "send_video", {{"video.sdp", "5000"}}, {}},
+                    EndlessCase{"SendTone", "send_tone", {{"audio.sdp", "5004"}}, {}},
+                    EndlessCase{"RecordWav", "record_wav", {{"audio.sdp", "5004"}}, {"--output", "/dev/null"}},
+                    EndlessCase{"SendCaptions", "send_captions", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
+                    EndlessCase{"PrintAnc", "print_anc", {{"ancillary.sdp", "5008"}}, {"--standard", "3"}},
+                    EndlessCase{"SendToneThatIsTerminated", "send_tone", {{"audio.sdp", "5004"}}, {}, SIGTERM},
+                    EndlessCase{"SendToneWhoseTerminalIsLost", "send_tone", {{"audio.sdp", "5004"}}, {}, SIGHUP},
+                    EndlessCase{
+                        "LoopThroughVideo", "loop_through", {{"video.sdp", "5000"}, {"video_changed.sdp", "5002"}}, {}},
+                    EndlessCase{"LoopThroughAudio",
+                                "loop_through",
+                                {{"audio.sdp", "5004"}, {"audio_delayed.sdp", "5006"}},
+                                {"--delay-ms", "100"}}),
     [](const auto& instance) { return instance.param.name; });
+
+TEST_F(Examples, PrintAncEndsWithSuccessAndCleansUpWhenNobodyReadsItAnyMore)
+{
+    const std::string description = Describe(Folder, "ancillary.sdp", {{"5008", std::to_string(FreeUdpPort())}});
+    int ends[2];
+    ASSERT_EQ(0, ::pipe2(ends, O_CLOEXEC));
+    Program printer("print_anc", With({description, "--standard", "3"}), Folder, ends[1]);
+    ::close(ends[1]);
+    char text[256];
+    ASSERT_LT(0, ::read(ends[0], text, sizeof text)) << printer.Output();
+    ::close(ends[0]);
+
+    Program sender("send_captions", With({description, "--standard", "3"}), Folder);
+
+    EXPECT_EQ(0, printer.Wait(std::chrono::seconds(20)));
+    EXPECT_EQ("", printer.Output());
+    sender.Interrupt();
+    EXPECT_EQ(0, sender.Wait()) << sender.Output();
+}
+
+TEST_F(Examples, RecordWavOnAFullDiskEndsWithASentenceAndARecordingOfWhatIsThere)
+{
+    const std::string description = Describe(Folder, "audio.sdp", {{"5004", std::to_string(FreeUdpPort())}});
+    const std::string wav = (Folder.Path / "tone.wav").string();
+    const auto before = std::signal(SIGXFSZ, SIG_IGN); // for the program, too
+    Program recorder("record_wav", With({description, "--output", wav}), Folder);
+    std::signal(SIGXFSZ, before);
+    Program sender("send_tone", With({description}), Folder);
+    ASSERT_TRUE(Await([&] { return TextOf(wav).size() > 44; })) << recorder.Output() << sender.Output();
+
+    const uint64_t full = TextOf(wav).size() + 1000;
+    recorder.LimitFiles(full);
+
+    EXPECT_EQ(1, recorder.Wait()) << recorder.Output();
+    EXPECT_NE(std::string::npos, recorder.Output().find("record_wav: " + wav + " could not be written"));
+    const Recording recording(wav);
+    const uint32_t told = recording.Number(40, 4);
+    EXPECT_EQ(0u, told % 2880) << "whole slots, of 480 samples of two channels";
+    EXPECT_LE(44u + told, recording.bytes.size());
+    EXPECT_GT(44u + told + 2880u, recording.bytes.size());
+    EXPECT_EQ(36u + told, recording.Number(4, 4));
+    sender.Interrupt();
+    EXPECT_EQ(0, sender.Wait()) << sender.Output();
+}
+
+// The library reads such descriptions, up to the word that it does not know.
+TEST_F(Examples, VideoThatTheLibraryHasNoWordForIsNotSentAsSomethingElse)
+{
+    const std::string deep = Describe(Folder, "video.sdp", {{"depth=10", "depth=16"}});
+    Program depth("send_video", With({deep, "--standard", "9"}), Folder);
+    EXPECT_EQ(1, depth.Wait());
+    EXPECT_NE(std::string::npos, depth.Output().find("send_video: This program draws samples of 8, 10 and 12 bits"))
+        << depth.Output();
+
+    const std::string thin = Describe(Folder, "video.sdp", {{"YCbCr-4:2:2", "YCbCr-4:2:0"}});
+    Program sampling("send_video", With({thin, "--standard", "9"}), Folder);
+    EXPECT_EQ(1, sampling.Wait());
+    EXPECT_NE(std::string::npos, sampling.Output().find("send_video: This program draws YCbCr 4:2:2, "))
+        << sampling.Output();
+}
+
+TEST_F(Examples, AudioThatTheLibraryHasNoWordForIsNotSentAsSomethingElse)
+{
+    const std::string slow = Describe(Folder, "audio.sdp", {{"48000", "44100"}});
+    Program program("send_tone", With({slow}), Folder);
+
+    EXPECT_EQ(1, program.Wait());
+    EXPECT_NE(std::string::npos, program.Output().find("send_tone: These programs know audio of ")) << program.Output();
+}
 
 TEST_F(Examples, AServiceThatIsKilledIsAnErrorAndNobodyHangs)
 {
@@ -640,6 +710,30 @@ INSTANTIATE_TEST_SUITE_P(
         WrongCase{"NoStandard", "print_anc", {"ancillary.sdp"}, "A description of ancillary data gives no video "},
         WrongCase{"NoSuchStandard", "send_video", {"video.sdp", "--standard", "99"}, "There is no video standard 99"},
         WrongCase{"NoNumber", "send_video", {"video.sdp", "--slots", "many"}, "--slots wants a number and not many"},
+        WrongCase{"EndlessTime",
+                  "send_tone",
+                  {"audio.sdp", "--seconds", "inf"},
+                  "--seconds wants a number from 0 to 1000000000 and not inf"},
+        WrongCase{"TooMuchTime",
+                  "send_tone",
+                  {"audio.sdp", "--seconds", "1e10"},
+                  "--seconds wants a number from 0 to 1000000000 and not 1e10"},
+        WrongCase{"NoTime",
+                  "send_tone",
+                  {"audio.sdp", "--seconds", "nan"},
+                  "--seconds wants a number from 0 to 1000000000 and not nan"},
+        WrongCase{"DelayIntoThePast",
+                  "loop_through",
+                  {"audio.sdp", "audio_delayed.sdp", "--delay-ms", "-5"},
+                  "--delay-ms wants a number from 0 to 600000 and not -5"},
+        WrongCase{"NoFolderForTheRecording",
+                  "record_wav",
+                  {"audio.sdp", "--output", "/proc/nowhere/tone.wav"},
+                  "/proc/nowhere/tone.wav could not be opened"},
+        WrongCase{"NoRoomForTheRecording",
+                  "record_wav",
+                  {"audio.sdp", "--output", "/dev/full"},
+                  "/dev/full could not be written"},
         WrongCase{"NoSuchOption", "send_tone", {"audio.sdp", "--volume", "1"}, "There is no option --volume"},
         WrongCase{"NoValue", "send_tone", {"audio.sdp", "--level"}, "--level wants a value"},
         WrongCase{"NoSuchInterface",

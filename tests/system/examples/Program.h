@@ -12,6 +12,7 @@
 #include <stdexcept>
 #include <string>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -101,7 +102,9 @@ inline std::vector<Counts> CountsIn(const std::string& output)
 class Program
 {
 public:
-    Program(const std::string& name, std::vector<std::string> arguments, const TemporaryFolder& folder)
+    // Its standard output goes to the file of Output(), too, unless there is another descriptor for it.
+    Program(const std::string& name, std::vector<std::string> arguments, const TemporaryFolder& folder,
+            int standardOutput = -1)
         : OutputFile(folder.Path / (name + "-" + std::to_string(++Started) + ".out"))
     {
         arguments.insert(arguments.begin(), std::string(EXAMPLES_BIN) + "/" + name);
@@ -109,12 +112,12 @@ public:
         for (std::string& argument : arguments)
             argv.push_back(argument.data());
         argv.push_back(nullptr);
-        const int out = ::open(OutputFile.c_str(), O_CREAT | O_WRONLY | O_TRUNC, 0600);
+        const int out = ::open(OutputFile.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
         Pid = ::fork();
         if (Pid == 0)
         {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL); // a test that is killed takes its programs with it
-            ::dup2(out, STDOUT_FILENO);
+            ::dup2(standardOutput >= 0 ? standardOutput : out, STDOUT_FILENO);
             ::dup2(out, STDERR_FILENO);
             ::execv(argv[0], argv.data());
             ::_exit(127);
@@ -152,6 +155,13 @@ public:
     void AwaitQuietOutput() const { AwaitQuiet(OutputFile); }
 
     void Interrupt(int signal = SIGINT) { ::kill(Pid, signal); }
+
+    // No file of its may grow beyond this, as on a disk that is full. Only where SIGXFSZ is ignored.
+    void LimitFiles(uint64_t bytes)
+    {
+        const rlimit limit{bytes, bytes};
+        if (::prlimit(Pid, RLIMIT_FSIZE, &limit, nullptr) != 0) throw std::runtime_error("no limit for files");
+    }
 
     // Holds it up, as a machine does that has other work.
     void Hold(std::chrono::milliseconds duration)
