@@ -39,6 +39,26 @@ std::string Line(LogLevel level, std::string_view text)
     return line;
 }
 
+// Of the UTF-8 character at the beginning; 1 where there is none.
+size_t CharacterBytes(std::string_view text)
+{
+    const auto byte = [=](size_t i) { return static_cast<unsigned char>(text[i]); };
+    const size_t bytes = byte(0) < 0xC2 || byte(0) > 0xF4 ? 1 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
+    if (bytes > text.size()) return 1;
+    for (size_t i = 1; i < bytes; ++i)
+        if ((byte(i) & 0xC0) != 0x80) return 1;
+    const bool isTooLongAForm = (byte(0) == 0xE0 && byte(1) < 0xA0) || (byte(0) == 0xF0 && byte(1) < 0x90);
+    return isTooLongAForm ? 1 : bytes;
+}
+
+// Also U+0080 to U+009F, as UTF-8 and as the single bytes that some terminals take for them.
+bool IsControl(std::string_view character)
+{
+    const auto first = static_cast<unsigned char>(character[0]);
+    if (character.size() == 2) return first == 0xC2 && static_cast<unsigned char>(character[1]) < 0xA0;
+    return character.size() == 1 && (first < 0x20 || (first >= 0x7F && first < 0xA0));
+}
+
 // A pipe that says so has room for a page, which is more than a line; files always do.
 bool HasReader()
 {
@@ -58,8 +78,12 @@ void Log::Write(LogLevel level, std::string_view text) const
     if (leftOut > 0) Put(level, std::to_string(leftOut) + " lines like these were left out.", leftOut);
     std::string safe(text.substr(0, kLongestLine));
     if (safe.size() < text.size()) safe += "...";
-    for (char& letter : safe)
-        if (static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f) letter = '?';
+    for (size_t at = 0; at < safe.size();)
+    {
+        const size_t bytes = CharacterBytes(std::string_view(safe).substr(at));
+        if (IsControl(std::string_view(safe).substr(at, bytes))) safe.replace(at, bytes, bytes, '?');
+        at += bytes;
+    }
     Put(level, safe);
 }
 

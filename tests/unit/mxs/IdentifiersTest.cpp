@@ -111,8 +111,14 @@ TEST(Log, LinesBelowTheLevelAreLeftOutAndControlCharactersReplaced)
     log.Error("one\ntwo\x1b[31m");
     log.Warning("three");
     log.Info("four");
+    log.Error("five\xC2\x9B"
+              "31m\x9B"
+              "31m"); // the same in UTF-8 and as one byte
+    log.Error("K\xC3\x9Cnstler \xE2\x80\x9C\xF0\x9F\x98\x80");
 
-    EXPECT_EQ((std::vector<std::string>{"one?two?[31m", "three"}), lines);
+    EXPECT_EQ((std::vector<std::string>{"one?two?[31m", "three", "five??31m?31m",
+                                        "K\xC3\x9Cnstler \xE2\x80\x9C\xF0\x9F\x98\x80"}),
+              lines);
 }
 
 TEST(Log, ALineThatIsTooLongIsCut)
