@@ -13,8 +13,8 @@ struct KeptRights
 // Gives up, for this process and for all that it starts, every capability but those for the network (buffers beyond the
 // system's limit, time stamps of interfaces, the ports 319 and 320, raw sockets) and those that are asked for. A
 // service of the superuser besides gains nothing by starting a program; others may, so that a PTP daemon that sets the
-// clock and whose file has capabilities gets them (any other program is made to promise the same). Threads that run already keep what they have: call it before the first. False when the system
-// refuses a part; the rest is done.
+// clock and whose file has capabilities gets them (any other program is made to promise the same). Threads that run
+// already keep what they have: call it before the first. False when the system refuses a part; the rest is done.
 bool DropRights(const KeptRights& kept);
 
 } // namespace mxs

@@ -279,8 +279,8 @@ inline std::vector<SlotBuffer> TakeSlot(ReceiveStream& stream, uint32_t buffers 
     return taken;
 }
 
-// Sends and takes what is one slot. A sender that is without a processor for a tenth of a second gives up what it holds,
-// and counts it: once more then, a few times at most.
+// Sends and takes what is one slot. A sender that is without a processor for a tenth of a second gives up what it
+// holds, and counts it: once more then, a few times at most.
 template <class Sender, class Attempt>
 void AgainIfGivenUp(Sender& sender, Attempt&& sendAndTake)
 {
