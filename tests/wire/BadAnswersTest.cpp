@@ -234,7 +234,7 @@ TEST_F(BadAnswersTest, AnAnswerBeyondTheLimitIsCutOffAndTheClientRecovers)
     EXPECT_EQ(config.CpuCoreID, 42u);
 }
 
-TEST(BadAnswersOfNobody, AServiceThatHasGoneGivesOperationFailedAtOnce)
+TEST(BadAnswersOfNobody, AServiceThatHasGoneGivesOperationFailed)
 {
     Connected Peer;
     IConductorClient* const Conductor = Peer.Rest.GetConductorClient();

@@ -76,24 +76,31 @@ TEST_F(SlotThreads, CallBesideALoopThatFindsNoSlotComesNext)
     void* const kept = Lock(*model);
     Rail().Journals = false;
     Rail().Always(FakeFlowRail::LOCK_CONSUMER, FLOW_RAIL_TIMEOUT);
+    constexpr int kFew = 3; // one, were it not that a thread may sleep for another reason before it asks
+    constexpr int kEnough = 1000;
     std::atomic<pid_t> calling{0};
     std::atomic<int> timeouts{0};
-    std::atomic<bool> ended{false};
+    std::atomic<bool> waits{false}, ended{false};
     Rail().WhileLocking = [&]
     {
-        while (!ended && (calling == 0 || !Sleeps(calling)))
+        waits = true;
+        do // sleeps in each round, as a wait does: whoever has slept is not set aside for a thread that it wakes
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        while (!ended && (calling == 0 || !Sleeps(calling)));
+        waits = false;
         ++timeouts;
     };
     std::thread media(
         [&]
         {
             void* slot = nullptr;
-            while (timeouts < 10000 && model->LockSlot(&slot) == ZEFA_ERR_TIMEOUT)
+            while (timeouts < kEnough && model->LockSlot(&slot) == ZEFA_ERR_TIMEOUT)
                 continue;
         });
     const auto timeoutsBeside = [&](auto call)
     {
+        while (!waits && timeouts < kEnough)
+            std::this_thread::yield();
         const int before = timeouts;
         calling = gettid();
         EXPECT_EQ(call(), ZEFA_NO_ERROR);
@@ -101,8 +108,7 @@ TEST_F(SlotThreads, CallBesideALoopThatFindsNoSlotComesNext)
         return timeouts - before;
     };
 
-    constexpr int kFew = 3; // one, were it not that a thread may sleep for another reason before it asks
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 100; ++i)
     {
         ZEFA_STREAM_COMMON_STATUS status{};
         EXPECT_LE(timeoutsBeside([&] { return model->GetCommonStatus(&status); }), kFew);

@@ -64,8 +64,8 @@ TEST_F(SlotAnc, ReceiveStreamTakesNoPackets)
     const ZEFA_HANDLE stream = Create(ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_40);
     const std::vector<ZEFA_ERRORCODE> results = ResultsOf(stream);
 
-    EXPECT_EQ(results[0], ZEFA_ERR_INCORRECT_STATE);
-    EXPECT_EQ(results[1], ZEFA_ERR_OPERATION_FAILED);
-    EXPECT_EQ(results[3], ZEFA_ERR_INCORRECT_STATE);
+    EXPECT_EQ(results, (std::vector<ZEFA_ERRORCODE>{ZEFA_ERR_INCORRECT_STATE, ZEFA_ERR_OPERATION_FAILED,
+                                                    ZEFA_ERR_OPERATION_FAILED, ZEFA_ERR_INCORRECT_STATE,
+                                                    ZEFA_ERR_OPERATION_FAILED}));
     EXPECT_EQ(ZEFA_DestroyStream(stream), ZEFA_NO_ERROR);
 }
