@@ -156,9 +156,9 @@ ZEFA_ERRORCODE CStreamModel::StartStream()
         return TranslateStartRead(result);
     }
 
-    // A failure here does not stop the start: the ring's depth sizes the pools, of metadata and of ancillary data, which
-    // stay empty then, and counts in the status of a stream that sends.
-    // Its code is returned only if there is no rail to attach to either.
+    // A failure here does not stop the start: the ring's depth sizes the pools, of metadata and of ancillary data,
+    // which stay empty then, and counts in the status of a stream that sends. Its code is returned only if there is no
+    // rail to attach to either.
     result = StreamClient()->GetCommonConfig(StreamId, &config);
     ZEFA_ERRORCODE status = TranslateStartRead(result);
     if (result != RESULT_NO_ERROR)
