@@ -25,7 +25,7 @@ constexpr uint8_t kCcData = 0x72, kFooter = 0x74;    // sections of a caption di
 constexpr uint8_t kPacketData = 2, kPacketStart = 3; // kinds of triplets; 0 and 1 are line 21 of analogue television
 constexpr uint8_t kEndOfText = 0x03, kFormFeed = 0x0C, kDefineWindow0 = 0x98, kDeleteWindows = 0x8C;
 
-constexpr size_t kMostText = 15 * 42; // rows and columns of the largest window
+constexpr size_t kMostText = size_t{15} * 42; // rows and columns of the largest window
 
 uint8_t Sum(const Bytes& bytes)
 {

@@ -9,9 +9,9 @@
 namespace
 {
 
-struct Range // video range at a depth: black, and the distances to white and to the ends of the colour differences
+struct VideoRange // video range at a depth: black, and the distances to white and to the ends of the colour differences
 {
-    explicit Range(unsigned depth)
+    explicit VideoRange(unsigned depth)
         : black(16u << (depth - 8)), white(219u << (depth - 8)), centre(128u << (depth - 8)),
           difference(224u << (depth - 8))
     {
@@ -38,7 +38,8 @@ void Pixel(uint8_t* out, Luma luma, double y, double cb, double cr)
     out[2] = ToByte(blue);
 }
 
-void ConvertLine(const uint16_t* in, uint8_t* out, uint32_t width, Components components, const Range& range, Luma luma)
+void ConvertLine(const uint16_t* in, uint8_t* out, uint32_t width, Components components, const VideoRange& range,
+                 Luma luma)
 {
     switch (components)
     {
@@ -74,7 +75,7 @@ void ConvertLine(const uint16_t* in, uint8_t* out, uint32_t width, Components co
 std::string WritePng(const std::string& path, Components components, unsigned depth, Luma luma, uint32_t width,
                      const std::vector<Samples>& fields)
 {
-    const Range range(depth);
+    const VideoRange range(depth);
     const uint32_t wordsPerLine = components == Components::CbYCrY ? width * 2 : width * 3;
     uint32_t height = 0;
     for (const Samples& field : fields)

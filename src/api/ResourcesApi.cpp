@@ -52,16 +52,16 @@ ZEFA_ERRORCODE ZEFA_GetCPUCoreFromOSId(ZEFA_HANDLE Context, uint64_t OsId_ULL, u
 {
     CFunctionTracer tracer("ZEFA_GetCPUCoreFromOSId");
     CMxsContext* context = HandleCast<CMxsContext>(Context);
-    ZEFA_ERRORCODE error = ZEFA_NO_ERROR;
-    if (!context) error = Fail(ZEFA_ERR_INVALID_HANDLE, "The network interface handle is invalid.\r\n");
+    if (!context) Fail(ZEFA_ERR_INVALID_HANDLE, "The network interface handle is invalid.\r\n");
     if (!pCpuCoreId_ULL) // looked at with a bad handle too, and wins over it
         return Fail(ZEFA_ERR_INVALID_POINTER, "The Cpu Core Id handle is null.\r\n");
-    if (error != ZEFA_NO_ERROR) return error;
+    if (!context) return ZEFA_ERR_INVALID_HANDLE;
 
     auto* const client = context->GetRestClient()->GetCpuCoreClient();
     std::vector<uint64_t> ids;
     if (const RESULT_CODE result = client->GetList(&ids); result != RESULT_NO_ERROR)
         return TranslateGetCPUCoreFromOSId(result);
+    ZEFA_ERRORCODE error = ZEFA_NO_ERROR;
     for (const uint64_t id : ids)
     {
         CPU_CORE_STATUS status{};

@@ -125,7 +125,8 @@ void CLogger::Publish(std::shared_ptr<const SinkList> sinks)
     CurrentSinks.swap(sinks);
 }
 
-void Log(uint32_t priority, std::string message) // NOLINT(performance-unnecessary-value-param): is made for the call
+// cppcheck-suppress passedByValue ; it is made for the call
+void Log(uint32_t priority, std::string message) // NOLINT(performance-unnecessary-value-param)
 {
     if (!HasListener()) return;
     const std::shared_ptr<const CLogger::SinkList> sinks = CLogger::Sinks();

@@ -94,11 +94,11 @@ template <class TConverted>
 ZEFA_ERRORCODE CStreamModel::ReadMetadata(const MetadataKind<TConverted>& kind, void* slot, uint32_t bufferType,
                                           TConverted* array, uint32_t* count)
 {
-    ZEFA_ERRORCODE status = ZEFA_NO_ERROR;
-    if (!array || !count || !slot) status = Fail(ZEFA_ERR_INVALID_POINTER, "One of the pointer is null. \r\n");
+    const bool complete = array && count && slot;
+    if (!complete) Fail(ZEFA_ERR_INVALID_POINTER, "One of the pointer is null. \r\n");
     const std::lock_guard lock(Mutex);
     if (!FlowRail) return ZEFA_ERR_INCORRECT_STATE; // counts for more than a null pointer, which is logged all the same
-    if (status != ZEFA_NO_ERROR) return status;
+    if (!complete) return ZEFA_ERR_INVALID_POINTER;
     Extent buffer;
     if (!FindBuffer(bufferType, &buffer)) return ZEFA_ERR_NOT_FOUND;
 
@@ -111,7 +111,7 @@ ZEFA_ERRORCODE CStreamModel::ReadMetadata(const MetadataKind<TConverted>& kind, 
         entry = cache.Enter(slot, {&(this->*kind.Pool)[element], &(this->*kind.RecordPool)[element], element});
         entry->Converted->clear(); // of the records of the slot that had the element before
         // A failure leaves the slot in the cache: the next request serves what there is.
-        status = FetchMetadata(kind, slot, *count, entry);
+        const ZEFA_ERRORCODE status = FetchMetadata(kind, slot, *count, entry);
         if (status != ZEFA_NO_ERROR) return status;
     }
 
