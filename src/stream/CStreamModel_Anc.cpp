@@ -245,8 +245,9 @@ CStreamModel_Anc::ANC_SLOT_DATA* CStreamModel_Anc::OpenSlot(void* slot, ZEFA_ERR
 {
     ANC_SLOT_DATA* element = FindElement(slot);
     if (!element) element = AcquireElement(slot);
-    // A stop that failed leaves the stores; the memory that their packets point into goes with the rail.
-    if (!element || !FlowRail)
+    // A stop that failed leaves the stores, but received packets lie in the slot, and that goes with the rail.
+    const bool gone = !FlowRail && !IsTransmit();
+    if (!element || gone)
     {
         *status = ZEFA_ERR_OPERATION_FAILED;
         return nullptr;

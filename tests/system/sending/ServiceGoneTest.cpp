@@ -173,13 +173,14 @@ const StreamCall kStreamCalls[] = {
 struct AncillaryCall
 {
     const char* name;
-    ZEFA_ERRORCODE receive, send;
+    ZEFA_ERRORCODE receive, send;  // of a stream that was started
+    ZEFA_ERRORCODE receiveStopped; // and was stopped since; one that sends keeps what it is to send
     ZEFA_ERRORCODE (*make)(Side& side);
 };
 
-// On line 9 of the first buffer. They ask nobody, and a stop that fails at the service leaves the packets as they are.
+// On line 9 of the first buffer. They ask nobody; received packets lie in the ring, and a stop that fails leaves it.
 const AncillaryCall kAncillaryCalls[] = {
-    {"SlotAncAllocatePacket and SlotAncInsertPacket", kState, kGood,
+    {"SlotAncAllocatePacket and SlotAncInsertPacket", kState, kGood, kState,
      [](Side& side)
      {
          ZEFA_ANC_PACKET* packet = nullptr;
@@ -187,19 +188,19 @@ const AncillaryCall kAncillaryCalls[] = {
          if (allocated != kGood) return allocated;
          return ZEFA_SlotAncInsertPacket(side.stream, side.slot, 9, side.buffer, ZEFA_ANC_PACKET_INDEX_ALL, packet);
      }},
-    {"SlotAncGetNbPackets", kGood, kGood,
+    {"SlotAncGetNbPackets", kGood, kGood, kFailed,
      [](Side& side)
      {
          uint32_t count = 0;
          return ZEFA_SlotAncGetNbPackets(side.stream, side.slot, 9, side.buffer, &count);
      }},
-    {"SlotAncGetPacket", kFailed, kGood, // what arrived has none
+    {"SlotAncGetPacket", kFailed, kGood, kFailed, // what arrived has none
      [](Side& side)
      {
          ZEFA_ANC_PACKET* packet = nullptr;
          return ZEFA_SlotAncGetPacket(side.stream, side.slot, 9, side.buffer, 0, &packet);
      }},
-    {"SlotAncRemovePacket", kGood, kGood,
+    {"SlotAncRemovePacket", kGood, kGood, kFailed,
      [](Side& side)
      { return ZEFA_SlotAncRemovePacket(side.stream, side.slot, 9, side.buffer, ZEFA_ANC_PACKET_INDEX_ALL, 0); }},
 };
@@ -401,20 +402,21 @@ TEST_P(StreamOfAServiceThatHasGone, EveryCallAnswersAndTheRingIsLeft)
     for (Side* side : {&pair.Receive, &pair.Send})
     {
         const bool sends = side == &pair.Send;
-        const auto expectAncillaryCalls = [&]
+        const auto expectAncillaryCalls = [&](bool stopped)
         {
             for (const AncillaryCall& call : kAncillaryCalls)
                 EXPECT_EQ(!ancillary ? kHandle
                           : sends    ? call.send
+                          : stopped  ? call.receiveStopped
                                      : call.receive,
                           call.make(*side))
                     << side->name << ": " << call.name;
         };
-        expectAncillaryCalls();
+        expectAncillaryCalls(false);
         for (const StreamCall& call : kStreamCalls)
             EXPECT_EQ(sends ? call.send : call.receive, call.make(*side)) << side->name << ": " << call.name;
         EXPECT_EQ(kComm, ZEFA_StopStream(side->stream));
-        expectAncillaryCalls();
+        expectAncillaryCalls(true);
         for (const StreamCall& call : kStreamCalls)
             EXPECT_EQ(call.stopped, call.make(*side)) << side->name << ", stopped: " << call.name;
         EXPECT_EQ(kComm, ZEFA_StopStream(side->stream));
