@@ -76,7 +76,7 @@ def slots():
 
 
 def rest():
-    for figure, words in (("GetRecord", "GET and read the record"), ("PutRecord", "write the record and PUT")):
+    for figure, words in (("GetRecord", "GET and read the record, us"), ("PutRecord", "write the record and PUT, us")):
         yield Row(f"{words} : the bare HTTP library", f"{figure}:library_us", f"{figure}:bare_us", 1.05)
         yield Row(f"{words} : its default pool", f"{figure}:library_us", f"{figure}:default_pool_us", 0.4)
 
