@@ -1,6 +1,8 @@
 // The exported functions that talk to the service, each with what must stand before it and what undoes it.
 #include "ControlCalls.h"
 
+#include "support/LostService.h"
+
 #include <cstring>
 
 namespace test
@@ -99,8 +101,12 @@ void MakeStream(World& world)
         [&]
         {
             RemoveMadeStream(world); // of an attempt that has failed
-            return ZEFA_CreateStream(world.Context(), ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_40,
-                                     &world.MadeStream);
+            // An attempt on a connection that has ended fails, and leaves what it made.
+            return LeaveOutOfReach(
+                [&] {
+                    return ZEFA_CreateStream(world.Context(), ZEFA_STREAM_TYPE_RX, ZEFA_ESSENCE_TYPE_ST2110_40,
+                                             &world.MadeStream);
+                });
         });
 }
 

@@ -150,7 +150,8 @@ Exchange WholeExchangeOf(CuttingProxy& proxy, World& world, const ControlCall& c
         Step(call.prepare, world);
         whole.told.clear();
         proxy.Watch();
-        result = call.make(world, whole.told);
+        const auto make = [&] { return call.make(world, whole.told); };
+        result = call.leavesWhatIsLost ? LeaveOutOfReach(make) : make();
         whole.request = proxy.PassedIn(Direction::Request);
         whole.answer = proxy.PassedIn(Direction::Answer);
         Step(call.undo, world);
