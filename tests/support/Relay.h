@@ -1,7 +1,7 @@
 // Stands between a sender and a receiver, both on the loopback, and does to packets what networks do.
 #pragma once
 
-#include "support/VideoSender.h"
+#include "support/FreePort.h"
 
 #include <atomic>
 #include <cerrno>

@@ -2,6 +2,8 @@
 // no code with the service, so that a mistake in one is seen by the other.
 #pragma once
 
+#include "support/FreePort.h"
+
 #include <arpa/inet.h>
 #include <cstdint>
 #include <cstring>
@@ -189,20 +191,5 @@ private:
     uint32_t Sequence;
     int Socket;
 };
-
-// A UDP port that is free now on 127.0.0.1.
-inline uint16_t FreeUdpPort()
-{
-    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    if (::bind(socket, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-        ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-        throw std::runtime_error("no free UDP port");
-    ::close(socket);
-    return ntohs(address.sin_port);
-}
 
 } // namespace test
