@@ -247,7 +247,10 @@ TEST_F(AncLoop, AReceiverThatStopsForASecondMissesSlotsAndTheRestIsRight)
 class AncPaths : public AncLoop
 {
 protected:
-    static constexpr uint32_t kFrames = 20, kPacketsAFrame = 10, kItemsAPacket = 4;
+    // A receiver takes 16 packets of one path before it looks at the next. Where it has to catch up, and a quarter of
+    // them was lost, they are of 22 numbers: never so many that a third frame begins before the other path has
+    // completed the first.
+    static constexpr uint32_t kFrames = 20, kPacketsAFrame = 24, kItemsAPacket = 4;
 
     void Run(size_t paths, Relay::Rule rule)
     {
@@ -275,7 +278,7 @@ protected:
         Status = receive.NetworkStatus();
     }
 
-    // Ten RTP packets, each with four ancillary packets of 328 bytes.
+    // As many RTP packets, each with four ancillary packets of 328 bytes.
     static std::vector<AncItem> Frame(uint32_t frame)
     {
         std::vector<AncItem> items;
@@ -304,7 +307,9 @@ TEST_F(AncPaths, LossesOfEitherPathLoseNothing)
 
 TEST_F(AncPaths, APathThatDiesLosesNothing)
 {
-    Run(2, [](size_t path, uint32_t index) { return path == 0 && index > 45 ? Relay::Fate::Lose : Relay::Fate::Pass; });
+    constexpr uint32_t kDeath = 9 * kPacketsAFrame / 2; // in the middle of a frame
+    Run(2, [](size_t path, uint32_t index)
+        { return path == 0 && index >= kDeath ? Relay::Fate::Lose : Relay::Fate::Pass; });
 
     ASSERT_EQ(kFrames - 1, Slots.size());
     for (uint32_t frame = 1; frame < kFrames; ++frame)
@@ -315,7 +320,7 @@ TEST_F(AncPaths, APathThatDiesLosesNothing)
 TEST_F(AncPaths, WhatBothPathsLoseIsMissingAndReported)
 {
     // The last packet of frame 5 and all of frame 9.
-    constexpr uint32_t kLast = 5 * kPacketsAFrame + 9, kBegin = 9 * kPacketsAFrame, kEnd = 10 * kPacketsAFrame;
+    constexpr uint32_t kLast = 6 * kPacketsAFrame - 1, kBegin = 9 * kPacketsAFrame, kEnd = 10 * kPacketsAFrame;
     Run(2, [](size_t, uint32_t index)
         { return index == kLast || (index >= kBegin && index < kEnd) ? Relay::Fate::Lose : Relay::Fate::Pass; });
 
