@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
-#include <net/if.h>
 #include <new>
 #include <shared_mutex>
 #include <system_error>
@@ -309,7 +308,7 @@ HttpAnswer Api::SetPtpConfig(const Call& call)
 {
     const ptp::Config config = call.Read<ptp::Config>();
     if (const std::optional<std::string> why = ptp::WhyRefused(config)) throw Refusal(kIncorrectConfiguration, *why);
-    if (if_nametoindex(config.interfaceName.c_str()) == 0)
+    if (!S.interfaces.HasName(config.interfaceName))
         throw Refusal(kUnknownResource, "There is no interface " + config.interfaceName + ".");
     try
     {

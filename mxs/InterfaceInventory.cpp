@@ -2,10 +2,12 @@
 #include "mxs/InterfaceInventory.h"
 
 #include "mxs/Identifiers.h"
+#include "mxs/Refusal.h"
 #include "mxs/SystemFiles.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
 #include <cstring>
 #include <ifaddrs.h>
 #include <linux/ethtool.h>
@@ -14,6 +16,7 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace mxs
@@ -87,6 +90,13 @@ uint32_t UnknownIsZero(std::optional<int64_t> number)
     return static_cast<uint32_t>(std::clamp<int64_t>(number.value_or(0), 0, UINT32_MAX));
 }
 
+// What the system does not tell is not said to be absent.
+[[noreturn]] void RefuseUntold()
+{
+    throw Refusal(kUnavailable,
+                  "The system does not tell its interfaces: " + std::generic_category().message(errno) + ".");
+}
+
 uint64_t PerSecond(uint64_t before, uint64_t now, double seconds)
 {
     return now > before ? static_cast<uint64_t>(8.0 * static_cast<double>(now - before) / seconds) : 0;
@@ -100,7 +110,7 @@ std::vector<uint64_t> InterfaceInventory::List() const
 {
     std::vector<uint64_t> ids;
     const std::unique_ptr<struct if_nameindex, decltype(&if_freenameindex)> names(if_nameindex(), if_freenameindex);
-    if (!names) return ids;
+    if (!names) RefuseUntold();
     for (const struct if_nameindex* entry = names.get(); entry->if_index != 0; ++entry)
         ids.push_back(MakeId(IdKind::NetworkInterface, entry->if_index));
     return ids;
@@ -111,8 +121,16 @@ std::optional<std::string> InterfaceInventory::NameOf(uint64_t id) const
     const uint64_t index = id ^ MakeId(IdKind::NetworkInterface, 0);
     if (index == 0 || index > INT32_MAX) return std::nullopt;
     char name[IF_NAMESIZE];
-    if (!if_indextoname(static_cast<unsigned>(index), name)) return std::nullopt;
-    return std::string(name);
+    if (if_indextoname(static_cast<unsigned>(index), name)) return std::string(name);
+    if (errno != ENXIO) RefuseUntold();
+    return std::nullopt;
+}
+
+bool InterfaceInventory::HasName(const std::string& name) const
+{
+    if (if_nametoindex(name.c_str()) != 0) return true;
+    if (errno != ENODEV) RefuseUntold();
+    return false;
 }
 
 std::vector<InterfaceConfig> InterfaceInventory::Addresses(uint64_t id) const
@@ -120,7 +138,8 @@ std::vector<InterfaceConfig> InterfaceInventory::Addresses(uint64_t id) const
     std::vector<InterfaceConfig> addresses;
     const std::optional<std::string> name = NameOf(id);
     ifaddrs* first = nullptr;
-    if (!name || getifaddrs(&first) != 0) return addresses;
+    if (!name) return addresses;
+    if (getifaddrs(&first) != 0) RefuseUntold();
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> list(first, freeifaddrs);
     for (const ifaddrs* entry = first; entry; entry = entry->ifa_next)
     {

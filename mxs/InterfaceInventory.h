@@ -14,6 +14,7 @@
 namespace mxs
 {
 
+// Whoever asks gets a Refusal (10) when the system has no descriptor left to ask with.
 class InterfaceInventory
 {
 public:
@@ -21,6 +22,7 @@ public:
 
     std::vector<uint64_t> List() const;
     std::optional<std::string> NameOf(uint64_t id) const;
+    bool HasName(const std::string& name) const;
     std::optional<InterfaceConfig> Config(uint64_t id) const; // its first IPv4 address, zeros without one
     std::vector<InterfaceConfig> Addresses(uint64_t id) const;
     std::optional<InterfaceStatus> Status(uint64_t id) const;

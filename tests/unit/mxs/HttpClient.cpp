@@ -34,14 +34,23 @@ struct HttpClient::Connection
     asio::io_context io;
     asio::ip::tcp::socket socket{io};
     boost::beast::flat_buffer buffer;
+
+    boost::system::error_code ReadByte()
+    {
+        char byte;
+        boost::system::error_code error;
+        socket.read_some(asio::buffer(&byte, 1), error);
+        return error;
+    }
 };
 
-HttpClient::HttpClient(uint16_t port, bool v6) : Inner(std::make_unique<Connection>())
+HttpClient::HttpClient(uint16_t port, bool v6, int receiveBuffer) : Inner(std::make_unique<Connection>())
 {
-    if (v6)
-        Inner->socket.connect({asio::ip::address_v6::loopback(), port});
-    else
-        Inner->socket.connect({asio::ip::address_v4::loopback(), port});
+    asio::ip::tcp::endpoint service(asio::ip::address_v4::loopback(), port);
+    if (v6) service.address(asio::ip::address_v6::loopback());
+    Inner->socket.open(service.protocol());
+    if (receiveBuffer > 0) Inner->socket.set_option(asio::socket_base::receive_buffer_size(receiveBuffer));
+    Inner->socket.connect(service);
     Inner->socket.set_option(asio::ip::tcp::no_delay(true));
 }
 
@@ -83,12 +92,20 @@ Reply HttpClient::Exchange(const std::string& method, const std::string& target,
     return Receive();
 }
 
+bool HttpClient::HasBytes() const
+{
+    return Inner->buffer.size() > 0 || Inner->socket.available() > 0;
+}
+
 bool HttpClient::IsClosedByPeer()
 {
-    char byte;
-    boost::system::error_code error;
-    Inner->socket.read_some(asio::buffer(&byte, 1), error);
+    const boost::system::error_code error = Inner->ReadByte();
     return error == asio::error::eof || error == asio::error::connection_reset;
+}
+
+bool HttpClient::IsEndedByPeer()
+{
+    return Inner->ReadByte() == asio::error::eof;
 }
 
 } // namespace test

@@ -36,7 +36,7 @@ class HttpClient
 public:
     using Headers = std::vector<std::pair<std::string, std::string>>;
 
-    explicit HttpClient(uint16_t port, bool v6 = false);
+    explicit HttpClient(uint16_t port, bool v6 = false, int receiveBuffer = 0); // 0: the system's
     ~HttpClient();
 
     void SendRaw(const std::string& bytes);
@@ -46,7 +46,9 @@ public:
     Reply Exchange(const std::string& method, const std::string& target, const Headers& headers,
                    const std::string& body = "");
 
+    bool HasBytes() const; // that are here already
     bool IsClosedByPeer(); // waits for what comes next: true for the end, false for a byte
+    bool IsEndedByPeer();  // the same, and false when the end is one that may take back what was sent before it
 
 private:
     struct Connection; // keeps the HTTP library out of the tests, which take long to compile with it
