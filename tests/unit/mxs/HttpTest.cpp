@@ -241,6 +241,25 @@ TEST_F(Http, GarbageIsAnsweredAndEndsTheConnectionAlone)
     EXPECT_EQ(200u, session.Get("MXS/").status);
 }
 
+TEST(Limits, AreThoseThatUsersAreTold)
+{
+    const mxs::ServiceSettings settings;
+    EXPECT_EQ(16u, settings.http.threads);
+    EXPECT_EQ(1024u, settings.http.connections);
+    EXPECT_EQ(16u * 1024, settings.http.headerBytes);
+    EXPECT_EQ(1024u * 1024, settings.http.bodyBytes);
+    EXPECT_EQ(std::chrono::seconds(180), settings.http.idle);
+    EXPECT_EQ(std::chrono::seconds(30), settings.http.body);
+    EXPECT_EQ(256u, settings.contexts);
+    EXPECT_EQ(std::chrono::seconds(300), settings.contextTtl);
+    EXPECT_EQ(128u, settings.conductors);
+    EXPECT_EQ(1024u, settings.streams);
+    EXPECT_EQ(uint64_t{8} * 1024 * 1024 * 1024, settings.media.memoryLimitBytes);
+    EXPECT_EQ(100'000'000u, settings.media.longestHoldNs);
+    EXPECT_EQ(1024u, settings.keptErrors);
+    EXPECT_EQ(std::chrono::minutes(1), settings.errorLife);
+}
+
 TEST_F(Http, AHeaderThatIsTooLongIsRefused)
 {
     HttpClient client(Port());
@@ -353,29 +372,86 @@ TEST_F(Http, AnIdleConnectionIsClosedAfterItsTime)
     EXPECT_TRUE(client.IsClosedByPeer());
 }
 
-TEST_F(Http, AHeaderThatHasBegunHasLessTimeThanAnIdleConnectionHoweverItComes)
+TEST_F(Http, WhatHasBegunHasLessTimeThanAnIdleConnectionHoweverItComes)
 {
     mxs::ServiceSettings settings;
     settings.http.body = std::chrono::seconds(1); // idle ones have three minutes
     Run(settings);
-    HttpClient idle(Port()), halted(Port()), slow(Port());
-    const std::string begun = "GET / HTTP/1.1\r\nHost: localhost\r\nX: ";
-    halted.SendRaw(begun);
-    slow.SendRaw(begun);
+    HttpClient idle(Port());
+    for (const char* begun : {"GET / HTTP/1.1\r\nHost: localhost\r\nX: ",
+                              "PUT / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 10000\r\n\r\n"})
+    {
+        HttpClient halted(Port()), slow(Port());
+        halted.SendRaw(begun);
+        slow.SendRaw(begun);
 
-    constexpr int kMostBytes = 2000; // 20 seconds
+        constexpr int kMostBytes = 2000; // 20 seconds
+        int sent = 0;
+        try
+        {
+            for (; sent < kMostBytes; ++sent, std::this_thread::sleep_for(std::chrono::milliseconds(10)))
+                slow.SendRaw("x");
+        }
+        catch (const std::exception&) // closed
+        {
+        }
+        ASSERT_GT(kMostBytes, sent) << begun;
+        EXPECT_TRUE(halted.IsClosedByPeer()) << begun;
+    }
+    EXPECT_EQ(404u, idle.Exchange("GET", "/", {}).status);
+}
+
+TEST_F(Http, AClientThatDoesNotReadItsAnswersIsClosed)
+{
+    mxs::ServiceSettings settings;
+    settings.http.body = std::chrono::seconds(1);
+    Run(settings);
+    HttpClient client(Port(), false, 4096);
+    // Refused with a message that has the body in it. The system holds some of the answers that nobody reads.
+    const std::string request = "POST /api/x-mxs/v1.0/MXS/ContextManager/Auth/ HTTP/1.1\r\nHost: localhost\r\n"
+                                "Content-Length: 1000\r\n\r\n\"" +
+                                std::string(999, 'x');
+    client.SendRaw(request);
+    EXPECT_LT(900u, client.Receive().ErrMsg().size());
+
+    constexpr int kMostRequests = 1000000; // a gigabyte
     int sent = 0;
     try
     {
-        for (; sent < kMostBytes; ++sent, std::this_thread::sleep_for(std::chrono::milliseconds(10)))
-            slow.SendRaw("x");
+        for (; sent < kMostRequests; ++sent)
+            client.SendRaw(request);
     }
     catch (const std::exception&) // closed
     {
     }
-    ASSERT_GT(kMostBytes, sent);
-    EXPECT_TRUE(halted.IsClosedByPeer());
-    EXPECT_EQ(404u, idle.Exchange("GET", "/", {}).status);
+    EXPECT_GT(kMostRequests, sent);
+    EXPECT_EQ(404u, HttpClient(Port()).Exchange("GET", "/", {}).status);
+}
+
+TEST_F(Http, WhatFollowsARefusedRequestIsReadForItsAnswerToArriveButNotForEver)
+{
+    const std::string refused = "PUT / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2000000000\r\n\r\n";
+    const std::string mebibyte(size_t{1024} * 1024, ' ');
+    HttpClient brief(Port());
+    brief.SendRaw(refused + mebibyte);
+    EXPECT_EQ(413u, brief.Receive().status);
+    EXPECT_TRUE(brief.IsEndedByPeer()); // all of it was read: what is left unread resets the connection
+
+    HttpClient endless(Port());
+    constexpr int kMost = 1000;
+    int sent = 0;
+    try
+    {
+        endless.SendRaw(refused);
+        for (; sent < kMost; ++sent)
+            endless.SendRaw(mebibyte);
+    }
+    catch (const std::exception&) // closed
+    {
+    }
+    EXPECT_LE(4, sent);
+    EXPECT_GT(kMost, sent); // the system holds some beyond what is read
+    EXPECT_EQ(404u, HttpClient(Port()).Exchange("GET", "/", {}).status);
 }
 
 TEST_F(Http, ManyClientsAtOnceAreServed)
