@@ -298,6 +298,21 @@ TEST(Documents, ListsAreCutAt128AndSourcesAre32Bits)
     EXPECT_NE(std::string::npos, Read<media::NetworkConfig>(network).find("MulticastSources[0]"));
 }
 
+TEST(Documents, NestSixteenDeepAndNoDeeper)
+{
+    const auto nested = [](size_t depth) { return std::string(depth, '[') + "7" + std::string(depth, ']'); };
+    EXPECT_TRUE(ParseDocument(nested(16)).is_array());
+    try
+    {
+        (void)ParseDocument(nested(17));
+        FAIL() << "it was read";
+    }
+    catch (const Refusal& refusal)
+    {
+        EXPECT_EQ(4u, refusal.Code);
+    }
+}
+
 TEST(Documents, ARefusedDocumentLeavesTheRecord)
 {
     media::CommonConfig record;

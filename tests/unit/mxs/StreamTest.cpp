@@ -442,6 +442,33 @@ TEST_F(Streams, AStateThatIsBeingChangedIsBusyForOthers)
     EXPECT_EQ(json({{"Started", true}, {"Opened", true}}), Get("State"));
 }
 
+TEST_F(Streams, ARequestWaitsWhileAllThreadsAreAtWork)
+{
+    for (const unsigned threads : {1u, 2u})
+    {
+        Owner.reset();
+        mxs::ServiceSettings settings;
+        settings.http.threads = threads;
+        Run(settings);
+        CreateAll();
+        Configure();
+        State(false, true);
+        Session other(Port());
+        bool served = false;
+        Fake().onStart = [&] // on one of them
+        {
+            other.Client.SendRaw("GET / HTTP/1.1\r\nHost: localhost\r\n\r\n");
+            const auto patience = std::chrono::milliseconds(threads == 1 ? 100 : 20000);
+            for (const auto end = std::chrono::steady_clock::now() + patience;
+                 !served && std::chrono::steady_clock::now() < end; served = other.Client.HasBytes())
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        };
+        EXPECT_EQ(200u, State(true, true).status);
+        EXPECT_EQ(threads == 2, served);
+        EXPECT_EQ(404u, other.Client.Receive().status);
+    }
+}
+
 TEST_F(Streams, RingsTogetherKeepToTheMemoryLimit)
 {
     mxs::ServiceSettings settings;
