@@ -5,6 +5,7 @@
 #include "PlainRuleLoop.h"
 
 #include "../support/FigureFile.h"
+#include "../support/Turns.h"
 
 #include "zefaline/sdp.h"
 
@@ -22,6 +23,7 @@
 #include <utility>
 #include <vector>
 
+using bench::Median;
 using quill::sdp_module::ParseSdpText;
 using quill::sdp_module::WriteSdpText;
 
@@ -55,24 +57,6 @@ const std::string kSession = "v=0\r\n"
 const std::string kOnePath = kSession + Media("1", "");
 const std::string kTwoPaths =
     kSession + "a=group:DUP first second\r\n" + Media("1", "a=mid:first\r\n") + Media("2", "a=mid:second\r\n");
-
-// Calls the work for one turn and gives the time of a call.
-double TakeTurn(const std::function<void()>& work)
-{
-    using Clock = std::chrono::steady_clock;
-    const auto begin = Clock::now();
-    auto now = begin;
-    size_t calls = 0;
-    for (; now - begin < kTurn; now = Clock::now(), ++calls)
-        work();
-    return std::chrono::duration<double, std::micro>(now - begin).count() / static_cast<double>(calls);
-}
-
-double Median(std::vector<double> values)
-{
-    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2), values.end());
-    return values[values.size() / 2];
-}
 
 const char* const kParse = "text to tree";
 const char* const kPlainParse = "text to tree, every row tried by std::regex";
@@ -149,7 +133,7 @@ void PrintCosts(const char* words, const std::string& description, FigureFile& f
     }
     for (int round = 0; round < kRounds; ++round)
         for (Contender& contender : contenders)
-            contender.microseconds.push_back(TakeTurn(contender.work));
+            contender.microseconds.push_back(bench::TakeTurn(contender.work, kTurn) / 1000);
 
     std::printf("%s: %zu bytes; median of %d rounds\n", words, description.size(), kRounds);
     for (const Contender& contender : contenders)
