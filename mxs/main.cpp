@@ -41,6 +41,7 @@ Runs in the foreground, logs to standard error, and writes its base URL to stand
   --multicast-ttl N      time to live of multicast packets where a stream asks for 0 (default 16)
   --rail-group GROUP     group whose members may open streams' memory besides this user
   --memory-limit BYTES   shared memory of all streams together; suffix K, M or G (default 8G)
+  --longest-hold MS      how late packets of a slot that has begun are still sent (default 100); the rest is given up
   --discipline-clock     let the PTP daemon set and slew this machine's clock; otherwise it never does
   --log-level LEVEL      error, warning, info (default) or debug
   --remove-abandoned     remove the memory that killed services left behind, and end; every start does so too
@@ -119,6 +120,14 @@ constexpr OptionRow kOptions[] = {
      }},
     {"--memory-limit",
      [](std::string_view v, Options& o) { return Assign(Bytes(v), o.service.media.memoryLimitBytes); }},
+    {"--longest-hold",
+     [](std::string_view v, Options& o)
+     {
+         uint64_t milliseconds = 0;
+         if (!Assign(Number(v, 1, 3600000), milliseconds)) return false;
+         o.service.media.longestHoldNs = milliseconds * 1'000'000;
+         return true;
+     }},
     {"--log-level",
      [](std::string_view v, Options& o) {
          return Assign(OneOf(v, {"error", "warning", "info", "debug"}), o.logLevel);

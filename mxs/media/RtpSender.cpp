@@ -22,9 +22,6 @@ constexpr uint32_t kWrongState = 9;
 constexpr uint64_t kNsPerSecond = 1'000'000'000;
 constexpr uint64_t kDefaultBuffer = 4 << 20; // some bursts; what the socket cannot hold is lost
 
-// How late a datagram of a slot that has begun may be sent, if the slot's period is not longer.
-constexpr uint64_t kLongestHoldNs = 100'000'000;
-
 // Bursts before other streams of the conductor run.
 constexpr int kBurstsEachRun = 16;
 
@@ -197,7 +194,7 @@ uint64_t RtpSender::Run(uint64_t nowNs)
                 return dueNs;
             }
             // Being late by one's own work is no reason: a slow machine sends late, and all of it.
-            if (nowNs > std::max(dueNs, ActiveNs) + std::max(Schedule->ToleranceNs(), kLongestHoldNs))
+            if (nowNs > std::max(dueNs, ActiveNs) + std::max(Schedule->ToleranceNs(), Settings.longestHoldNs))
                 GiveUpSlot();
             else
                 SendBurst();

@@ -326,10 +326,24 @@ struct Look
     Holdings holdings{};
 };
 
+// Of several looks in a row, for the service opens files every second that it closes at once.
+Holdings LeastHoldingsOf(pid_t process)
+{
+    Holdings least = HoldingsOf(process);
+    for (int look = 0; look < 4; ++look)
+    {
+        std::this_thread::sleep_for(20ms);
+        const Holdings again = HoldingsOf(process);
+        least.descriptors = std::min(least.descriptors, again.descriptors);
+        least.threads = std::min(least.threads, again.threads);
+    }
+    return least;
+}
+
 Look LookAt(pid_t process)
 {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    Look look{.holdings = HoldingsOf(process)};
+    Look look{.holdings = LeastHoldingsOf(process)};
     std::string word;
     while (status >> word)
         if (word == "RssAnon:") status >> look.memory;
@@ -405,7 +419,8 @@ private:
 TEST(Soak, EverySlotArrivesAndMemoryStaysWhatItIs)
 {
     const Form form = seconds ? LongForm() : ShortForm();
-    MxsProcess service;
+    // A machine that stands still for longer than a service gives its packets by default loses nothing here.
+    MxsProcess service{{"--longest-hold", "60000"}};
     Session with(service.ServiceUrl());
     VideoStream videoIn(with, ZEFA_STREAM_TYPE_RX, form.video), videoOut(with, ZEFA_STREAM_TYPE_TX, form.video);
     AudioStream audioIn(with, ZEFA_STREAM_TYPE_RX, form.audio), audioOut(with, ZEFA_STREAM_TYPE_TX, form.audio);

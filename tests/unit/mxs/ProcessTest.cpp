@@ -125,7 +125,7 @@ TEST(Program, HelpTellsEveryOption)
     const std::string text = program.RestOfOut();
     EXPECT_EQ(0, program.ExitStatus());
     for (const char* option : {"--port", "--error-style", "--context-ttl", "--multicast-ttl", "--rail-group",
-                               "--log-level", "--memory-limit", "--discipline-clock"})
+                               "--log-level", "--memory-limit", "--longest-hold", "--discipline-clock"})
         EXPECT_NE(std::string::npos, text.find(option)) << option;
 }
 
@@ -148,6 +148,8 @@ TEST(Program, ABadOptionEndsItWithASentence)
         {{"--multicast-ttl", "256"}, "\"256\""},
         {{"--memory-limit", "12T"}, "\"12T\""},
         {{"--memory-limit", "99999999999999G"}, "--memory-limit"},
+        {{"--longest-hold", "0"}, "\"0\""},
+        {{"--longest-hold", "3600001"}, "\"3600001\""},
         {{"--log-level=chatty"}, "\"chatty\""},
         {{"--rail-group="}, "--rail-group"},
         {{"--rail-group", "nobody-has-this-group"}, "nobody-has-this-group"},
@@ -193,7 +195,9 @@ protected:
     ~ProgramWithScripts() override
     {
         setenv("PATH", OldPath.c_str(), 1);
-        fs::remove_all(Folder);
+        // What a stopped script has started may still write there.
+        for (std::error_code error; fs::exists(Folder, error);)
+            fs::remove_all(Folder, error);
     }
 
     void Script(const char* name, const std::string& text)
