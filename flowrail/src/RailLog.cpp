@@ -39,7 +39,7 @@ void PrintLine(std::ostream& stream, const std::string& line)
 {
     try
     {
-        stream << line << std::endl;
+        stream << line + '\n' << std::flush; // in one piece: two of the streams have no buffer
     }
     catch (const abi::__forced_unwind&) // the thread is being cancelled
     {

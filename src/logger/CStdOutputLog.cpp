@@ -21,7 +21,7 @@ std::ostream& StreamFor(uint32_t priority)
 void CStdOutputLog::Log(uint32_t priority, std::string message)
 {
     if (!Prints(priority)) return;
-    // In one piece, so that lines of two threads are less likely to be mixed.
-    StreamFor(priority) << LocalTimeText() + Labelled(priority, message) << std::endl;
+    // In one piece with its end, so that lines of two threads are not mixed: two of the streams have no buffer.
+    StreamFor(priority) << LocalTimeText() + Labelled(priority, message) + '\n' << std::flush;
 }
 } // namespace Quillmont::Logger
