@@ -176,13 +176,13 @@ TEST_F(Contexts, ADeletedContextIsGoneWithAllThatItOwns)
 TEST_F(Contexts, AContextThatIsNotTickedGoesAndATickedOneStays)
 {
     mxs::ServiceSettings settings;
-    settings.contextTtl = std::chrono::seconds(3);
+    settings.contextTtl = std::chrono::seconds(5);
     Run(settings);
     Session silent(Port()), ticking(Port());
     const std::string conductor = silent.CreateConductor(true);
     ticking.Send("POST", "MXS/Conductor/Mines/", json{{"Shared", false}, {"ID", conductor}}); // keeps it alive
 
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     bool gone = false;
     while (!gone && std::chrono::steady_clock::now() < end)
     {
@@ -226,7 +226,7 @@ TEST_F(Contexts, RequestsThatMeetTheEndOfTheirContextAreAnswered)
                     const Reply reply =
                         client.Exchange("POST", Session::Path("MXS/Stream/Mines/"), {{"Authorization", token}},
                                         R"({"Type":"RX","Essence":1,"Shared":true,"ID":"0000000000000000"})");
-                    if (reply.status == 201) continue;
+                    if (reply.status == 201 || reply.ErrCode() == 10) continue; // as many as there may be
                     EXPECT_EQ(5016u, reply.ErrCode());
                     return;
                 }

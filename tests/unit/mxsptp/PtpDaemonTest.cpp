@@ -86,7 +86,12 @@ protected:
                "[ -e conf ] || exit 0\necho \"$@\" > new.arguments && mv new.arguments pmc-arguments\ncat answer\n");
         Script("ptp4l", kRuns);
     }
-    ~Daemon() override { fs::remove_all(Folder); }
+    ~Daemon() override
+    {
+        // What a stopped script has started may still write there.
+        for (std::error_code error; fs::exists(Folder, error);)
+            fs::remove_all(Folder, error);
+    }
 
     // Runs in the test's folder; each start of ptp4l leaves a line, and pmc has nothing to say before the first.
     void Script(const std::string& name, const std::string& text)
