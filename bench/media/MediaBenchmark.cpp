@@ -1,6 +1,6 @@
-// What the media engine costs: conversion of samples beside a copy of the same bytes, a packet received, or sent and
-// received, by one conductor beside bare loops with the same offloads, and the time from the unlock of a slot at a
-// sender to its lock at a receiver.
+// What the media engine costs: conversion of samples beside a copy of the same bytes and beside the loops of processors
+// without wide registers, a packet received, or sent and received, by one conductor beside bare loops with the same
+// offloads, and the time from the unlock of a slot at a sender to its lock at a receiver.
 #include "mxs/media/ConductorLoop.h"
 #include "mxs/media/MediaStream.h"
 #include "mxs/media/PixelGroups.h"
@@ -66,10 +66,10 @@ const Format kFormats[] = {
 
 constexpr uint64_t kGroups = 960 * 540; // half a frame of 1080 lines, in packets of 240 groups
 
-void Convert(benchmark::State& state, const Format& format, bool toSlot)
+void Convert(benchmark::State& state, const Format& format, bool toSlot, SampleKernel kernel)
 {
     const PixelGroup& group = *FindPixelGroup(1, format.networkDepth);
-    const SampleConverter converter(group, format.application);
+    const SampleConverter converter(group, format.application, kernel);
     std::vector<uint8_t> payload(kGroups * group.bytes, 0x35);
     std::vector<uint8_t> slot(kGroups * group.components * StoredBits(format.application) / 8);
     converter.Write(slot.data(), 0, payload.data(), kGroups);
@@ -437,11 +437,14 @@ int main(int count, char** arguments)
 {
     prctl(PR_SET_TIMERSLACK, 1000UL); // as conductors have it
     benchmark::RegisterBenchmark("Copy", Copy);
+    const SampleKernel fastest = KernelsOfThisProcessor().back(); // which is what streams take
     for (const Format& format : kFormats)
-    {
-        benchmark::RegisterBenchmark((std::string("ToSlot") + format.name).c_str(), Convert, format, true);
-        benchmark::RegisterBenchmark((std::string("FromSlot") + format.name).c_str(), Convert, format, false);
-    }
+        for (const bool toSlot : {true, false})
+        {
+            const std::string name = std::string(toSlot ? "ToSlot" : "FromSlot") + format.name;
+            benchmark::RegisterBenchmark(name.c_str(), Convert, format, toSlot, fastest);
+            benchmark::RegisterBenchmark((name + "/scalar").c_str(), Convert, format, toSlot, SampleKernel::Scalar);
+        }
     for (int run = 0; run < 3; ++run) // by turns
     {
         benchmark::RegisterBenchmark("BareReceive", BareReceive)->UseManualTime()->Iterations(150);
