@@ -109,10 +109,14 @@ private:
 };
 } // namespace
 
+bool HasGStreamer()
+{
+    // Asked of another process: the receivers must be forked before the library has started a thread here.
+    return std::system("gst-inspect-1.0 --exists shmsink") == 0;
+}
+
 OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes, unsigned receiverCpu)
 {
-    // Asked of another process: the receiver must be forked before the library has started a thread here.
-    if (std::system("gst-inspect-1.0 --exists shmsink") != 0) return nullptr;
     return new GStreamerRoad(bufferBytes, receiverCpu);
 }
 } // namespace railbench

@@ -3,6 +3,11 @@
 
 namespace railbench
 {
+bool HasGStreamer()
+{
+    return false;
+}
+
 OneWayRoad* NewGStreamerRoad(uint32_t, unsigned)
 {
     return nullptr;

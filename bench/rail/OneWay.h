@@ -25,8 +25,9 @@ public:
 
 OneWayRoad* NewFutexRoad(uint32_t, unsigned receiverCpu); // carries nothing but the time
 OneWayRoad* NewRailRoad(uint32_t slotBytes, unsigned receiverCpu);
-OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes,
-                             unsigned receiverCpu); // null when this build has no GStreamer, or none is installed
+
+bool HasGStreamer(); // this build, and its elements are installed
+OneWayRoad* NewGStreamerRoad(uint32_t bufferBytes, unsigned receiverCpu);
 } // namespace railbench
 
 #endif

