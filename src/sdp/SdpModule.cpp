@@ -4,6 +4,7 @@
 #include "platform/NumberText.h"
 #include "sdp/SdpParser.h"
 #include "sdp/SdpText.h"
+#include "sdp/SdpTree.h"
 
 #include <arpa/inet.h>
 
@@ -52,6 +53,11 @@ SdpModule::SdpModule(SdpSink errorSink, SdpSink warningSink)
 {
 }
 
+SdpModule::~SdpModule()
+{
+    TakeApart(Tree);
+}
+
 std::unique_ptr<ISdpModule> CreateSdpModule(SdpSink errorSink, SdpSink warningSink)
 {
     return std::unique_ptr<ISdpModule>(new (std::nothrow) SdpModule(std::move(errorSink), std::move(warningSink)));
@@ -89,6 +95,7 @@ SdpCode SdpModule::Fail(SdpCode code, const std::string& message) const
 
 SdpCode SdpModule::Read(const std::string& text)
 {
+    TakeApart(Tree);
     Tree = ParseSdpText(text);
     if (Tree.empty()) return Fail(kSdpLineWrong, "The SDP could not be parsed"); // null counts as empty
     const SdpCode code = ParseSdpSession(Tree);

@@ -16,6 +16,9 @@ class SdpModule : public ISdpModule
 {
 public:
     SdpModule(SdpSink errorSink, SdpSink warningSink);
+    ~SdpModule() override;
+    SdpModule(const SdpModule&) = delete;
+    SdpModule& operator=(const SdpModule&) = delete;
 
     void SetSession(const SdpSession& session) override;
     void SetMedias(SdpMediaList& medias) override;

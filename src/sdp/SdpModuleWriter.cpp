@@ -1,5 +1,6 @@
 // Writing: from the records to a tree, whose numbers are mostly texts, since the writer of lines prints both alike.
 #include "sdp/SdpModule.h"
+#include "sdp/SdpTree.h"
 #include "sdp/SdpWriter.h"
 
 #include <arpa/inet.h>
@@ -85,6 +86,22 @@ bool StoreLiteral(json& target, const std::array<SdpLiteral<Enumeration>, N>& ta
     return literal.has_value();
 }
 
+// Objects get their keys one after another: a list of them in braces is a tree of its own, which needs memory to go.
+// And none grows from a null, which the JSON library leaves as an object of nothing when there is no memory for it.
+json& NewObject(json& target)
+{
+    TakeApart(target);
+    target = json::object();
+    return target;
+}
+
+json& NewFirstOf(json& list)
+{
+    if (list.is_null()) list = json::array();
+    if (list.empty()) list.emplace_back();
+    return NewObject(list.front());
+}
+
 // A parameter of a video's format, with all that stands before its value.
 struct VideoItem
 {
@@ -141,6 +158,7 @@ constexpr VideoItem kVideoItems[] = {
 SdpCode SdpModule::Write(std::string* text)
 {
     if (!text) return kSdpNoTarget;
+    if (Tree.is_null()) Tree = json::object();
     SdpCode code = SessionSet ? WriteSdpSession() : kSdpSuccess;
     if (code != kSdpSuccess) return code;
     code = WriteSdpMedias();
@@ -155,7 +173,9 @@ SdpCode SdpModule::WriteSdpSession()
     Tree["version"] = Session.Version;
     Tree["name"] = Session.Name;
     Tree["description"] = Session.Description; // an empty one is written too
-    Tree["timing"] = {{"start", Session.Start}, {"stop", Session.Stop}};
+    json& timing = NewObject(Tree["timing"]);
+    timing["start"] = Session.Start;
+    timing["stop"] = Session.Stop;
     return WriteSdpOrigin(Tree["origin"]);
 }
 
@@ -164,18 +184,21 @@ SdpCode SdpModule::WriteSdpOrigin(json& origin)
     std::string version;
     std::string address;
     const SdpCode code = WriteIpAddress(Session.Origin.Address, version, address);
-    origin = {{"sessionId", Session.Origin.SessionId},
-              {"sessionVersion", Session.Origin.SessionVersion},
-              {"username", Session.Origin.Username},
-              {"ipVer", version},
-              {"address", address},
-              {"netType", "IN"}};
+    NewObject(origin);
+    origin["sessionId"] = Session.Origin.SessionId;
+    origin["sessionVersion"] = Session.Origin.SessionVersion;
+    origin["username"] = Session.Origin.Username;
+    origin["ipVer"] = version;
+    origin["address"] = address;
+    origin["netType"] = "IN";
     return code;
 }
 
 SdpCode SdpModule::WriteSdpMedias()
 {
-    json& medias = Tree["media"] = json::array();
+    json& medias = Tree["media"];
+    TakeApart(medias);
+    medias = json::array();
     for (const auto& record : Medias)
     {
         json& media = medias.emplace_back(json::object());
@@ -220,29 +243,35 @@ SdpCode SdpModule::WriteSdpConnection(const SdpIpAddress& address, json& connect
     std::string version;
     std::string text;
     const SdpCode code = WriteIpAddress(address, version, text);
-    connection = {{"version", version}, {"ip", text}};
+    NewObject(connection);
+    connection["version"] = version;
+    connection["ip"] = text;
     return code;
 }
 
 SdpCode SdpModule::WriteAudioMedia(const SdpMediaAudio& record, json& media)
 {
-    json& map = media["rtp"][0];
+    json& map = NewFirstOf(media["rtp"]);
     if (!StoreLiteral(map["codec"], kSdpAudioCodecs, record.Codec)) return kSdpValueUnsupported;
     map["payload"] = record.PayloadType;
     map["encoding"] = std::to_string(record.ChannelCount); // the encoding parameter of audio is its number of channels
     if (!StoreLiteral(map["rate"], kSdpAudioRates, record.SamplingRate)) return kSdpValueUnsupported;
     if (!StoreLiteral(media["ptime"], kSdpPacketTimes, record.PacketTime)) return kSdpValueUnsupported;
-    if (!record.ChannelOrder.empty())
-        media["fmtp"] = json::array({{{"payload", std::to_string(record.PayloadType)},
-                                      {"config", "channel-order=" + record.ChannelOrder + ";"}}});
+    if (record.ChannelOrder.empty()) return kSdpSuccess;
+    json& format = NewFirstOf(media["fmtp"]);
+    format["payload"] = std::to_string(record.PayloadType);
+    format["config"] = "channel-order=" + record.ChannelOrder + ";";
     return kSdpSuccess;
 }
 
 SdpCode SdpModule::WriteAncMedia(const SdpMedia& record, json& media)
 {
     const std::string payload = std::to_string(record.PayloadType);
-    media["rtp"][0] = {{"codec", "raw"}, {"payload", payload}, {"rate", "90000"}};
-    json& format = media["fmtp"][0];
+    json& map = NewFirstOf(media["rtp"]);
+    map["codec"] = "raw";
+    map["payload"] = payload;
+    map["rate"] = "90000";
+    json& format = NewFirstOf(media["fmtp"]);
     format["payload"] = payload;
     std::string config;
     const SdpCode code = record.Type == SDP_MEDIA_TYPE::Video
@@ -277,7 +306,12 @@ SdpCode SdpModule::WriteTimestamps(const SdpMedia& record, json& media)
 {
     if (record.TsMode == SDP_TS_MODE::NotSet && !record.TsDelayPresent) return kSdpSuccess;
     json& formats = media["fmtp"];
-    if (formats.empty()) formats[0] = {{"payload", std::to_string(record.PayloadType)}, {"config", ""}};
+    if (formats.empty())
+    {
+        json& first = NewFirstOf(formats);
+        first["payload"] = std::to_string(record.PayloadType);
+        first["config"] = "";
+    }
     auto& config = formats.back()["config"].get_ref<std::string&>();
     if (record.TsMode != SDP_TS_MODE::NotSet)
     {
@@ -301,7 +335,9 @@ void SdpModule::WriteSdpGroups()
         if (!mids.empty()) mids += ' ';
         mids += record->Mid;
     }
-    Tree["groups"][0] = {{"type", "DUP"}, {"mids", mids}};
+    json& group = NewFirstOf(Tree["groups"]);
+    group["type"] = "DUP";
+    group["mids"] = mids;
 }
 
 } // namespace quill::sdp_module

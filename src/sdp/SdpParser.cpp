@@ -3,6 +3,7 @@
 
 #include "platform/NumberText.h"
 #include "sdp/SdpRuleTable.h"
+#include "sdp/SdpTree.h"
 
 #include <nlohmann/json.hpp>
 
@@ -57,9 +58,7 @@ void ApplyRule(const SdpRule& rule, json& location, const SdpMatch& match)
     {
         json& list = location[rule.push];
         if (list.is_null()) list = json::array();
-        json element = json::object();
-        AttachCaptures(match, element, rule);
-        list.push_back(std::move(element)); // one without keys too
+        AttachCaptures(match, list.emplace_back(json::object()), rule); // one without keys too
     }
     else if (!rule.name.empty() && !rule.names.empty())
     {
@@ -90,9 +89,9 @@ json ParseSdpText(const std::string& text)
 {
     const SdpRules& rules = SdpRuleTable();
     SdpMatch match(text.size());
-    json root = json::object();
-    json medias = json::array();
-    json* location = &root;
+    ScopedTree root(json::object());
+    ScopedTree medias(json::array());
+    json* location = &root.value;
 
     for (std::string_view rest = text; !rest.empty();)
     {
@@ -106,8 +105,9 @@ json ParseSdpText(const std::string& text)
         const std::string_view content = line.substr(2);
         if (letter == 'm') // before any rule: a malformed line opens a media too
         {
-            medias.push_back({{"rtp", json::array()}, {"fmtp", json::array()}});
-            location = &medias.back();
+            location = &medias.value.emplace_back(json::object());
+            (*location)["rtp"] = json::array();
+            (*location)["fmtp"] = json::array();
         }
         const auto row = rules.find(letter);
         if (row == rules.end()) continue;
@@ -118,8 +118,8 @@ json ParseSdpText(const std::string& text)
             break;
         }
     }
-    root["media"] = std::move(medias);
-    return root;
+    root.value["media"] = std::move(medias.value);
+    return std::move(root.value);
 }
 
 std::vector<int32_t> ParsePayloadList(const std::string& text)
