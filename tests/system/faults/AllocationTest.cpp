@@ -1,7 +1,8 @@
-// Memory runs out in the middle of a call: of each exported function that talks to the service, each allocation that
-// the library makes on the calling thread fails once. std::bad_alloc passes through or the call ends with an error
-// code, the service and the handles are usable afterwards, and nothing is lost. What the HTTP library allocates for
-// itself does not fail here: it may wait for ever then.
+// Memory runs out in the middle of a call: of each exported function that talks to the service, and of those that read
+// and write descriptions, each allocation that the library makes on the calling thread fails once. std::bad_alloc passes
+// through or the call ends with an error code, the service and the handles are usable afterwards, and nothing is lost
+// but what a failed creation leaves. What the HTTP library allocates for itself does not fail here: it may wait for ever
+// then.
 //     system_faults_allocation           with the trace in the log on, a choice of allocations
 //     system_faults_allocation --every   with the trace on, too, each of them
 #include "ControlCalls.h"
@@ -79,6 +80,7 @@ struct Plan
 };
 thread_local Plan plan;
 std::atomic<int64_t> liveAllocations{0};
+thread_local int64_t liveOfThisThread = 0; // taken by this thread, less what it has given back
 
 // Whether the library asks, itself or through the standard library. What the HTTP library needs for itself is its own.
 bool AskedByTheLibrary()
@@ -111,12 +113,17 @@ void* Allocate(size_t bytes, size_t alignment)
                              : std::malloc(bytes ? bytes : 1);
     if (!memory) throw std::bad_alloc();
     liveAllocations.fetch_add(1, std::memory_order_relaxed);
+    ++liveOfThisThread;
     return memory;
 }
 
 void Free(void* memory)
 {
-    if (memory) liveAllocations.fetch_sub(1, std::memory_order_relaxed);
+    if (memory)
+    {
+        liveAllocations.fetch_sub(1, std::memory_order_relaxed);
+        --liveOfThisThread;
+    }
     std::free(memory);
 }
 
@@ -296,6 +303,25 @@ bool TakesNoMoreWhenRepeated(World& world, const ControlCall& call)
     return false;
 }
 
+// The same of the calls that keep more with each start, or something at the service: it goes with the context.
+bool TakeNoMoreInTheNextWorld(const std::string& url)
+{
+    constexpr int kRepetitions = 6;
+    int64_t before = liveAllocations;
+    for (int repetition = 0; repetition < kRepetitions; ++repetition)
+    {
+        {
+            World world(url);
+            for (const ControlCall& call : ControlCalls())
+                if ((call.keepsMore || call.leavesWhatIsLost) && !call.losesAnObject) FailEach(world, call);
+        }
+        const int64_t after = liveAllocations;
+        if (after <= before) return true;
+        before = after;
+    }
+    return false;
+}
+
 TEST(Allocations, ThatFailPassThroughOrAreAnErrorAndTheNextCallWorks)
 {
     MxsProcess service;
@@ -307,12 +333,12 @@ TEST(Allocations, ThatFailPassThroughOrAreAnErrorAndTheNextCallWorks)
         const Figures figures = FailEach(world, call);
         figures.Print(call.name);
         EXPECT_GT(figures.allocations, 0u);
-        // What is half made stays: nobody can reach it.
         if (!call.leavesWhatIsLost && !call.keepsMore)
         {
             EXPECT_TRUE(TakesNoMoreWhenRepeated(world, call));
         }
     }
+    EXPECT_TRUE(TakeNoMoreInTheNextWorld(service.ServiceUrl()));
 }
 
 // Calls with one failing allocation after another, side by side: those that end a context wait for its watchdog. Each
@@ -401,6 +427,108 @@ TEST(Allocations, ThatFailWhileAContextIsMadeOrEndedPassThroughOrAreAnError)
     MxsProcess service({"--context-ttl", "5"});
     FailEachOfAContextsLife(service.ServiceUrl(), 1);
     const World next(service.ServiceUrl());
+}
+
+constexpr const char* kDescription = "v=0\r\n"
+                                     "o=- 1 2 IN IP4 10.0.0.5\r\n"
+                                     "s=Camera of the left wing\r\n"
+                                     "i=Rehearsal of the first act\r\n"
+                                     "t=0 0\r\n"
+                                     "a=group:DUP primary secondary\r\n"
+                                     "m=video 20000 RTP/AVP 96\r\n"
+                                     "c=IN IP4 239.1.2.3/64\r\n"
+                                     "a=source-filter: incl IN IP4 239.1.2.3 10.0.0.5\r\n"
+                                     "a=rtpmap:96 raw/90000\r\n"
+                                     "a=fmtp:96 sampling=YCbCr-4:2:2; width=1920; height=1080; exactframerate=50; "
+                                     "depth=10; TCS=SDR; colorimetry=BT709; PM=2110GPM; SSN=ST2110-20:2017; \r\n"
+                                     "a=mediaclk:direct=0\r\n"
+                                     "a=ts-refclk:ptp=IEEE1588-2008:39-A7-94-FF-FE-07-CB-D0:37\r\n"
+                                     "a=mid:primary\r\n"
+                                     "a=an attribute that nobody knows\r\n"
+                                     "m=video 20002 RTP/AVP 96\r\n"
+                                     "c=IN IP4 239.1.2.4/64\r\n"
+                                     "a=rtpmap:96 raw/90000\r\n"
+                                     "a=fmtp:96 sampling=YCbCr-4:2:2; width=1920; height=1080; exactframerate=50; "
+                                     "depth=10; TCS=SDR; colorimetry=BT709; PM=2110GPM; SSN=ST2110-20:2017; \r\n"
+                                     "a=mediaclk:direct=0\r\n"
+                                     "a=mid:secondary\r\n";
+
+struct Description
+{
+    ZEFA_STREAM_NETWORK_CONFIG network{};
+    ZEFA_ESSENCE_CONFIG essence{};
+    ZEFA_SDP_INFO info{};
+};
+
+ZEFA_ERRORCODE Read(Description& description)
+{
+    return ZEFA_ReadSDP(kDescription, nullptr, &description.network, &description.essence, &description.info);
+}
+
+// Those that make something of what they are given, without a service.
+const struct LocalCall
+{
+    const char* name;
+    ZEFA_ERRORCODE expected;
+    ZEFA_ERRORCODE (*make)(Description& description, std::string& told);
+} kLocalCalls[] = {
+    {"ReadSDP", kGood,
+     [](Description& description, std::string& told)
+     {
+         const ZEFA_ERRORCODE result = Read(description);
+         told.assign(reinterpret_cast<const char*>(&description.essence), sizeof description.essence);
+         return result;
+     }},
+    {"WriteSDP", kGood,
+     [](Description& description, std::string& told)
+     {
+         char text[4096];
+         uint32_t size = sizeof text;
+         const ZEFA_ERRORCODE result =
+             ZEFA_WriteSDP(&description.network, &description.essence, &description.info, text, &size);
+         if (result == kGood) told = std::strstr(text, "\r\ns="); // behind the numbers that follow the clock
+         return result;
+     }},
+    {"CreatePTPDSFromProfile", ZEFA_ERR_BAD_ARGUMENT,
+     [](Description&, std::string&)
+     {
+         ZEFA_PTP_DEFAULT_DS defaults{};
+         ZEFA_PTP_PORT_DS port{};
+         return ZEFA_CreatePTPDSFromProfile(1234, &defaults, &port); // the text of what is wrong needs memory
+     }},
+};
+
+TEST(Allocations, ThatFailInACallWithoutAServiceLoseNothing)
+{
+    const auto described = std::make_unique<Description>();
+    ASSERT_EQ(kGood, Read(*described));
+    for (const LocalCall& call : kLocalCalls)
+    {
+        SCOPED_TRACE(call.name);
+        std::string wholeTold;
+        const auto given = std::make_unique<Description>(*described);
+        EXPECT_EQ(call.expected, call.make(*given, wholeTold)); // the first call makes what stays
+        Figures figures;
+        for (bool failed = true; failed && !HasFailure(); figures.allocations += failed)
+        {
+            std::string told;
+            told.reserve(wholeTold.size());
+            *given = *described;
+            const int64_t before = liveOfThisThread;
+            const Outcome outcome = WithFailing(figures.allocations, [&] { return call.make(*given, told); });
+            EXPECT_EQ(before, liveOfThisThread) << "lost after allocation " << figures.allocations;
+            failed = outcome.failed;
+            if (failed) figures.Count(outcome);
+            EXPECT_TRUE(outcome.result == kBadAlloc || (failed && outcome.result <= ZEFA_ERR_COMMUNICATION) ||
+                        outcome.result == call.expected);
+            if (outcome.result == call.expected)
+            {
+                EXPECT_EQ(wholeTold, told) << "allocation " << figures.allocations;
+            }
+        }
+        figures.Print(call.name);
+        EXPECT_GT(figures.allocations, 0u);
+    }
 }
 
 // The library reads its settings when it is loaded: this test again, in a process that finds some.

@@ -134,6 +134,18 @@ void StopAndClose(World& world)
     SettleStream<ZEFA_CloseStream>(world);
 }
 
+ZEFA_ERRORCODE MakeContext(World& world, std::string&)
+{
+    return ZEFA_CreateMXSContext(world.Url.c_str(), &world.MadeContext);
+}
+
+ZEFA_ERRORCODE EndContext(World& world, std::string&)
+{
+    const ZEFA_ERRORCODE result = ZEFA_DestroyMXSContext(world.MadeContext);
+    if (result == kGood) world.MadeContext = nullptr;
+    return result;
+}
+
 const ControlCall kControlCalls[] = {
     {"GetMXSStatus", kGood,
      [](World& world, std::string& told)
@@ -293,7 +305,8 @@ const ControlCall kControlCalls[] = {
                                       &world.MadeStream);
          },
      .undo = RemoveMadeStream,
-     .leavesWhatIsLost = true},
+     .leavesWhatIsLost = true,
+     .losesAnObject = true},
     {.name = "DestroyStream",
      .expected = kGood,
      .make =
@@ -358,10 +371,29 @@ const ControlCall kControlCalls[] = {
      .keepsMore = true},
 };
 
+const ControlCall kContextCalls[] = {
+    {.name = "DestroyMXSContext",
+     .expected = kGood,
+     .make = EndContext,
+     .prepare = [](World& world) // one whose end is not heard of stays
+     { LeaveOutOfReach([&] { EXPECT_EQ(kGood, ZEFA_CreateMXSContext(world.Url.c_str(), &world.MadeContext)); }); }},
+    {.name = "CreateMXSContext",
+     .expected = kGood,
+     .make = MakeContext,
+     .undo =
+         [](World& world)
+     {
+         std::string nothing;
+         if (world.MadeContext) Settle([&] { return EndContext(world, nothing); });
+     },
+     .leavesWhatIsLost = true,
+     .losesAnObject = true},
+};
+
 } // namespace
 
 World::World(const std::string& url)
-    : Own(url), Receiver(Own, ZEFA_STREAM_TYPE_RX, AudioSettings{.paths = {FreeEndpoint()}, .slots = 4})
+    : Url(url), Own(url), Receiver(Own, ZEFA_STREAM_TYPE_RX, AudioSettings{.paths = {FreeEndpoint()}, .slots = 4})
 {
     const ZEFA_HANDLE context = Own.Context;
     Interface = InterfaceNamed(context, "lo");
@@ -379,12 +411,20 @@ World::World(const std::string& url)
 
 World::~World()
 {
-    EndOfOther = std::async(std::launch::async, [other = Other] { EXPECT_EQ(kGood, ZEFA_DestroyMXSContext(other)); });
+    EndOfOther =
+        std::async(std::launch::async, [other = Other] { Settle([&] { return ZEFA_DestroyMXSContext(other); }); });
+    uint64_t version = 0; // a call that only asks finds a new connection, where the old ones have ended
+    EXPECT_EQ(kGood, ZEFA_GetMXSStatus(Context(), &version));
 }
 
 std::span<const ControlCall> ControlCalls()
 {
     return kControlCalls;
+}
+
+std::span<const ControlCall> ContextCalls()
+{
+    return kContextCalls;
 }
 
 void Settle(const std::function<ZEFA_ERRORCODE()>& call)

@@ -28,6 +28,8 @@ public:
     uint64_t SharedConductor = 0; // of another context
     uint64_t Made = 0;            // a conductor that a call has made, or is to destroy
     ZEFA_HANDLE MadeStream = nullptr;
+    const std::string Url;
+    ZEFA_HANDLE MadeContext = nullptr;
     ZEFA_STREAM_COMMON_CONFIG Common{};
     std::unique_ptr<ZEFA_STREAM_NETWORK_CONFIG> Network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
     ZEFA_ESSENCE_CONFIG Essence{};
@@ -55,14 +57,21 @@ struct ControlCall
     bool lastMayFail = false;
     // What it makes at the service stays there when the answer is lost, until the context ends.
     bool leavesWhatIsLost = false;
+    // What it makes here, too, for good: nobody can reach it.
+    bool losesAnObject = false;
     // The pools of a stream grow with each start.
     bool keepsMore = false;
     // The reader of a list gives an empty one when there is no memory for it.
     bool readsLists = false;
+
+    bool ChangesSomething() const { return enter || prepare || undo || leave; }
 };
 
 // All but the two that make and end a context.
 std::span<const ControlCall> ControlCalls();
+
+// Those two.
+std::span<const ControlCall> ContextCalls();
 
 // One that sends something fails on a connection that has ended while nobody used it, and there may be several of
 // those.

@@ -2,8 +2,10 @@
 // exchange, or harms the answer.
 #pragma once
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <functional>
@@ -40,9 +42,10 @@ enum class Afterwards
 enum class Harm
 {
     None,
-    Twice,  // every answer comes twice
-    Late,   // every answer comes after a while
-    Silence // no answer comes until AnswerLate
+    Twice,   // every answer comes twice
+    Late,    // every answer comes after a while
+    Garbage, // what comes is no answer
+    Silence  // no answer comes until AnswerLate
 };
 
 inline const char* NameOf(Direction direction)
@@ -93,7 +96,8 @@ public:
             });
     }
 
-    // Turns all bits of one byte of the answers. A client that waits for more than there is finds the connection ended.
+    // Turns all bits of one byte of the answers. A client that waits for more than there is finds the connection ended
+    // when it has been quiet for a while.
     void Spoil(size_t place)
     {
         Do([=, this] { Plan = {.spoiled = place}, Passed[0] = Passed[1] = {}; });
@@ -118,7 +122,8 @@ public:
         return cut;
     }
 
-    // Ends the harm, and every connection with it.
+    // Ends the harm, and every connection with it. The service has answered all that it was asked on them, whatever the
+    // client took for the answer.
     void HealOnNewConnections()
     {
         Do(
@@ -126,8 +131,16 @@ public:
             {
                 Plan = {};
                 for (Connection& connection : Connections)
+                {
                     ::shutdown(connection.client, SHUT_RDWR);
+                    connection.leaving = true;
+                }
             });
+        for (bool leaving = true; leaving;)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            Do([&, this] { leaving = std::ranges::any_of(Connections, &Connection::leaving); });
+        }
     }
 
     // Ends a silence: what was held back comes now, on the connections that are still there.
@@ -172,7 +185,10 @@ private:
         bool answering = true;  // the next byte of the client starts a request
         bool ofTheCall = false; // and not of the watchdog
         bool spoiled = false;
+        bool leaving = false;    // until all is answered
+        bool clientGone = false; // and so the service is told, which ends the connection then
         bool ended = false;
+        std::chrono::steady_clock::time_point lastPassed = {};
     };
 
     struct CutPlan
@@ -229,20 +245,22 @@ private:
             waits = {{Listener, POLLIN, 0}, {Wake, POLLIN, 0}};
             for (const Connection& connection : Connections) // they change on this thread alone
             {
-                waits.push_back({connection.client, POLLIN, 0});
+                waits.push_back({connection.clientGone ? -1 : connection.client, POLLIN, 0});
                 waits.push_back({connection.service, POLLIN, 0});
             }
-            const int events = ::poll(waits.data(), waits.size(), kQuietMs);
+            ::poll(waits.data(), waits.size(), kQuietMs);
             const std::lock_guard lock(Mutex);
             if (Ended) return;
             uint64_t wakes = 0;
             if (waits[1].revents && ::read(Wake, &wakes, sizeof wakes) < 0) return;
             size_t at = 2;
+            const auto quietSince = std::chrono::steady_clock::now() - std::chrono::milliseconds(kQuietMs);
             for (Connection& connection : Connections)
             {
                 const bool fromClient = waits[at++].revents, fromService = waits[at++].revents;
-                connection.ended |= events == 0 && connection.spoiled;
-                if (events == 0 && Plan.harm == Harm::Late) SendHeld(connection);
+                const bool quiet = !fromClient && !fromService && connection.lastPassed <= quietSince;
+                connection.ended |= quiet && connection.spoiled;
+                if (quiet && Plan.harm == Harm::Late) SendHeld(connection);
                 if (fromService && !connection.ended) Pass(connection, Direction::Answer);
                 if (fromClient && !connection.ended) Pass(connection, Direction::Request);
             }
@@ -275,11 +293,18 @@ private:
         const bool request = direction == Direction::Request;
         char bytes[65536];
         const auto got = ::recv(request ? connection.client : connection.service, bytes, sizeof bytes, 0);
+        if (got <= 0 && request)
+        {
+            connection.clientGone = true;
+            ::shutdown(connection.service, SHUT_WR);
+            return;
+        }
         if (got <= 0)
         {
             connection.ended = true;
             return;
         }
+        connection.lastPassed = std::chrono::steady_clock::now();
         if (!request)
         {
             connection.answering = true;
@@ -331,6 +356,11 @@ private:
     {
         if (Plan.harm == Harm::Silence || Plan.harm == Harm::Late) connection.heldAnswer += std::exchange(bytes, {});
         if (Plan.harm == Harm::Twice) bytes += bytes;
+        if (Plan.harm == Harm::Garbage)
+        {
+            bytes = "\x16\x03\x01 garbage\r\n\r\n";
+            connection.spoiled = true;
+        }
         if (!Plan.spoiled || *Plan.spoiled < before || *Plan.spoiled >= before + bytes.size()) return;
         bytes[*Plan.spoiled - before] = char(~bytes[*Plan.spoiled - before]);
         connection.spoiled = true;
