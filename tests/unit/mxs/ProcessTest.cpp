@@ -10,9 +10,11 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <netinet/in.h>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -116,6 +118,33 @@ TEST(Program, PrintsItsUrlServesAndStopsOnEitherSignal)
 
         EXPECT_EQ(0, program.ExitStatus());
         EXPECT_NE(std::string::npos, program.RestOfError().find("Stopped."));
+    }
+}
+
+TEST(Program, APortThatAnotherHasOnOneOfTheTwoAddressesEndsItWithASentence)
+{
+    for (const bool six : {false, true})
+    {
+        sockaddr_in6 address{};
+        socklen_t size = sizeof address;
+        auto& four = reinterpret_cast<sockaddr_in&>(address);
+        if (six)
+            address.sin6_family = AF_INET6, address.sin6_addr = in6addr_loopback;
+        else
+            four.sin_family = AF_INET, four.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        const int other = socket(six ? AF_INET6 : AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        auto* const place = reinterpret_cast<sockaddr*>(&address);
+        if (bind(other, place, size) == 0 && listen(other, 1) == 0 && getsockname(other, place, &size) == 0)
+        {
+            const std::string port = std::to_string(ntohs(six ? address.sin6_port : four.sin_port));
+            Program program({"--port", port});
+            const std::string text = program.RestOfError();
+            EXPECT_EQ(1, program.ExitStatus()) << text;
+            EXPECT_NE(std::string::npos, text.find("Cannot listen on port " + port + ": ")) << text;
+        }
+        else
+            EXPECT_TRUE(six) << "there is no loopback"; // and without IPv6 no other program there
+        close(other);
     }
 }
 

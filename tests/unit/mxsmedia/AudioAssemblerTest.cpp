@@ -93,6 +93,21 @@ TEST_F(AudioAssemblerTest, SamplesOf24BitsStandInTheSlotAsTheyTravel)
     EXPECT_EQ(Count().intake.ssrc, 0x11223344u);
 }
 
+TEST_F(AudioAssemblerTest, WhatIsNotThereAfterItsSequenceWasForgottenIsNoLossOfTheNetworks)
+{
+    const Bytes samples = Samples(3, 1);
+    std::vector<Bytes> packets = CutAudio(samples, {.firstSequence = 40, .firstTimestamp = 1000});
+    const std::vector<Bytes> before(packets.begin(), packets.begin() + 4), after(packets.begin() + 8, packets.end());
+    Push(before);
+
+    Assembler->ForgetSequence();
+    Push(after);
+
+    ASSERT_LE(2u, Slots().size());
+    EXPECT_EQ(Slots().back().bytes, SlotOf(samples, 2));
+    EXPECT_EQ(Count().intake.lost, 0u);
+}
+
 TEST_F(AudioAssemblerTest, SlotsFollowOneAnotherFromTheFirstPacketOn)
 {
     const Bytes samples = Samples(5, 1);

@@ -318,6 +318,30 @@ TEST_F(RtpReceiverTest, ALostPacketIsToldInTheSlot)
     EXPECT_TRUE(Await([&] { return Stream->Counters().lostPackets == 1; }));
 }
 
+TEST_F(RtpReceiverTest, APacketBehindItsSlotIsDelayedByTheTimeSinceThen)
+{
+    StartAndAttach();
+    const Sender sender;
+    auto packets = Frame(1, 100);
+    const Bytes late = packets[1];
+    packets.erase(packets.begin() + 1);
+    sender.Send(kLoopback, Port, packets);
+    Take();
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+
+    sender.Send(kLoopback, Port, {late});
+
+    NetworkCounters counters; // the biggest delay is that of the last second
+    ASSERT_TRUE(Await(
+        [&]
+        {
+            counters = Stream->Counters();
+            return counters.biggestDelayNs > 0;
+        }));
+    EXPECT_LE(20'000'000u, counters.biggestDelayNs);
+    EXPECT_TRUE(Await([&] { return Stream->Counters().delayedPackets == 1; }));
+}
+
 TEST_F(RtpReceiverTest, SlotsWithoutRoomAreDroppedAndCounted)
 {
     Common.queueDepth = 2;

@@ -3,6 +3,7 @@
 #include "mxs/media/MediaClock.h"
 #include "mxs/media/MediaStream.h"
 
+#include "AncillaryPackets.h"
 #include "Network.h"
 
 #include <flowrail1.h>
@@ -397,7 +398,53 @@ TEST_F(RtpSenderTest, ABadConfigurationIsRefusedWithItsCode)
     Settings.memoryLimitBytes = 1;
     EXPECT_EQ(Start().code, 10u);
     Settings.memoryLimitBytes = UINT64_MAX;
+    Settings.railGroup = "nobody-has-this-group";
+    EXPECT_EQ(Start().code, 10u);
+    Settings.railGroup.clear();
     EXPECT_EQ(Start().code, 0u);
+}
+
+TEST_F(RtpSenderTest, AStreamOfAnEssenceThatIsRefusedHasNothingAndDoesNothing)
+{
+    Video.framerate = 0;
+    EXPECT_EQ(Start().code, 4u);
+    Stream->Stop();
+    EXPECT_FALSE(Stream->IsRunning());
+    EXPECT_FALSE(Stream->IsDamaged());
+    EXPECT_FALSE(Stream->BufferDelayed());
+    EXPECT_EQ(Stream->SlotsDropped(), 0u);
+    EXPECT_EQ(Stream->Counters().transferredPackets, 0u);
+    EXPECT_EQ(Stream->Times().maximum, 0u);
+    EXPECT_TRUE(Stream->RailDescription().empty());
+}
+
+TEST_F(RtpSenderTest, ASocketBufferThatTheSystemDoesNotGiveIsSaid)
+{
+    Network.socketBufferSize = UINT32_MAX; // more than any socket gets
+    ASSERT_EQ(Start().code, 0u);
+
+    ASSERT_EQ(Said.size(), 1u);
+    EXPECT_NE(Said[0].find("4294967295"), std::string::npos) << Said[0];
+}
+
+TEST_F(RtpSenderTest, PlaylistsThatAreNoGoodAreToldAtTheStop)
+{
+    const AncillaryConfig ancillary = Progressive1080();
+    Stream = MakeMediaStream(Direction::Send, Common, Network, ancillary, Settings, Drops);
+    ASSERT_EQ(Stream->Start(Loop).code, 0u);
+    FLOW_RAIL_DESCRIPTOR descriptor{FLOW_RAIL_TYPE_FILE_MAP, Stream->RailDescription()};
+    Producer.reset(CFlowRailFactory::CreateInstance(FLOW_RAIL_TYPE_FILE_MAP));
+    ASSERT_EQ(Producer->Open(&descriptor), 0u);
+    Commit(Bytes(LayoutOf(ancillary).lockSize, 0xFF));
+    Receiver.Hear(); // the stream is kept alive
+
+    ASSERT_TRUE(Await([&] { return Stream->Counters().processedPackets == 1; }));
+    Stream->Stop();
+
+    ASSERT_EQ(Said.size(), 1u);
+    EXPECT_NE(Said[0][0], '0');
+    EXPECT_NE(Said[0].find(" playlists, sections and packets of the application were no good"), std::string::npos)
+        << Said[0];
 }
 
 TEST_F(RtpSenderTest, FieldsLeaveWithTimesOfTheirOwn)

@@ -94,12 +94,13 @@ protected:
     }
 
     // Runs in the test's folder; each start of ptp4l leaves a line, and pmc has nothing to say before the first.
-    void Script(const std::string& name, const std::string& text)
+    void Script(const std::string& name, const std::string& text, const std::string& version = "3.1.1")
     {
         const fs::path path = Folder / name;
         std::ofstream(path) << "#!/bin/sh\ncd " << Folder.string() << "\n"
-                            << (name == "ptp4l" ? "[ \"$1\" = -v ] && { echo 3.1.1; exit; }\n"
-                                                  "echo $$ >> started\ncp \"$2\" new.conf && mv new.conf conf\n"
+                            << (name == "ptp4l" ? "[ \"$1\" = -v ] && { echo " + version +
+                                                      "; exit; }\n"
+                                                      "echo $$ >> started\ncp \"$2\" new.conf && mv new.conf conf\n"
                                                 : "")
                             << text;
         fs::permissions(path, fs::perms::owner_all);
@@ -202,6 +203,33 @@ TEST_F(Daemon, RunsPtp4lWithItsFileAndTellsWhatPmcSays)
     EXPECT_NE(arguments.find(" GET TIME_STATUS_NP"), std::string::npos);
     EXPECT_TRUE(Becomes([&] { return Log().find("PTP: port 1: INITIALIZING to LISTENING") != std::string::npos; }));
     EXPECT_FALSE(Clock.Read().followsPtp);
+}
+
+TEST_F(Daemon, APtp4lThatCanHasASocketForReadersToo)
+{
+    Script("ptp4l", kRuns, "4.0");
+    PtpDaemon daemon(Settings(), Clock);
+    daemon.SetConfig(OnLoopback());
+
+    ASSERT_TRUE(Becomes([&] { return fs::exists(Folder / "conf"); }));
+
+    const std::string file = ReadText(Folder / "conf");
+    EXPECT_NE(file.find("uds_ro_address " + (Folder / "state").string() + "/mxsd-ptp-"), std::string::npos) << file;
+}
+
+TEST_F(Daemon, WithoutAFolderForItsFileIsDisabledAndSaysSo)
+{
+    PtpSettings settings = Settings();
+    settings.stateFolder = (Folder / "nowhere").string();
+    PtpDaemon daemon(settings, Clock);
+    daemon.SetConfig(OnLoopback());
+
+    ASSERT_TRUE(Becomes([&] { return !Log().empty(); }));
+
+    EXPECT_TRUE(Log().starts_with("PTP: ptp4l cannot be started: ")) << Log();
+    EXPECT_TRUE(Log().ends_with("; the port is disabled.\n")) << Log();
+    EXPECT_EQ(daemon.GetStatus().port.state, PortState::Disabled);
+    EXPECT_FALSE(fs::exists(Folder / "started"));
 }
 
 TEST_F(Daemon, Ptp4lHasTheRightToSetTheClockOnlyWhereItIsToDisciplineIt)
