@@ -355,7 +355,8 @@ Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cl
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun;
     Outcome outcome;
-    outcome.cpuPercent = 100 * (cpuSeconds() - cpuBefore) / passed.count();
+    outcome.cpuSeconds = cpuSeconds() - cpuBefore;
+    outcome.cpuPercent = 100 * outcome.cpuSeconds / passed.count();
     const std::vector<Counts> after = counts();
     const auto due = static_cast<uint64_t>(seconds / format.slotSeconds);
     for (size_t i = 0; i < after.size(); ++i)
@@ -364,6 +365,7 @@ Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cl
         const bool stalled = here.taken + 2 * format.slots < due; // more than the rings can have held back
         outcome.lost += here.lost;
         outcome.dropped += here.dropped;
+        outcome.taken += here.taken;
         outcome.missing += std::max({here.gaps, here.underruns, stalled ? due - here.taken : 0});
     }
     return outcome;

@@ -137,7 +137,9 @@ struct Outcome
     uint64_t lost = 0;     // packets
     uint64_t dropped = 0;  // slots for which the receiving application had left no room
     uint64_t missing = 0;  // slots that were due and did not come, for whatever reason
-    double cpuPercent = 0; // of one core, of the services together
+    uint64_t taken = 0;    // slots that came
+    double cpuSeconds = 0; // of the services together
+    double cpuPercent = 0; // the same, of one core
 
     bool IsWhole() const { return lost + missing == 0; }
 };
