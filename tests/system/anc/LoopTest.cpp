@@ -63,7 +63,7 @@ std::vector<AncItem> FrameOf(const RasterCase& raster, uint32_t frame)
 class AncLoop : public testing::Test
 {
 protected:
-    MxsProcess Service;
+    MxsProcess Service{kSendsLate};
     Session With{Service.ServiceUrl()};
 };
 

@@ -40,7 +40,7 @@ protected:
         return Bytes(bytes.begin() + long(at), bytes.begin() + long(at + count));
     }
 
-    MxsProcess Service;
+    MxsProcess Service{kSendsLate};
     Session With{Service.ServiceUrl()};
 };
 

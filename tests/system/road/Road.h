@@ -19,6 +19,9 @@ namespace test
 
 #define ZEFA_OK(call) ASSERT_EQ(ZEFA_NO_ERROR, (call))
 
+// For a service that sends: what is late because the machine had other work is sent all the same, and not given up.
+inline const std::vector<std::string> kSendsLate{"--longest-hold", "60000"};
+
 // Counters follow the slots by a moment, and the system follows a close.
 template <class Condition>
 bool Await(Condition&& condition)
@@ -277,20 +280,6 @@ inline std::vector<SlotBuffer> TakeSlot(ReceiveStream& stream, uint32_t buffers 
     }
     EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_UnlockSlot(stream.Handle, slot));
     return taken;
-}
-
-// Sends and takes what is one slot. A sender that is without a processor for a tenth of a second gives up what it
-// holds, and counts it: once more then, a few times at most.
-template <class Sender, class Attempt>
-void AgainIfGivenUp(Sender& sender, Attempt&& sendAndTake)
-{
-    bool givenUp = true;
-    for (int attempt = 0; attempt < 4 && givenUp; ++attempt)
-    {
-        const uint64_t before = sender.NetworkStatus().LostPacketsCount_ULL;
-        sendAndTake();
-        givenUp = sender.NetworkStatus().LostPacketsCount_ULL != before;
-    }
 }
 
 // Sends one empty-timestamp frame so that the receiver has seen where a frame ends and the next one counts from its

@@ -75,13 +75,8 @@ protected:
                 for (uint16_t& sample : samples)
                     sample = Travelled(sample, application, network);
 
-            std::vector<SlotBuffer> slot;
-            AgainIfGivenUp(sender,
-                           [&]
-                           {
-                               sender.Put(sent, timestamps);
-                               slot = TakeSlot(receiver, Format.buffers);
-                           });
+            sender.Put(sent, timestamps);
+            const std::vector<SlotBuffer> slot = TakeSlot(receiver, Format.buffers);
             ASSERT_TRUE(Holds(slot, StoredAll(pictures, format)))
                 << "network " << network << ", application " << application << ", padding " << format.padding
                 << ", endianness " << format.endianness << ", frame " << frame << ": "
@@ -94,7 +89,7 @@ protected:
 
     const FormatCase Format = std::get<0>(GetParam());
     const uint32_t NetworkDepth = std::get<1>(GetParam());
-    MxsProcess Service;
+    MxsProcess Service{kSendsLate};
     Session With{Service.ServiceUrl()};
 };
 

@@ -1,5 +1,5 @@
 // How long a slot that has begun waits for a service that stands still.
-#include "SendingTest.h"
+#include "system/road/Road.h"
 
 #include <csignal>
 #include <thread>

@@ -38,13 +38,8 @@ void ExpectAPictureArrives(Session& session)
     SendStream sender(session, settings);
     receiver.Start();
     sender.Start();
-    std::vector<SlotBuffer> slot;
-    AgainIfGivenUp(sender,
-                   [&]
-                   {
-                       sender.Put({Picture()}, {4711});
-                       slot = TakeSlot(receiver);
-                   });
+    sender.Put({Picture()}, {4711});
+    const std::vector<SlotBuffer> slot = TakeSlot(receiver);
     ASSERT_EQ(1u, slot.size());
     EXPECT_TRUE(slot[0].losses.empty()) << slot[0].losses.size() << " holes, the first at "
                                         << slot[0].losses[0].Position_UL << " of " << slot[0].losses[0].Size_UL;
@@ -124,7 +119,7 @@ TEST(SenderLife, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionSendsAfterIt
     EXPECT_EQ(ZEFA_ERR_INCORRECT_STATE, stream->Abandon());
 
     {
-        MxsProcess again({}, service.Port());
+        MxsProcess again(kSendsLate, service.Port());
         EXPECT_EQ(0u, RailsOf(process).size());
         Session fresh(again.ServiceUrl());
         ExpectAPictureArrives(fresh);
@@ -134,7 +129,7 @@ TEST(SenderLife, EveryCallAnswersWhenTheServiceHasGoneAndANewSessionSendsAfterIt
 
 TEST_P(DyingSender, IsForgottenWithItsSlotAndTheNextOneSends)
 {
-    MxsProcess service({"--context-ttl", "5"});
+    MxsProcess service({"--context-ttl", "5", "--longest-hold", "60000"});
     // A process of its own, not a fork: the threads of the HTTP library do not come along into one.
     const pid_t application = ::fork();
     if (application == 0)

@@ -16,7 +16,7 @@ constexpr size_t kPackets = 2 * 576; // of a frame: two for each line
 class VideoLoop : public testing::Test
 {
 protected:
-    MxsProcess Service;
+    MxsProcess Service{kSendsLate};
     Session With{Service.ServiceUrl()};
     StreamSettings Format{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50, .slots = 8, .lockTimeoutMs = 10000};
 

@@ -87,7 +87,7 @@ private:
 
 TEST(Paths, LossIsCountedForEachOfThem)
 {
-    MxsProcess service;
+    MxsProcess service(kSendsLate);
     PlainSession plain(uint16_t(std::stoul(service.Port())));
     Session session(service.ServiceUrl());
     const AudioFormat format{.packetsPerBuffer = 20};
