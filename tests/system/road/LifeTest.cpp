@@ -83,7 +83,7 @@ TEST(Life, ConfigurationsComeBackAsTheyWereSet)
     ZEFA_STREAM_COMMON_CONFIG common{};
     ZEFA_OK(ZEFA_GetStreamCommonConfig(stream.Handle, &common));
     EXPECT_EQ(4u, common.ApplicativeBufferQueueDepth_UL);
-    EXPECT_EQ(2000u, common.LockTimeoutMs_UL);
+    EXPECT_EQ(10000u, common.LockTimeoutMs_UL);
     EXPECT_EQ(session.Conductor, common.ConductorId_ULL);
     auto network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
     ZEFA_OK(ZEFA_GetStreamNetworkConfig(stream.Handle, network.get()));

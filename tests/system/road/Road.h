@@ -88,7 +88,7 @@ struct StreamSettings
     uint32_t padding = ZEFA_BIT_PADDING_16;
     uint32_t endianness = ZEFA_ENDIANNESS_LITTLE;
     uint32_t slots = 4;
-    uint32_t lockTimeoutMs = 2000;
+    uint32_t lockTimeoutMs = 10000;
     uint32_t destination = INADDR_LOOPBACK;
     uint16_t port = 0;
     std::vector<uint16_t> morePorts = {}; // of redundant paths to the same address
