@@ -186,7 +186,11 @@ bool IsInside(uint32_t index)
 TEST_F(AudioLoop, PacketsOutOfOrderMakeTheSameSlots)
 {
     Run(1,
-        [](size_t, uint32_t index) { return index < 290 && index % 8 == 2 ? Relay::Fate::Hold : Relay::Fate::Pass; });
+        [](size_t, uint32_t index)
+        {
+            // Never so near to the end of a slot that nothing of it overtakes.
+            return index % 20 < 17 && index % 8 == 2 ? Relay::Fate::Hold : Relay::Fate::Pass;
+        });
     ExpectHoles([](uint32_t) { return false; });
 }
 
