@@ -7,6 +7,8 @@
 Packets stay on the loopback."""
 import argparse
 import ctypes
+import http.client
+import http.server
 import json
 import os
 import pathlib
@@ -20,6 +22,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -57,6 +60,50 @@ def leave_the_machines_network():
     subprocess.run(["ip", "link", "set", "lo", "up"], check=True, timeout=20)
 
 
+def with_settings_of_the_machine(etc, settings):
+    """For preexec_fn: a program that sees the folder `etc` for /etc, and these log settings of the machine in it."""
+    if subprocess.run(["unshare", "--mount", "true"], capture_output=True, check=False).returncode != 0:
+        raise unittest.SkipTest("no right to make a mount namespace")
+    (etc / "quillmont").mkdir(parents=True)
+    (etc / "quillmont" / "zefaline.conf").write_text(settings)
+    if os.path.exists("/etc/ld.so.cache"):
+        shutil.copy("/etc/ld.so.cache", etc)
+    system = ctypes.CDLL(None, use_errno=True)
+
+    def enter():
+        if (system.unshare(0x00020000) != 0  # CLONE_NEWNS
+                or system.mount(None, b"/", None, 0x44000, None) != 0  # MS_REC | MS_PRIVATE
+                or system.mount(os.fsencode(etc), b"/etc", None, 0x1000, None) != 0):  # MS_BIND
+            raise OSError(ctypes.get_errno(), "no /etc of its own")
+
+    return enter
+
+
+class OtherService(http.server.BaseHTTPRequestHandler):
+    """The service, but for what it tells of its flow rail."""
+    protocol_version = "HTTP/1.1"
+
+    def pass_on(self):
+        behind = http.client.HTTPConnection("127.0.0.1", self.server.behind, timeout=20)
+        body = self.rfile.read(int(self.headers.get("Content-Length", 0)))
+        behind.request(self.command, self.path, body, dict(self.headers))
+        answer = behind.getresponse()
+        told = re.sub(*self.server.change, answer.read())
+        self.send_response(answer.status)
+        for name, value in answer.getheaders():
+            if name.lower() not in ("content-length", "transfer-encoding", "connection"):
+                self.send_header(name, value)
+        self.send_header("Content-Length", str(len(told)))
+        self.end_headers()
+        self.wfile.write(told)
+        behind.close()
+
+    do_GET = do_PUT = do_POST = do_DELETE = pass_on
+
+    def log_message(self, *_):
+        pass
+
+
 class Zefa(unittest.TestCase):
     bin = pages = None
 
@@ -80,6 +127,15 @@ class Zefa(unittest.TestCase):
                 return service
             time.sleep(0.02)
         self.fail("the service did not start: " + (self.folder / "mxsd.log").read_text())
+
+    def stand_before_the_service(self, key, instead):
+        """The service is found where `instead` stands for this part of what it answers."""
+        server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), OtherService)
+        server.behind, server.change = int(re.search(r":(\d+)/", self.url)[1]), (key, instead)
+        self.addCleanup(server.server_close)
+        self.addCleanup(server.shutdown)
+        threading.Thread(target=server.serve_forever, daemon=True).start()
+        self.url = f"http://localhost:{server.server_port}/"
 
     def start(self, *words, service=True, stdout=subprocess.PIPE, **more):
         options = ["--service", self.url] if service and self.url else []
@@ -207,6 +263,20 @@ class Zefa(unittest.TestCase):
         self.assertEqual(NO_SERVICE, watching.returncode, err)
         self.assertIn(b"zefa: The cores could not be listed: Communication error.", err)
 
+    def test_AServiceWithAnotherFlowRailIsLookedAtAndGetsNoMedia(self):
+        self.start_service()
+        self.stand_before_the_service(rb'("FlowRailVersion" *: *)\d+', rb"\g<1>1")
+        self.assertFalse(self.json("status")["railFits"])
+        file = self.write("video.sdp", description(port=free_udp_port()))
+        self.assertEqual("zefa: The service has another version of the flow rail: no media can be exchanged with it.\n",
+                         self.zefa("receive", file, expect=REFUSED)[1])
+
+    def test_AServiceThatAnswersWithNonsenseIsExitCode3(self):
+        self.start_service()
+        self.stand_before_the_service(rb'"FlowRailVersion"', b'nonsense')
+        _, err = self.zefa("status", expect=NO_SERVICE)
+        self.assertEqual(f"zefa: No session with the service {self.url}: Communication error.\n", err)
+
     # What goes wrong before anything is done.
 
     def test_AServiceThatIsNotThereIsExitCode3(self):
@@ -236,6 +306,7 @@ class Zefa(unittest.TestCase):
                 ("sdp", "check"): "FILE is missing.",
                 ("sdp", "write", "--path", "239.0.0.1"):
                     '--path wants ADDRESS:PORT, as 239.0.0.1:5004, not "239.0.0.1".',
+                ("sdp", "write", "--name", 50 * "x"): "--name has room for 49 bytes.",
                 ("sdp", "write", "--essence", "audio", "--depth", "8"): "--depth says nothing about audio.",
                 ("send", "a.sdp"): "--input is missing: the file with the samples.",
                 ("--completion",): "--completion wants the name of a shell: bash.",
@@ -243,6 +314,10 @@ class Zefa(unittest.TestCase):
             out, err = self.zefa(*words, expect=USAGE)
             self.assertEqual("", out)
             self.assertEqual(f"zefa: {sentence}", err.splitlines()[0])
+
+    def test_AnAddressThatTheLibraryCannotTakeIsExitCode2(self):
+        _, err = self.zefa("status", "--service", "http://localhost :7420/", expect=USAGE)
+        self.assertRegex(err.splitlines()[0], r"^zefa: --service http://localhost :7420/ is no address: .*\.$")
 
     def test_FilesThatCannotBeReadAreExitCode5(self):
         missing = str(self.folder / "missing.sdp")
@@ -259,10 +334,41 @@ class Zefa(unittest.TestCase):
         self.addCleanup(os.close, folder)
         self.assertEqual("zefa: - is a folder.\n", self.zefa("sdp", "check", "-", expect=FILE, stdin=folder)[1])
 
+    def test_ReadingThatIsInterruptedIsExitCode5(self):
+        pipe = self.folder / "pipe"
+        os.mkfifo(pipe)
+        checking = self.start("sdp", "check", pipe)
+        self.addCleanup(checking.kill)
+        self.addCleanup(os.close, os.open(pipe, os.O_WRONLY))  # waits until it is being read
+        checking.send_signal(signal.SIGINT)
+        _, err = checking.communicate(timeout=60)
+        self.assertEqual((FILE, f"zefa: {pipe} was not read to its end: interrupted.\n"),
+                         (checking.returncode, err.decode()))
+
+    def test_WritingThatIsInterruptedIsExitCode5(self):
+        pipe = self.folder / "pipe"  # that nobody reads
+        os.mkfifo(pipe)
+        writing = self.start("sdp", "write", "--output", pipe)
+        self.addCleanup(writing.kill)
+        status = pathlib.Path(f"/proc/{writing.pid}/status")
+        while writing.poll() is None and not int(re.search(r"SigCgt:\s*(\w+)", status.read_text())[1], 16) & 2:
+            time.sleep(0.01)  # until it hears interrupts
+        writing.send_signal(signal.SIGINT)
+        _, err = writing.communicate(timeout=60)
+        self.assertEqual((FILE, f"zefa: {pipe} was not written to its end: interrupted.\n"),
+                         (writing.returncode, err.decode()))
+
+    def test_MemoryThatRunsOutIsExitCode4(self):
+        _, err = self.zefa("sdp", "check", "/dev/zero", expect=REFUSED,
+                           preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (1 << 29, 1 << 29)))
+        self.assertEqual("zefa: std::bad_alloc\n", err)
+
     def test_WithoutAFolderForTheSettingsOfTheReaderIsExitCode5(self):
         file = self.write("good.sdp", description())
         _, err = self.zefa("sdp", "check", file, expect=FILE, env={**os.environ, "TMPDIR": str(self.folder / "none")})
         self.assertRegex(err, r"^zefa: There is no folder for temporary files: .*\.\n$")
+        _, err = self.zefa("sdp", "check", file, expect=FILE, env={**os.environ, "TMPDIR": "/proc"})
+        self.assertRegex(err, r"^zefa: No folder for the log settings could be made: .*\.\n$")
 
     def test_SettingsThatCannotBeWrittenLeaveNoFolderBehind(self):
         def fill_the_disk():
@@ -350,6 +456,19 @@ class Zefa(unittest.TestCase):
         self.assertIn(f"{file}: error (reader): the reading ended with an exception: invalid stoi argument\n", out)
         self.assertRegex(out, rf"(?m)^{re.escape(file)}:5:25: hint \(zefa\), m=: .*a blank to spare")
 
+    def test_WhereTheMachinesLogSettingsRuleCheckSaysSoAndTellsTheResultAlone(self):
+        unclocked = self.write("unclocked.sdp", description().replace("a=mediaclk:direct=0\r\n", ""))
+        bad = self.write("bad.sdp", description(VIDEO.replace("depth=8", "depth=9")))
+        own = with_settings_of_the_machine(self.folder / "etc", "DebugFilter = Emergency\n")
+        self.assertEqual([f"{bad}: error (reader): refused: Operation failed",
+                          f"{bad}: refused; complaints of the reader: 1, hints: 0",
+                          "The log settings of this machine (/etc/quillmont/zefaline.conf) rule: what the reader says "
+                          "may be missing here."],
+                         self.zefa("sdp", "check", bad, expect=COMPLAINTS, preexec_fn=own)[0].splitlines())
+        self.assertTrue(self.json("sdp", "check", bad, expect=COMPLAINTS, preexec_fn=own)["logOfThisMachine"])
+        self.assertEqual("description: error (writer): refused: Operation failed\n",
+                         self.zefa("sdp", "write", "--from", unclocked, expect=COMPLAINTS, preexec_fn=own)[1])
+
     def test_HintsAloneAreExitCode0UnlessStrict(self):
         file = self.write("interlaced.sdp", description(
             VIDEO.replace("width=1280; height=720; exactframerate=50",
@@ -393,6 +512,9 @@ class Zefa(unittest.TestCase):
         self.assertEqual("", out)
         self.assertIn('Unsupported depth value "9".', err)
         self.assertIn(f"zefa: {file} was refused by the reader.\n", err)
+        file = self.write("throws.sdp", description().replace("RTP/AVP 96", "RTP/AVP 96 "))
+        _, err = self.zefa("sdp", "show", file, expect=COMPLAINTS)
+        self.assertRegex(err, rf"(?m)^{re.escape(file)}:5:25: hint \(zefa\), m=: .*a blank to spare")
 
     def test_DiffTellsTheFieldsThatDiffer(self):
         a = self.write("a.sdp", description())
@@ -402,6 +524,9 @@ class Zefa(unittest.TestCase):
                          self.json("sdp", "diff", a, b, expect=COMPLAINTS))
         out, _ = self.zefa("sdp", "diff", a, b, expect=COMPLAINTS)
         self.assertRegex(out, r"(?m)^video\.depth +8 +10$")
+        more = self.write("more.sdp", description().replace("s=test", "s=test\r\ni=words"))
+        self.assertEqual([{"name": "sessionDescription", "a": None, "b": "words"}],
+                         self.json("sdp", "diff", a, more, expect=COMPLAINTS))
 
     def test_DiffOfTheSameFieldsInOtherLinesIsExitCode0(self):
         a = self.write("a.sdp", description())
@@ -445,6 +570,21 @@ class Zefa(unittest.TestCase):
         self.assertEqual([{"name": "video.depth", "a": "8", "b": "10"}],
                          self.json("sdp", "diff", file, again, expect=COMPLAINTS))
 
+    def test_WriteTakesOffsetAndClockFromItsOptions(self):
+        local, traceable = str(self.folder / "local.sdp"), str(self.folder / "traceable.sdp")
+        self.zefa("sdp", "write", "--refclk", "localmac=00-11-22-33-44-55", "--troff", "40", "--output", local)
+        self.assertEqual(40, self.json("sdp", "show", local)["video"]["trOffsetUs"])
+        self.zefa("sdp", "write", "--from", local, "--refclk", "traceable", "--output", traceable)
+        self.assertEqual([{"name": "refClock", "a": "localmac=00-11-22-33-44-55", "b": "traceable"}],
+                         self.json("sdp", "diff", local, traceable, expect=COMPLAINTS))
+
+    def test_WriteRefusesAClockThatIsNone(self):
+        for clock in ("gps", "ptp=08-00-11-FF-FE-21-E1-B0", "ptp=08-00-11-FF-FE-21-E1-B0:256", "ptp=08-00:1",
+                      "localmac=00-11-22-33-44"):
+            _, err = self.zefa("sdp", "write", "--refclk", clock, expect=USAGE)
+            self.assertEqual("zefa: --refclk wants traceable, ptp=00-11-22-33-44-55-66-77:127 or "
+                             f'localmac=00-11-22-33-44-55, not "{clock}".', err.splitlines()[0])
+
     def test_WriteTellsWhatTheWriterRefuses(self):
         file = self.write("unclocked.sdp", description().replace("a=mediaclk:direct=0\r\n", ""))
         out, err = self.zefa("sdp", "write", "--from", file, expect=COMPLAINTS)
@@ -482,6 +622,19 @@ class Zefa(unittest.TestCase):
         shown, err = self.on_a_terminal("receive", file, "--timeout", "1", "--interval", "10", expect=NOTHING)
         self.assertRegex(shown, r"^(\r\x1b\[K +\d\.\d s  0 slots  [^\r\n]*  0 in the ring){2,}\r\n$")
         self.assertEqual("zefa: Nothing arrived for 1 s.\n", err)
+
+    def test_ATerminalThatGoesAwayEndsTheStream(self):
+        self.start_service()
+        terminal, output = pty.openpty()
+        receiving = self.start("receive", self.write("video.sdp", description(port=free_udp_port())), "--timeout", "60",
+                               "--interval", "10", stdout=output)
+        self.addCleanup(receiving.kill)
+        os.close(output)
+        self.assertTrue(os.read(terminal, 1))
+        os.close(terminal)
+        _, err = receiving.communicate(timeout=60)
+        self.assertEqual((FILE, "zefa: The standard output takes no more: Input/output error.\n"),
+                         (receiving.returncode, err.decode()))
 
     def test_AReaderThatGoesAwayEndsTheStream(self):
         self.start_service()
@@ -547,6 +700,15 @@ class Zefa(unittest.TestCase):
                                                 "a=rtpmap:97 L24/48000/2\r\na=ptime:1\r\n"))
         self.assertEqual(f"zefa: {two} holds media that are not paths of one stream; choose one with --media: 0 video "
                          "raw, 1 audio L24.", self.zefa("receive", two, expect=USAGE)[1].splitlines()[0])
+        self.assertEqual(f"zefa: {two} has no media 2; there are: 0 video raw, 1 audio L24.",
+                         self.zefa("receive", two, "--media", "2", expect=USAGE)[1].splitlines()[0])
+        for what, text in {"the sampling": description(VIDEO.replace("YCbCr-4:2:2", "KEY")),
+                           "the coding": AUDIO.replace("L16", "L20"),
+                           "the packet time": AUDIO.replace("ptime:1", "ptime:4"),
+                           "the rate": AUDIO.replace("48000", "44100")}.items():
+            file = self.write("unsaid.sdp", text.format(port=5000))
+            self.assertEqual(f"zefa: {file} does not say {what} in words that the library takes; zefa sdp check {file} "
+                             "tells more.\n", self.zefa("receive", file, expect=COMPLAINTS)[1])
         raster = self.write("raster.sdp", description(VIDEO.replace("1280", "1270")))
         self.assertIn("leads to no video standard; choose it with --standard",
                       self.zefa("receive", raster, expect=USAGE)[1])
@@ -619,6 +781,14 @@ class Zefa(unittest.TestCase):
                                  "--standard", "1920x1080p50", slots=30, lead_in=1)
         self.assertEqual(sorted(line for slot in slots[1:] for line in lines(slot, slot - 6)),
                          sorted(received.decode().splitlines(keepends=True)))
+
+    def test_AncillaryPacketsGoOnWithTheFirstOneInALoop(self):
+        self.start_service()
+        file = self.write("anc.sdp", description("exactframerate=50; SSN=ST2110-40:2018;", port=free_udp_port()))
+        packets = self.write("packets", "5 0 9 H 60 60\n6 0 9 H 60 60\n")
+        out, _ = self.zefa("send", file, "--input", packets, "--standard", "1920x1080p50", "--loop", "--slots", "5",
+                           "--json")
+        self.assertEqual(5, json.loads(out.splitlines()[-1])["slots"])
 
     def test_AncillaryTextThatIsNoneIsExitCode5(self):
         self.start_service()
