@@ -59,8 +59,8 @@ class Programs:
             self.end(name, signal.SIGTERM)
 
     def service(self, binaries):
-        """Starts the service and returns its address."""
-        self.start("mxsd", [binaries / "mxsd", "--port", "0"])
+        """Starts the service, which gives up no packet because the machine has other work, and returns its address."""
+        self.start("mxsd", [binaries / "mxsd", "--port", "0", "--longest-hold", "60000"])
         for _ in range(200):
             match = re.search(r"http://localhost:\d+/", self.log("mxsd"))
             if match:

@@ -85,12 +85,13 @@ def free_port():
 
 
 class Service:
-    """mxsd on a free port; its log is a file."""
+    """mxsd on a free port, which gives up no packet because the machine has other work; its log is a file."""
 
     def __init__(self, binaries, folder):
         self.log = folder / "mxsd.log"
         with self.log.open("wb") as out:
-            self.process = subprocess.Popen([binaries / "mxsd", "--port", "0"], stdout=out, stderr=out)
+            self.process = subprocess.Popen([binaries / "mxsd", "--port", "0", "--longest-hold", "60000"], stdout=out,
+                                            stderr=out)
         for _ in range(400):
             found = re.search(r"http://localhost:\d+/", self.log.read_text())
             if found:
