@@ -31,7 +31,6 @@ SKIPPED = 77
 VIDEO = ("sampling=YCbCr-4:2:2; width=1280; height=720; exactframerate=50; depth=8; TCS=SDR; colorimetry=BT709; "
          "PM=2110GPM; SSN=ST2110-20:2017;")
 SLOT_BYTES = 1280 * 720 * 2
-SENDS_LATE = "--longest-hold", "60000"  # for a service on a machine with other work, which gives up packets otherwise
 FIELDS = VIDEO.replace("width=1280; height=720; exactframerate=50",
                        "width=720; height=576; interlace; exactframerate=25")
 FRAME_BYTES = 720 * 576 * 2
