@@ -3,12 +3,14 @@ import os
 import pathlib
 import re
 import signal
-import socket
 import subprocess
 import sys
 import time
 
 SKIPPED = 77
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
+from ports import free_port  # for those that import this
+
 
 
 class Namespace:
@@ -118,12 +120,6 @@ def dissect(file, port, fields, *options):
                            + [word for field in fields for word in ("-e", field)],
                            capture_output=True, text=True, timeout=120, check=True).stdout
     return [dict(zip(fields, line.split("\t"))) for line in table.splitlines()]
-
-
-def free_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def write_description(binaries, sdp, address, ports, *options):

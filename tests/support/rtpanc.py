@@ -1,7 +1,6 @@
 """RTP packets with ancillary data, decoded bit by bit: shared by the tests that are written in Python and by nothing
 that they test."""
 import re
-import socket
 import struct
 import subprocess
 import sys
@@ -76,12 +75,6 @@ def parity_holds(word):
 def checksum_holds(words):
     total = sum(word & 0x1FF for word in words[:-1]) & 0x1FF
     return words[-1] == total | (~total << 1 & 0x200)
-
-
-def free_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 class Service:

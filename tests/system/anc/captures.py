@@ -15,6 +15,7 @@ import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 import rtpanc
+from ports import free_port
 
 SKIPPED = 77
 P720, I1080, P1080_50, P1080 = 4, 7, 14, 15  # video standards: 59.94, but for the third
@@ -97,7 +98,7 @@ def run(name, binaries, captures):
         sys.exit("the capture was not understood")
 
     with tempfile.TemporaryDirectory() as folder, rtpanc.Service(binaries, pathlib.Path(folder)) as service:
-        port = rtpanc.free_port()
+        port = free_port()
         text = pathlib.Path(folder) / "received"
         with text.open("wb") as out:  # a pipe that nobody empties meanwhile would hold the receiver up
             receiver = subprocess.Popen([binaries / "anc_program", "receive", service.url, str(standard),

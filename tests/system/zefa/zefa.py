@@ -26,8 +26,12 @@ import threading
 import time
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from ports import free_port
+
 GOOD, COMPLAINTS, USAGE, NO_SERVICE, REFUSED, FILE, NOTHING = range(7)
 SKIPPED = 77
+SENDS_LATE = "--longest-hold", "60000"  # for a service on a machine with other work, which gives up packets otherwise
 VIDEO = ("sampling=YCbCr-4:2:2; width=1280; height=720; exactframerate=50; depth=8; TCS=SDR; colorimetry=BT709; "
          "PM=2110GPM; SSN=ST2110-20:2017;")
 SLOT_BYTES = 1280 * 720 * 2
@@ -45,12 +49,6 @@ def description(format_=VIDEO, port=5000, address="127.0.0.1", session="", media
 
 AUDIO = "\r\n".join(["v=0", "o=- 1 1 IN IP4 127.0.0.1", "s=test", "t=0 0", "m=audio {port} RTP/AVP 97",
                      "c=IN IP4 127.0.0.1", "a=rtpmap:97 L16/48000/2", "a=ptime:1", "a=mediaclk:direct=0", ""])
-
-
-def free_udp_port():
-    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 def leave_the_machines_network():
@@ -261,13 +259,14 @@ class Zefa(unittest.TestCase):
         service.kill()
         _, err = watching.communicate(timeout=30)
         self.assertEqual(NO_SERVICE, watching.returncode, err)
-        self.assertIn(b"zefa: The cores could not be listed: Communication error.", err)
+        self.assertRegex(err, b"zefa: The (cores could not be listed|status of a core could not be read): "
+                              b"Communication error\\.")
 
     def test_AServiceWithAnotherFlowRailIsLookedAtAndGetsNoMedia(self):
         self.start_service()
         self.stand_before_the_service(rb'("FlowRailVersion" *: *)\d+', rb"\g<1>1")
         self.assertFalse(self.json("status")["railFits"])
-        file = self.write("video.sdp", description(port=free_udp_port()))
+        file = self.write("video.sdp", description(port=free_port()))
         self.assertEqual("zefa: The service has another version of the flow rail: no media can be exchanged with it.\n",
                          self.zefa("receive", file, expect=REFUSED)[1])
 
@@ -598,13 +597,13 @@ class Zefa(unittest.TestCase):
 
     def test_ReceiveOfNothingIsExitCode6(self):
         self.start_service()
-        file = self.write("video.sdp", description(port=free_udp_port()))
+        file = self.write("video.sdp", description(port=free_port()))
         _, err = self.zefa("receive", file, "--timeout", "1", expect=NOTHING)
         self.assertEqual("zefa: Nothing arrived for 1 s.\n", err)
 
     def test_ReceivedMediaOnTheStandardOutputStandsAlone(self):
         self.start_service()
-        port = free_udp_port()
+        port = free_port()
         file = self.write("video.sdp", description(port=port))
         sent = self.write("sent", bytes([0x80, 0x10]) * (SLOT_BYTES // 2))
         sending = self.start("send", file, "--input", sent, "--loop")
@@ -618,7 +617,7 @@ class Zefa(unittest.TestCase):
 
     def test_CountersOnATerminalStayInTheirLine(self):
         self.start_service()
-        file = self.write("video.sdp", description(port=free_udp_port()))
+        file = self.write("video.sdp", description(port=free_port()))
         shown, err = self.on_a_terminal("receive", file, "--timeout", "1", "--interval", "10", expect=NOTHING)
         self.assertRegex(shown, r"^(\r\x1b\[K +\d\.\d s  0 slots  [^\r\n]*  0 in the ring){2,}\r\n$")
         self.assertEqual("zefa: Nothing arrived for 1 s.\n", err)
@@ -626,7 +625,7 @@ class Zefa(unittest.TestCase):
     def test_ATerminalThatGoesAwayEndsTheStream(self):
         self.start_service()
         terminal, output = pty.openpty()
-        receiving = self.start("receive", self.write("video.sdp", description(port=free_udp_port())), "--timeout", "60",
+        receiving = self.start("receive", self.write("video.sdp", description(port=free_port())), "--timeout", "60",
                                "--interval", "10", stdout=output)
         self.addCleanup(receiving.kill)
         os.close(output)
@@ -638,7 +637,7 @@ class Zefa(unittest.TestCase):
 
     def test_AReaderThatGoesAwayEndsTheStream(self):
         self.start_service()
-        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        file = self.write("audio.sdp", AUDIO.format(port=free_port()))
         sending = self.start("send", file, "--input", self.write("sent", bytes(AUDIO_SLOT_BYTES)), "--loop")
         self.addCleanup(sending.communicate)
         self.addCleanup(sending.terminate)
@@ -654,7 +653,7 @@ class Zefa(unittest.TestCase):
 
     def test_ALostTerminalEndsTheStreamUnlessItIsToGoOn(self):
         self.start_service()
-        file = self.write("video.sdp", description(port=free_udp_port()))
+        file = self.write("video.sdp", description(port=free_port()))
         words = ("receive", file, "--json", "--interval", "10")
         receiving = self.start(*words)
         self.addCleanup(receiving.kill)
@@ -675,7 +674,7 @@ class Zefa(unittest.TestCase):
 
     def test_AReaderThatStandsStillHoldsUpNoInterrupt(self):
         self.start_service()
-        file = self.write("video.sdp", description(port=free_udp_port()))
+        file = self.write("video.sdp", description(port=free_port()))
         sending = self.start("send", file, "--input", self.write("sent", bytes(SLOT_BYTES)), "--loop")
         self.addCleanup(sending.communicate)
         self.addCleanup(sending.terminate)
@@ -718,7 +717,7 @@ class Zefa(unittest.TestCase):
 
     def test_RefusalsOfTheServiceAreExitCode4(self):
         self.start_service("--memory-limit", "1M")
-        file = self.write("video.sdp", description(port=free_udp_port()))
+        file = self.write("video.sdp", description(port=free_port()))
         _, err = self.zefa("receive", file, "--timeout", "1", expect=REFUSED)
         self.assertRegex(err, r"^zefa: The .* (refused|opened|started): ")
 
@@ -726,7 +725,7 @@ class Zefa(unittest.TestCase):
         """Sends the file `content` by one zefa and receives it with another, which runs before the first packet: all
         slots of the file, but for a `lead_in` that the service keeps. Nothing is lost on the way, by the counters of
         both. Gives the bytes that were received."""
-        self.start_service()
+        self.start_service(*SENDS_LATE)
         file, got = self.write("stream.sdp", text), self.folder / "received"
         sent = self.write("sent", content)
         receiving = self.start("receive", file, "--output", str(got), "--json", "--interval", "100", "--slots",
@@ -754,18 +753,18 @@ class Zefa(unittest.TestCase):
 
     def test_VideoThatOneSendsTheOtherReceives(self):
         frames = random.Random(1).randbytes(10 * FRAME_BYTES)
-        received = self.transfer(description(FIELDS, free_udp_port()), frames, "--standard", "720x576i50", slots=10)
+        received = self.transfer(description(FIELDS, free_port()), frames, "--standard", "720x576i50", slots=10)
         self.assert_same_slots(frames, received, FRAME_BYTES)
 
     def test_AudioThatOneSendsTheOtherReceives(self):
         samples = random.Random(2).randbytes(20 * AUDIO_SLOT_BYTES)
-        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, slots=20)
+        received = self.transfer(AUDIO.format(port=free_port()), samples, slots=20)
         self.assert_same_slots(samples, received, AUDIO_SLOT_BYTES)
 
     def test_OneMediaOfSeveralIsTakenByItsNumber(self):
         samples = random.Random(3).randbytes(3 * AUDIO_SLOT_BYTES)
-        audio = AUDIO.format(port=free_udp_port())
-        several = description(port=free_udp_port(), media=audio[audio.index("m="):])
+        audio = AUDIO.format(port=free_port())
+        several = description(port=free_port(), media=audio[audio.index("m="):])
         self.assert_same_slots(samples, self.transfer(several, samples, "--media", "1", slots=3), AUDIO_SLOT_BYTES)
 
     def test_AncillaryPacketsThatOneSendsTheOtherReceives(self):
@@ -777,14 +776,14 @@ class Zefa(unittest.TestCase):
 
         slots = [5, *range(6, 11), *range(13, 21), *range(23, 36)]
         content = "".join(line for slot in slots for line in lines(slot, slot))
-        received = self.transfer(description("exactframerate=50; SSN=ST2110-40:2018;", port=free_udp_port()), content,
+        received = self.transfer(description("exactframerate=50; SSN=ST2110-40:2018;", port=free_port()), content,
                                  "--standard", "1920x1080p50", slots=30, lead_in=1)
         self.assertEqual(sorted(line for slot in slots[1:] for line in lines(slot, slot - 6)),
                          sorted(received.decode().splitlines(keepends=True)))
 
     def test_AncillaryPacketsGoOnWithTheFirstOneInALoop(self):
         self.start_service()
-        file = self.write("anc.sdp", description("exactframerate=50; SSN=ST2110-40:2018;", port=free_udp_port()))
+        file = self.write("anc.sdp", description("exactframerate=50; SSN=ST2110-40:2018;", port=free_port()))
         packets = self.write("packets", "5 0 9 H 60 60\n6 0 9 H 60 60\n")
         out, _ = self.zefa("send", file, "--input", packets, "--standard", "1920x1080p50", "--loop", "--slots", "5",
                            "--json")
@@ -799,19 +798,19 @@ class Zefa(unittest.TestCase):
 
     def test_SendEndsWithItsFileAndALastSlotThatIsFilledWithZeros(self):
         samples = random.Random(4).randbytes(2 * AUDIO_SLOT_BYTES + 1)
-        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, slots=3)
+        received = self.transfer(AUDIO.format(port=free_port()), samples, slots=3)
         self.assert_same_slots(samples + bytes(AUDIO_SLOT_BYTES - 1), received, AUDIO_SLOT_BYTES)
 
     def test_SendWaitsUntilALongRingIsSent(self):
         # 4.5 seconds of slots go into the ring at once.
         samples = random.Random(5).randbytes(150 * 3 * AUDIO_SLOT_BYTES)
-        received = self.transfer(AUDIO.format(port=free_udp_port()), samples, "--packets-per-slot", "30", slots=150,
+        received = self.transfer(AUDIO.format(port=free_port()), samples, "--packets-per-slot", "30", slots=150,
                                  queue=150)
         self.assert_same_slots(samples, received, 3 * AUDIO_SLOT_BYTES)
 
     def test_SendThatEndsWithSlotsInTheRingIsExitCode6(self):
         self.start_service()
-        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        file = self.write("audio.sdp", AUDIO.format(port=free_port()))
         sent = self.write("sent", "a slot of 3 s")
         _, err = self.zefa("send", file, "--input", sent, "--packets-per-slot", "3000", "--timeout", "1",
                            expect=NOTHING)
@@ -819,7 +818,7 @@ class Zefa(unittest.TestCase):
 
     def test_SendOfAFileThatIsEmptiedIsExitCode5(self):
         self.start_service()
-        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        file = self.write("audio.sdp", AUDIO.format(port=free_port()))
         sent = self.write("sent", bytes(AUDIO_SLOT_BYTES * 3 // 2))
         sending = self.start("send", file, "--input", sent, "--loop")
         self.addCleanup(sending.kill)
@@ -839,15 +838,15 @@ class Zefa(unittest.TestCase):
 
     def test_SendFromAPipeThatStandsStillHearsTheLimits(self):
         self.start_service()
-        file, pipe = self.write("audio.sdp", AUDIO.format(port=free_udp_port())), self.pipe()
+        file, pipe = self.write("audio.sdp", AUDIO.format(port=free_port())), self.pipe()
         out, _ = self.zefa("send", file, "--input", pipe, "--seconds", "1", "--json")
         self.assertEqual(0, json.loads(out.splitlines()[-1])["slots"])
         _, err = self.zefa("send", file, "--input", pipe, "--timeout", "1", expect=NOTHING)
         self.assertEqual(f"zefa: {pipe} gave nothing for 1 s.\n", err)
 
     def test_SendFromAPipeThatStandsStillEndsWithAnInterruptAndSendsNoHalfSlot(self):
-        self.start_service()
-        file = self.write("audio.sdp", AUDIO.format(port=free_udp_port()))
+        self.start_service(*SENDS_LATE)
+        file = self.write("audio.sdp", AUDIO.format(port=free_port()))
         sending = self.start("send", file, "--input", self.pipe(bytes(AUDIO_SLOT_BYTES * 5 // 2)), "--json",
                              "--interval", "10", "--timeout", "60")
         self.addCleanup(sending.kill)
@@ -861,7 +860,7 @@ class Zefa(unittest.TestCase):
 
     def test_SendFromAPipeWaitsForWhatWasSentAndNotForTheRestOfASlot(self):
         self.start_service()
-        file, half = self.write("audio.sdp", AUDIO.format(port=free_udp_port())), bytes(AUDIO_SLOT_BYTES // 2)
+        file, half = self.write("audio.sdp", AUDIO.format(port=free_port())), bytes(AUDIO_SLOT_BYTES // 2)
         out, _ = self.zefa("send", file, "--input", self.pipe(half), "--seconds", "1", "--timeout", "100", "--json")
         self.assertEqual(0, json.loads(out.splitlines()[-1])["packets"])
 
