@@ -13,11 +13,10 @@ import pathlib
 import re
 import subprocess
 import sys
-import tempfile
 
 import numpy
 
-from peers import (SKIPPED, Namespace, Programs, await_size, capture, dissect, free_port, gstreamer_by_description,
+from peers import (SKIPPED, Namespace, await_size, capture, dissect, free_port, gstreamer_by_description, judge,
                    write_description)
 
 RATE = 48000
@@ -212,20 +211,15 @@ def main():
         if case.group and not namespace.private:
             print(f"skipped: multicast needs a network namespace, and none could be made: {namespace.reason}")
             return SKIPPED
-        with tempfile.TemporaryDirectory() as folder:
-            programs = Programs(namespace, folder)
-            try:
-                names = {"source": "source.raw", "sdp": "stream.sdp", "wav": "received.wav", "raw": "received.raw"}
-                files = {name: pathlib.Path(folder) / file for name, file in names.items()}
-                sent = noise(case)
-                files["source"].write_bytes(sent.tobytes())
-                url = programs.service(binaries)
-                wrong = {"receive": receive, "send": send, "inspect": inspect}[case.direction](
-                    case, sent, files, binaries, programs, url)
-                if wrong:
-                    programs.fail(wrong)
-            finally:
-                programs.close()
+        sent, work = noise(case), {"receive": receive, "send": send, "inspect": inspect}[case.direction]
+
+        def attempt(programs, folder):
+            names = {"source": "source.raw", "sdp": "stream.sdp", "wav": "received.wav", "raw": "received.raw"}
+            files = {name: folder / file for name, file in names.items()}
+            files["source"].write_bytes(sent.tobytes())
+            return work(case, sent, files, binaries, programs, programs.service(binaries))
+
+        judge(namespace, attempt)
         print("all samples are those that were sent")
         return 0
     finally:

@@ -5,12 +5,13 @@ import re
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 
-SKIPPED = 77
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 from ports import free_port  # for those that import this
 
+SKIPPED = 77
 
 
 class Namespace:
@@ -28,6 +29,20 @@ class Namespace:
 
     def command(self, arguments):
         return ["ip", "netns", "exec", self.name, *arguments] if self.private else list(arguments)
+
+    def read(self, name):
+        """The lines of a file of /proc/net, as it is in this network."""
+        return subprocess.run(self.command(["cat", f"/proc/net/{name}"]), capture_output=True, text=True,
+                              check=False).stdout.splitlines()
+
+    def listens(self, port):
+        sockets = self.read("udp")[1:] + self.read("udp6")[1:]
+        return any(line.split()[1].endswith(f":{port:04X}") for line in sockets)
+
+    def without_room(self):
+        """Datagrams for which the sockets here had no room, since ever."""
+        names, values = (line.split() for line in self.read("snmp") if line.startswith("Udp:"))
+        return int(values[names.index("RcvbufErrors")])
 
     def close(self):
         if self.private:
@@ -56,6 +71,13 @@ class Programs:
             process.kill()
             return process.wait()
 
+    def await_port(self, port):
+        for _ in range(400):
+            if self.namespace.listens(port):
+                return
+            time.sleep(0.05)
+        self.fail(f"nobody listens on port {port}")
+
     def close(self):
         for name in reversed(self.running):
             self.end(name, signal.SIGTERM)
@@ -76,6 +98,25 @@ class Programs:
         for name in self.running:
             print(f"--- {name}\n{self.log(name)[-4000:]}")
         sys.exit(why)
+
+
+def judge(namespace, attempt, untold=False):
+    """Ends the test with what `attempt(programs, folder)` says is wrong, if anything is. When the system threw packets
+    away meanwhile, which it does and counts once the buffer of a peer's socket is full, it is made again, twice at
+    most; likewise where the peer loses packets by itself and tells nobody."""
+    for left in (2, 1, 0):
+        with tempfile.TemporaryDirectory() as folder:
+            programs, before = Programs(namespace, folder), namespace.without_room()
+            try:
+                wrong = attempt(programs, pathlib.Path(folder))
+                lost = namespace.without_room() - before
+                if not wrong:
+                    return
+                if left == 0 or not (lost or untold):
+                    programs.fail(wrong)
+            finally:
+                programs.close()
+        print(f"{wrong}\n{lost} packets had no room: once more")
 
 
 def await_size(path, size, seconds):
