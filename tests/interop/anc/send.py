@@ -45,6 +45,7 @@ def received_datagrams(binaries, folder):
     """All that the service sends for the frames of anc_program."""
     datagrams = []
     with rtpanc.Service(binaries, folder) as service, socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as receiver:
+        receiver.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4 << 20)
         receiver.bind(("127.0.0.1", 0))
         receiver.settimeout(0.1)
         sender = subprocess.Popen(sending(binaries, service.url, receiver.getsockname()[1]))
