@@ -1,7 +1,8 @@
 // The file of a ring vanishes, or is overwritten, while the application and the service use it. Nobody may crash, hang
 // or reach outside of it; calls fail or go on, and the next start is as good as the first.
 //     system_faults_rail           the words of the header that mean something, several values in one life of a stream
-//     system_faults_rail --every   all words, each value in a life of its own
+//     system_faults_rail --every   all words, those of a second table too, each value in a life of its own
+#include "AncLoop.h"
 #include "AudioLoop.h"
 #include "Leftovers.h"
 #include "flowrail/src/RailLayout.h"
@@ -12,6 +13,7 @@
 
 using namespace test;
 using Quillmont::FlowRail::kTablesOffset;
+using Quillmont::FlowRail::RailGeometry;
 using Quillmont::FlowRail::RailHeader;
 
 namespace
@@ -39,13 +41,13 @@ public:
     std::atomic<uint32_t>& Word(size_t offset) { return Words[offset / sizeof(uint32_t)]; }
 
 private:
-    static constexpr size_t kBytes = 2 * kTablesOffset; // the header and the start of the first table of records
+    static constexpr size_t kBytes = 16 * kTablesOffset; // the header and the first tables of records
 
     std::atomic<uint32_t>* Words;
 };
 
-// Header and records.
-std::vector<size_t> WordsToOverwrite()
+// Header and records. `tableBytes`: from the records of a slot to those of the next.
+std::vector<size_t> WordsToOverwrite(size_t tableBytes)
 {
     std::vector<size_t> words;
     for (size_t offset = 0; offset < sizeof(RailHeader); offset += sizeof(uint32_t))
@@ -54,9 +56,10 @@ std::vector<size_t> WordsToOverwrite()
                             (offset >= offsetof(RailHeader, ConsumerStates) && offset < offsetof(RailHeader, Released));
         if (everyWord || packed || offset % 64 < 12) words.push_back(offset); // the rest of a line is empty
     }
-    constexpr size_t kRecords = 16; // its head and the first records of a slot
-    for (size_t word = 0; word < kRecords; ++word)
-        words.push_back(kTablesOffset + word * sizeof(uint32_t));
+    constexpr size_t kRecords = 16; // the head and the first records of a slot
+    for (size_t slot = 0; slot < (everyWord ? 2 : 1); ++slot)
+        for (size_t word = 0; word < kRecords; ++word)
+            words.push_back(kTablesOffset + slot * tableBytes + word * sizeof(uint32_t));
     return words;
 }
 
@@ -75,13 +78,17 @@ class DamagedRail : public testing::Test
 protected:
     std::vector<std::string> Rails() { return RailsOf(Service.ProcessId()); }
 
-    void ExpectAWorkingPair()
+    void ExpectAWorkingPair() { ExpectToWork(Pair); }
+
+    void ExpectToWork(StreamLoop& pair)
     {
-        Pair.Start();
-        EXPECT_TRUE(Pair.AwaitSlot());
-        Pair.Stop();
+        pair.Start();
+        EXPECT_TRUE(pair.AwaitSlot());
+        pair.Stop();
         EXPECT_TRUE(Rails().empty());
     }
+
+    void OverwriteEachWord(StreamLoop& pair);
 
     MxsProcess Service;
     Session With{Service.ServiceUrl()};
@@ -122,27 +129,32 @@ TEST_F(DamagedRail, OfAnotherFilesNameIsLeftToItsOwner)
     ExpectAWorkingPair();
 }
 
-TEST_F(DamagedRail, WithAnyWordOverwrittenEndsNobodyAndTheNextStartIsClean)
+void DamagedRail::OverwriteEachWord(StreamLoop& pair)
 {
+    pair.Start();
+    ASSERT_EQ(2u, Rails().size());
+    const size_t tableBytes = Scribbler(Rails()[0]).Word(offsetof(RailGeometry, TableBytes));
+    pair.Stop();
+
     size_t lives = 0, values = 0, slots = 0;
     const auto live = [&](size_t offset, size_t firstValue, size_t count)
     {
-        Pair.Start();
+        pair.Start();
         ++lives;
         ASSERT_EQ(2u, Rails().size());
         Scribbler one(Rails()[0]), other(Rails()[1]);
-        slots += Pair.Work();
+        slots += pair.Work();
         for (size_t value = firstValue; value < firstValue + count; ++value, ++values)
         {
             for (Scribbler* rail : {&one, &other})
                 rail->Word(offset) = kNewValues[value](rail->Word(offset));
-            slots += Pair.Work();
+            slots += pair.Work();
         }
-        Pair.AskForStatus();
-        Pair.Stop();
+        pair.AskForStatus();
+        pair.Stop();
     };
     constexpr size_t kValues = std::size(kNewValues);
-    for (const size_t offset : WordsToOverwrite())
+    for (const size_t offset : WordsToOverwrite(tableBytes))
     {
         SCOPED_TRACE(offset);
         for (size_t value = 0; everyWord && value < kValues; ++value)
@@ -153,7 +165,18 @@ TEST_F(DamagedRail, WithAnyWordOverwrittenEndsNobodyAndTheNextStartIsClean)
     }
     std::printf("%zu values written in %zu lives of two streams, %zu slots read meanwhile\n", values, lives, slots);
     EXPECT_TRUE(Rails().empty());
-    ExpectAWorkingPair();
+    ExpectToWork(pair);
+}
+
+TEST_F(DamagedRail, WithAnyWordOverwrittenEndsNobodyAndTheNextStartIsClean)
+{
+    OverwriteEachWord(Pair);
+}
+
+TEST_F(DamagedRail, OfAncillaryDataWithAnyWordOverwrittenEndsNobodyEither)
+{
+    AncLoop ancillary(With);
+    OverwriteEachWord(ancillary);
 }
 
 } // namespace
