@@ -1,7 +1,8 @@
 // Arbitrary datagrams into the assembler of video, with slots whose borders are watched.
 //
-// The input: one byte that picks the format, then datagrams, each behind two bytes of its length and one byte of time
-// that passes before it, in units of 5 ms.
+// The input: one byte that picks the format, one of which the lowest bit says that there are two paths, then datagrams,
+// each behind two bytes of its length and one byte of which the lowest bit is the path and the rest the time that passes
+// before it, in units of 10 ms.
 #include "mxs/media/VideoAssembler.h"
 
 #include <algorithm>
@@ -18,7 +19,12 @@ namespace
 {
 
 constexpr uint8_t kPayloadType = 96;
-constexpr uint64_t kTimeUnitNs = 5'000'000;
+constexpr uint64_t kTimeUnitNs = 10'000'000;
+
+void Require(bool holds)
+{
+    if (!holds) std::abort();
+}
 
 // Each slot is an allocation of its own and exactly as long as a slot: the sanitizer sees what leaves it.
 class CheckingSink : public SlotSink
@@ -41,14 +47,11 @@ public:
         if (type == kRecordLost) Require(value > 0 && value <= SlotBytes - position);
     }
     void CommitSlot(void* slot) override { Slots.erase(Find(slot)); }
+    size_t OpenCount() const { return Slots.size(); }
 
 private:
     using Slot = std::vector<uint8_t>;
 
-    static void Require(bool holds)
-    {
-        if (!holds) std::abort();
-    }
     std::list<Slot>::iterator Find(void* slot)
     {
         const auto found = std::find_if(Slots.begin(), Slots.end(), [&](const Slot& each) { return &each == slot; });
@@ -81,23 +84,25 @@ VideoConfig PickFormat(uint8_t choice)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    if (size == 0) return 0;
+    if (size < 2) return 0;
     const VideoConfig video = PickFormat(data[0]);
-    if (CheckEssence(Direction::Receive, video).Failed()) std::abort();
+    Require(!CheckEssence(Direction::Receive, video).Failed());
     CheckingSink sink(LayoutOf(video).lockSize);
-    VideoAssembler assembler(video, {.payloadType = kPayloadType, .mostLossRecords = 4}, sink);
+    const size_t paths = data[1] & 1 ? 2 : 1;
+    VideoAssembler assembler(video, {.payloadType = kPayloadType, .mostLossRecords = 4, .paths = paths}, sink);
 
     uint64_t nowNs = 1'000'000'000;
-    std::span<const uint8_t> rest(data + 1, size - 1);
+    std::span<const uint8_t> rest(data + 2, size - 2);
     while (rest.size() >= 3)
     {
         const size_t length = std::min<size_t>(size_t{rest[0]} << 8 | rest[1], rest.size() - 3);
-        nowNs += rest[2] * kTimeUnitNs;
+        nowNs += (rest[2] >> 1) * kTimeUnitNs;
         const std::vector<uint8_t> datagram(rest.begin() + 3, rest.begin() + 3 + static_cast<std::ptrdiff_t>(length));
         assembler.Tick(nowNs);
-        assembler.Push(datagram, 0, nowNs);
+        assembler.Push(datagram, (rest[2] & 1) % paths, nowNs);
         rest = rest.subspan(3 + length);
     }
-    assembler.Tick(nowNs + 10'000'000'000);
+    Require(assembler.Tick(nowNs + 10'000'000'000) == UINT64_MAX);
+    Require(sink.OpenCount() == 0);
     return 0;
 }
