@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Writes the seeds of this folder: a byte of bits, one of the size, then steps."""
+"""Writes the seeds of this folder. Of a side: a byte of bits, one of the size, then steps. Of a description: a byte of
+its type, then its lines."""
 import struct
 
 CONSUMERS, CREATED, LONGER, SHORTER, ABANDONED = 1, 2, 4, 8, 16
@@ -62,3 +63,39 @@ seed("damaged_header", 0, 0, word(2, 200), step(REOPEN), word(2, 100), step(REOP
 seed("longer", LONGER, 0, step(JOIN), TAKE)
 seed("shorter", SHORTER, 0, step(REOPEN))
 seed("abandoned", ABANDONED, 0, step(JOIN), step(REOPEN))
+
+
+def description(name, *lines, kind=1):
+    with open("descriptions/" + name, "wb") as file:
+        file.write(bytes([kind]) + "\n".join(lines).encode())
+
+
+SIZES = ("SlotBytes=100", "SlotCount=4")
+
+description("whole", "Name=!", *SIZES, "Role=producer")
+description("with_slash", "Name=/!", "Name2=x")
+description("name_alone", "Name=!")
+description("later_version", "Name=!", "Colour=blue", "Colour=", *SIZES)
+description("other_sizes", "Name=!", "SlotBytes=101")
+description("other_count", "Name=!", "SlotBytes=100", "SlotCount=5")
+description("other_role", "Name=!", "Role=consumer")
+description("nobody", "Name=fuzz.nobody_is-there", *SIZES)
+description("other_type", "Name=!", kind=2)
+description("twice", "Name=!", "Name=!")
+description("sizes_twice", "Name=!", "SlotBytes=100", "SlotBytes=200")
+description("no_name", *SIZES)
+description("no_sizes", "Name=fuzz-a", "SlotBytes=1")
+description("group", "Name=fuzz-a", "Group=0", *SIZES, "Role=consumer")
+description("folder", "Name=../a", *SIZES)
+description("folder_itself", "Name=..", *SIZES)
+description("slash_alone", "Name=/", *SIZES)
+description("slash_inside", "Name=/a/b", *SIZES)
+description("longest_name", "Name=" + "n" * 200, *SIZES)
+description("name_too_long", "Name=/" + "n" * 200, *SIZES)
+description("largest", "SlotBytes=4294967295", "SlotCount=1")
+description("too_large", "SlotBytes=65536", "SlotCount=65536")
+description("most_slots", "SlotBytes=1", "SlotCount=65536")
+description("numbers", "Name=!", "SlotBytes=4294967396", "SlotCount=4")
+description("number_of_zeros", "Name=!", "SlotBytes=0000000100", "SlotCount=0")
+description("number_with_sign", "Name=!", "SlotBytes=+100", "SlotCount=-4")
+description("empty", "Name=", "SlotBytes=", "=", "")
