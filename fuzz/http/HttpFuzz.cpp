@@ -9,6 +9,7 @@
 #include "mxs/Api.h"
 #include "mxs/HttpServer.h"
 #include "mxs/MemoryBudget.h"
+#include "mxs/ptp/Ptp4lConfig.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -286,6 +287,16 @@ void CheckTaken(Rig& rig, HttpRequest request)
     Require(rig.Resources.Handle(get).body == given.body);
 }
 
+// What would be written for ptp4l: its global options, and the interface, whose name adds no line and no section.
+void CheckPtpFile(const ptp::Config& config)
+{
+    const std::string text = ptp::Ptp4lText(config, {.managementSocket = "/socket"});
+    Require(text.starts_with("[global]\n") && text.ends_with("\n[" + config.interfaceName + "]\n"));
+    Require(std::count(text.begin(), text.end(), '[') == 2);
+    Require(std::all_of(text.begin(), text.end(), [](char c) { return c == '\n' || (c >= ' ' && c < 127); }));
+    Require(config.interfaceName.find_first_of(" \n/") == std::string::npos);
+}
+
 void Exchange(Rig& rig, HttpRequest request)
 {
     if (!IsPermitted(request, 1)) return;
@@ -294,7 +305,10 @@ void Exchange(Rig& rig, HttpRequest request)
     if (answer.status == 303) rig.LastRedirect = answer.location.substr(std::string("http://" + request.host).size());
     if (!answer.authorization.empty()) rig.TakeToken(answer.authorization);
     if (answer.status == 200 && request.method == "PUT" && request.target.find("/Config") != std::string::npos)
+    {
         CheckTaken(rig, request);
+        if (request.target.find("/PtpApi/") != std::string::npos) CheckPtpFile(rig.Ptp.GetConfig());
+    }
     rig.Streams.StopDamaged(); // as the service does now and then
 }
 
