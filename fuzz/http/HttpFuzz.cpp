@@ -290,7 +290,7 @@ void CheckTaken(Rig& rig, HttpRequest request)
 // What would be written for ptp4l: its global options, and the interface, whose name adds no line and no section.
 void CheckPtpFile(const ptp::Config& config)
 {
-    const std::string text = ptp::Ptp4lText(config, {.managementSocket = "/socket"});
+    const std::string text = ptp::Ptp4lText(config, {"/socket", "/read-only", true});
     Require(text.starts_with("[global]\n") && text.ends_with("\n[" + config.interfaceName + "]\n"));
     Require(std::count(text.begin(), text.end(), '[') == 2);
     Require(std::all_of(text.begin(), text.end(), [](char c) { return c == '\n' || (c >= ' ' && c < 127); }));
