@@ -3,8 +3,9 @@
 // answers out of the input.
 //
 // The input: answers, each ended by the byte 30. The first line of one is a letter that chooses what is asked, the
-// status as a decimal number, and "!" where the body breaks off. Headers follow up to an empty line, then the body. What
-// is asked behind a redirect takes the next answer, whose letter says nothing then. Where none is left nobody answers.
+// status as a decimal number, and "!" where the body breaks off. Headers follow up to an empty line, then the body.
+// What is asked behind a redirect takes the next answer, whose letter says nothing then. Where none is left nobody
+// answers.
 #include "commandpipe/restclient/CRestClient.h"
 #include "commandpipe/restclient/IConductorClient.h"
 #include "commandpipe/restclient/IContextManagerClient.h"

@@ -1,5 +1,5 @@
-// The bytes of one connection to the service: what its HTTP server makes of them, and what it answers. Behind the server
-// stands a handler that gives back what it was asked.
+// The bytes of one connection to the service: what its HTTP server makes of them, and what it answers. Behind the
+// server stands a handler that gives back what it was asked.
 #include "mxs/HttpServer.h"
 
 #include <nlohmann/json.hpp>

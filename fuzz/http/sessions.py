@@ -23,14 +23,15 @@ seed("one_after_another", GET, request("POST / HTTP/1.1", "Authorization: 0123",
 seed("closed", request("GET / HTTP/1.1", "Connection: close"), GET)
 seed("old", request("GET / HTTP/1.0"), request("GET / HTTP/1.0", "Connection: keep-alive"))
 seed("head", request("HEAD / HTTP/1.1"), GET)
-seed("hosts", *[request(host=host) for host in ("127.0.0.1:7420", "[::1]:7420", "LOCALHOST", "example.com", "localhost:x",
-                                                "127.0.0.2", "[::1", "")])
+seed("hosts", *[request(host=host) for host in ("127.0.0.1:7420", "[::1]:7420", "LOCALHOST", "example.com",
+                                                "localhost:x", "127.0.0.2", "[::1", "")])
 seed("no_host", request(host=None), request("GET / HTTP/1.1", "Host: localhost"), GET)
 seed("absolute", request("GET http://localhost:7420/api HTTP/1.1"), request("GET http://example.com/ HTTP/1.1"),
      request("GET http:// HTTP/1.1"), request("GET * HTTP/1.1"))
 seed("web_page", request("GET / HTTP/1.1", "Origin: http://localhost"), request("GET / HTTP/1.1", "Origin:"),
      request("OPTIONS / HTTP/1.1", "Origin: null", "Access-Control-Request-Method: PUT", host="example.com"), GET)
-seed("expects", put("{}", "Expect: 100-continue", "Content-Length: 2"), put("", "Expect: 100-Continue", "Content-Length: 2"))
+seed("expects", put("{}", "Expect: 100-continue", "Content-Length: 2"),
+     put("", "Expect: 100-Continue", "Content-Length: 2"))
 seed("expects_chunks", put("2\r\n{}\r\n0\r\n\r\n", "Expect: 100-continue", CHUNKED), put("", "Expect: 100-continue"),
      put("{}", "Expect: 200-ok", "Content-Length: 2"), GET)
 seed("chunks", put("2;x=y\r\n{}\r\n0\r\nX: y\r\n\r\n", CHUNKED), put("0\r\n\r\n", CHUNKED), put("2\r\n{}x", CHUNKED))

@@ -1,8 +1,8 @@
 // Arbitrary datagrams into the assembler of video, with slots whose borders are watched.
 //
 // The input: one byte that picks the format, one of which the lowest bit says that there are two paths, then datagrams,
-// each behind two bytes of its length and one byte of which the lowest bit is the path and the rest the time that passes
-// before it, in units of 10 ms.
+// each behind two bytes of its length and one byte of which the lowest bit is the path and the rest the time that
+// passes before it, in units of 10 ms.
 #include "mxs/media/VideoAssembler.h"
 
 #include <algorithm>
