@@ -527,11 +527,14 @@ TEST_F(Cuts, AServiceThatAnswersNeverOrTooLateEndsNoCallForEverAndTheNextCallRea
         for (const ControlCall& call : calls)
         {
             if (call.ChangesSomething()) worlds.push_back(std::make_unique<World>(Proxy.Url()));
-            World& world = call.ChangesSomething() ? *worlds.back() : *worlds.front();
-            Step(call.enter, world);
-            waiting.push_back({call, world, WholeExchangeOf(Proxy, world, call).told});
-            Step(call.prepare, world);
+            waiting.push_back({call, call.ChangesSomething() ? *worlds.back() : *worlds.front(), ""});
         }
+    for (Waiting& each : waiting) // when all conductors are there that one of them lists
+    {
+        Step(each.call.enter, each.world);
+        each.wholeTold = WholeExchangeOf(Proxy, each.world, each.call).told;
+        Step(each.call.prepare, each.world);
+    }
 
     Proxy.Hurt(Harm::Silence);
     std::vector<std::future<ZEFA_ERRORCODE>> results;
