@@ -237,8 +237,6 @@ int RunSdpWrite(const Arguments& arguments)
             std::fputs(TextOf(complaint, "description").c_str(), stderr);
         if (result.Succeeded() && !arguments.Has("--output")) Print(result.Text);
     }
-    if (result.Code == ZEFA_ERR_NOT_IMPLEMENTED)
-        throw Failure(kRefused, "This version of the library does not write descriptions.");
     return result.Succeeded() && complaints.empty() ? kGood : kComplaints;
 }
 

@@ -635,6 +635,17 @@ class Zefa(unittest.TestCase):
         self.assertEqual((FILE, "zefa: The standard output takes no more: Input/output error.\n"),
                          (receiving.returncode, err.decode()))
 
+    def test_AServiceThatGoesAwayDuringAStreamIsExitCode3(self):
+        service = self.start_service()
+        file = self.write("video.sdp", description(port=free_port()))
+        receiving = self.start("receive", file, "--timeout", "60", "--json", "--interval", "10")
+        self.addCleanup(receiving.kill)
+        self.assertTrue(receiving.stdout.readline())
+        service.kill()
+        _, err = receiving.communicate(timeout=60)
+        self.assertEqual(NO_SERVICE, receiving.returncode, err)
+        self.assertIn("zefa: clean-up: ZEFA_StopStream: Communication error", err.decode().splitlines())
+
     def test_AReaderThatGoesAwayEndsTheStream(self):
         self.start_service()
         file = self.write("audio.sdp", AUDIO.format(port=free_port()))
