@@ -80,6 +80,8 @@ INSTANTIATE_TEST_SUITE_P(
                               "The framerate value is missing in the following config string : sampling=RGB; depth=9; "
                               "SSN=ST2110-20:2017",
                               "exactframerate", 5, 11},
+                    PlaceCase{"MissingParameterOfAnotherMedia",
+                              "The bit depth value is missing in the following config string : more", "depth", 9, 11},
                     PlaceCase{"Address",
                               "IP address (host.example) could not be properly converted to binary using inet_pton. "
                               "Error : 0",

@@ -159,6 +159,19 @@ TEST_F(Pipes, AnInputEndsWithItsLastWriter)
     EXPECT_FALSE(input.HasMore(&NotInterrupted));
 }
 
+TEST_F(Pipes, ALoopOverOneEndsWithItsLastWriter)
+{
+    MediaInput input(Pipe(), true);
+    {
+        const Descriptor writer = Open(O_WRONLY);
+        ASSERT_EQ(3, ::write(writer.Number, "abc", 3));
+    }
+
+    EXPECT_EQ("abc", Taken(input, 3));
+    EXPECT_EQ(std::pair(kFile, Pipe() + " cannot be read from its beginning again."),
+              FailureOf([&] { Taken(input, 1); }));
+}
+
 TEST_F(Pipes, AnOutputThatStandsStillIsWaitedForAsLongAsTold)
 {
     const std::string much(1 << 20, 'x'); // than a pipe holds
