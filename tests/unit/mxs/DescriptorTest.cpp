@@ -66,10 +66,6 @@ protected:
                                    {"MulticastSources", json::array()},
                                    {"Dscp", 0},
                                    {"MulticastTtl", 0}});
-        const json bits{{"BitSampling", "YCbCr_422"},
-                        {"BitDepth", "_10Bits"},
-                        {"BitPadding", "NoPadding"},
-                        {"Endianness", "BigEndian"}};
         const std::pair<const char*, json> documents[] = {
             {"Common",
              {{"ApplicativeBufferQueueDepth", 2},
@@ -78,20 +74,7 @@ protected:
               {"NumaNode", 0}}},
             {"Network",
              {{"PayloadType", 96}, {"SSRC", 0}, {"SocketBufferSize", 0}, {"ConnectionConfigurations", connections}}},
-            {"Essence",
-             {{"Type", "ST2110_20"},
-              {"Data",
-               {{"FrameWidth", 640},
-                {"FrameHeight", 480},
-                {"Framerate", 25},
-                {"Interlaced", false},
-                {"ClockType", "EU"},
-                {"NetworkBitProp", bits},
-                {"PackingMode_E", "General"},
-                {"Colorimetry", "BT709"},
-                {"AppBitProp", bits},
-                {"UseDefaultTrOffset", true},
-                {"TrOffset", 0}}}}},
+            {"Essence", VideoEssence(640, 480)},
         };
         for (const auto& [name, document] : documents)
             EXPECT_EQ(200u, User.Send("PUT", "MXS/Stream/Mines/" + Stream + "/Config/" + name, document).status);

@@ -18,6 +18,28 @@ namespace test
 
 using nlohmann::json;
 
+// The document of a stream of 25 progressive frames, 4:2:2 of 10 bits as they travel.
+inline json VideoEssence(uint32_t width, uint32_t height)
+{
+    const json bits{{"BitSampling", "YCbCr_422"},
+                    {"BitDepth", "_10Bits"},
+                    {"BitPadding", "NoPadding"},
+                    {"Endianness", "BigEndian"}};
+    return {{"Type", "ST2110_20"},
+            {"Data",
+             {{"FrameWidth", width},
+              {"FrameHeight", height},
+              {"Framerate", 25},
+              {"Interlaced", false},
+              {"ClockType", "EU"},
+              {"NetworkBitProp", bits},
+              {"PackingMode_E", "General"},
+              {"Colorimetry", "BT709"},
+              {"AppBitProp", bits},
+              {"UseDefaultTrOffset", true},
+              {"TrOffset", 0}}}};
+}
+
 // A client with a context of its own.
 class Session
 {

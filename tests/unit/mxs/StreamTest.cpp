@@ -50,26 +50,7 @@ protected:
         return {
             {"PayloadType", 96}, {"SSRC", 7}, {"SocketBufferSize", 8}, {"ConnectionConfigurations", {Connection()}}};
     }
-    static json Essence(uint32_t width = 1920)
-    {
-        const json bits{{"BitSampling", "YCbCr_422"},
-                        {"BitDepth", "_10Bits"},
-                        {"BitPadding", "NoPadding"},
-                        {"Endianness", "BigEndian"}};
-        return {{"Type", "ST2110_20"},
-                {"Data",
-                 {{"FrameWidth", width},
-                  {"FrameHeight", 1080},
-                  {"Framerate", 25},
-                  {"Interlaced", false},
-                  {"ClockType", "EU"},
-                  {"NetworkBitProp", bits},
-                  {"PackingMode_E", "General"},
-                  {"Colorimetry", "BT709"},
-                  {"AppBitProp", bits},
-                  {"UseDefaultTrOffset", true},
-                  {"TrOffset", 0}}}};
-    }
+    static json Essence(uint32_t width = 1920) { return VideoEssence(width, 1080); }
 
     void CreateAll(bool startConductor = true)
     {
