@@ -34,14 +34,6 @@ struct HttpClient::Connection
     asio::io_context io;
     asio::ip::tcp::socket socket{io};
     boost::beast::flat_buffer buffer;
-
-    boost::system::error_code ReadByte()
-    {
-        char byte;
-        boost::system::error_code error;
-        socket.read_some(asio::buffer(&byte, 1), error);
-        return error;
-    }
 };
 
 HttpClient::HttpClient(uint16_t port, bool v6, int receiveBuffer) : Inner(std::make_unique<Connection>())
@@ -99,13 +91,10 @@ bool HttpClient::HasBytes() const
 
 bool HttpClient::IsClosedByPeer()
 {
-    const boost::system::error_code error = Inner->ReadByte();
+    char byte;
+    boost::system::error_code error;
+    Inner->socket.read_some(asio::buffer(&byte, 1), error);
     return error == asio::error::eof || error == asio::error::connection_reset;
-}
-
-bool HttpClient::IsEndedByPeer()
-{
-    return Inner->ReadByte() == asio::error::eof;
 }
 
 } // namespace test

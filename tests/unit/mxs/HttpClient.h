@@ -48,7 +48,6 @@ public:
 
     bool HasBytes() const; // that are here already
     bool IsClosedByPeer(); // waits for what comes next: true for the end, false for a byte
-    bool IsEndedByPeer();  // the same, and false when the end is one that may take back what was sent before it
 
 private:
     struct Connection; // keeps the HTTP library out of the tests, which take long to compile with it
