@@ -42,14 +42,18 @@ std::shared_ptr<Context> ContextStore::FindByToken(std::string_view authorizatio
     const std::optional<Secret> token = ParseSecret(authorization);
     if (!token) throw Refusal(kMalformedToken, "The Authorization header holds no token of this service.");
 
-    std::shared_ptr<Context> found;
-    {
-        const std::lock_guard lock(Mutex);
-        for (const auto& [id, context] : Contexts) // all of them, so that the time tells nothing
-            if (SameSecret(context->Token, *token)) found = context;
-    }
+    std::shared_ptr<Context> found = Find(*token);
     if (!found) throw Refusal(kContextRemoved, "The context of this token has been removed.");
     found->LastAccessNs = WallClockNs();
+    return found;
+}
+
+std::shared_ptr<Context> ContextStore::Find(const Secret& token) const
+{
+    std::shared_ptr<Context> found;
+    const std::lock_guard lock(Mutex);
+    for (const auto& [id, context] : Contexts) // all of them, so that the time tells nothing
+        if (SameSecret(context->Token, token)) found = context;
     return found;
 }
 

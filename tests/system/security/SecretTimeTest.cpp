@@ -1,7 +1,10 @@
-// How long a comparison of secrets takes, told in instructions and not in time: a child is led through it step by step.
+// How long a comparison of secrets and a search for one take, told in instructions and not in time: a child is led
+// through them step by step.
+#include "mxs/ContextStore.h"
 #include "mxs/Identifiers.h"
 
 #include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/ptrace.h>
@@ -12,34 +15,30 @@
 namespace
 {
 
+using Turn = std::function<bool()>; // false: its result is wrong
 using Comparison = bool (*)(const mxs::Secret& left, const mxs::Secret& right);
 
-constexpr int kBegins = SIGUSR1, kEnds = SIGUSR2; // around each comparison
-constexpr size_t kPlaces[] = {0, 7, 16, 31};      // of the byte that differs
-constexpr size_t kEqual = 2;                      // comparisons with itself; the first one loads what it needs
+constexpr int kBegins = SIGUSR1, kEnds = SIGUSR2; // around each turn
 
-// In the child: a secret with itself, and with those that differ from it in one byte.
-[[noreturn]] void Compare(Comparison areSame)
+// In the child.
+[[noreturn]] void Take(const std::vector<Turn>& turns)
 {
-    const mxs::Secret secret{0x5A, 0xC3};
     ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-    for (size_t turn = 0; turn < kEqual + std::size(kPlaces); ++turn)
+    for (const Turn& turn : turns)
     {
-        mxs::Secret other = secret;
-        if (turn >= kEqual) other[kPlaces[turn - kEqual]] ^= 0x81;
         ::raise(kBegins);
-        const bool same = areSame(secret, other);
+        const bool right = turn();
         ::raise(kEnds);
-        if (same != (turn < kEqual)) ::_exit(1);
+        if (!right) ::_exit(1);
     }
     ::_exit(0);
 }
 
-// Of each comparison of the child but the first.
-std::vector<int> InstructionsOf(Comparison areSame)
+// The different numbers of them that the turns take, without the first turn, which loads what it needs.
+std::set<int> InstructionsOf(const std::vector<Turn>& turns)
 {
     const pid_t child = ::fork();
-    if (child == 0) Compare(areSame);
+    if (child == 0) Take(turns);
     std::vector<int> steps;
     int status = 0;
     while (::waitpid(child, &status, 0) == child && WIFSTOPPED(status))
@@ -51,10 +50,30 @@ std::vector<int> InstructionsOf(Comparison areSame)
         ::ptrace(signal == kEnds ? PTRACE_CONT : PTRACE_SINGLESTEP, child, nullptr, nullptr);
     }
     EXPECT_TRUE(WIFEXITED(status)) << "a child cannot be traced here";
-    EXPECT_EQ(0, WEXITSTATUS(status)) << "the comparison is wrong";
-    EXPECT_EQ(kEqual + std::size(kPlaces), steps.size());
+    EXPECT_EQ(0, WEXITSTATUS(status)) << "a result is wrong";
+    EXPECT_EQ(turns.size(), steps.size());
     if (!steps.empty()) steps.erase(steps.begin());
-    return steps;
+    return {steps.begin(), steps.end()};
+}
+
+mxs::Secret WithAnotherByte(mxs::Secret secret, size_t place)
+{
+    secret[place] ^= 0x81;
+    return secret;
+}
+
+// A secret with itself, twice, and with those that differ from it in one byte.
+std::vector<Turn> Comparisons(Comparison areSame)
+{
+    const mxs::Secret secret{0x5A, 0xC3};
+    std::vector<Turn> turns;
+    const auto add = [&](const mxs::Secret& other, bool same)
+    { turns.emplace_back([=] { return areSame(secret, other) == same; }); };
+    add(secret, true);
+    add(secret, true);
+    for (const size_t place : {0, 7, 16, 31})
+        add(WithAnotherByte(secret, place), false);
+    return turns;
 }
 
 [[gnu::noinline]] bool LeavesEarly(const mxs::Secret& left, const mxs::Secret& right)
@@ -64,15 +83,30 @@ std::vector<int> InstructionsOf(Comparison areSame)
     return true;
 }
 
-size_t DifferentOnes(const std::vector<int>& counts)
-{
-    return std::set<int>(counts.begin(), counts.end()).size();
-}
-
 TEST(SameSecret, TakesAsManyInstructionsWhereverTheSecretsDiffer)
 {
-    EXPECT_EQ(1u, DifferentOnes(InstructionsOf(mxs::SameSecret)));
-    EXPECT_EQ(5u, DifferentOnes(InstructionsOf(LeavesEarly))); // what would be seen
+    EXPECT_EQ(1u, InstructionsOf(Comparisons(mxs::SameSecret)).size());
+    EXPECT_EQ(5u, InstructionsOf(Comparisons(LeavesEarly)).size()); // what would be seen
+}
+
+TEST(FindToken, TakesAsManyInstructionsWhereverTheContextStandsAndTheTokensDiffer)
+{
+    const mxs::Log log(mxs::LogLevel::Error);
+    mxs::ContextStore contexts(std::chrono::seconds(300), 8, log);
+    const mxs::Secret first = contexts.Create()->Token, second = contexts.Create()->Token;
+    contexts.Create();
+    const mxs::Secret last = contexts.Create()->Token;
+
+    std::vector<Turn> found, missed;
+    for (const mxs::Secret& token : {first, first, second, last})
+        found.emplace_back([&contexts, token] { return contexts.Find(token) != nullptr; });
+    for (const mxs::Secret& token : {first, first, last})
+        for (const size_t place : {size_t{0}, token.size() - 1})
+            missed.emplace_back([&contexts, other = WithAnotherByte(token, place)]
+                                { return contexts.Find(other) == nullptr; });
+
+    EXPECT_EQ(1u, InstructionsOf(found).size());
+    EXPECT_EQ(1u, InstructionsOf(missed).size());
 }
 
 } // namespace
