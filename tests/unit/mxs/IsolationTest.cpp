@@ -83,10 +83,10 @@ class Isolation : public ServiceTest
 {
 protected:
     // The context that is attacked: one conductor, one configured stream.
-    void MakeVictim(bool running)
+    void MakeVictim(bool running, bool shared)
     {
         Victim = std::make_unique<Session>(Port());
-        const std::string conductor = Victim->CreateConductor(), stream = Victim->CreateStream();
+        const std::string conductor = Victim->CreateConductor(shared), stream = Victim->CreateStream(shared);
         Names = {{"{context}", Victim->ContextId}, {"{conductor}", conductor},   {"{stream}", stream},
                  {"{core}", Victim->FirstCore()},  {"{lo}", Victim->Loopback()}, {"{name}", std::string(64, '0')}};
         Victim->Send("PUT", Named("MXS/Conductor/Mines/{conductor}/Config"), Named(R"({"CpuCoreID":"{core}"})"));
@@ -162,18 +162,29 @@ TEST_F(Isolation, TheTableHasEveryRouteOfTheService)
     EXPECT_EQ(routes, rows);
 }
 
-class IsolationOf : public Isolation, public ::testing::WithParamInterface<bool>
+struct Victims
 {
+    const char* name;
+    bool running;
+    bool shared; // conductor and stream
+};
+
+class IsolationOf : public Isolation, public ::testing::WithParamInterface<Victims>
+{
+protected:
+    void MakeVictim() { Isolation::MakeVictim(GetParam().running, GetParam().shared); }
 };
 
 TEST_P(IsolationOf, AnotherContextIsRefusedWhateverItTriesAndChangesNothing)
 {
-    MakeVictim(GetParam());
+    MakeVictim();
     Session stranger(Port());
     const auto before = Snapshot();
     for (const Row& row : kRows)
     {
         if (row.whose != Whose::Owners) continue;
+        // To name a shared conductor here is to attach it, which anybody may.
+        if (GetParam().shared && row.path == std::string("MXS/Conductor/Mines/")) continue;
         const Reply reply = stranger.Send(row.method, Named(row.path), BodyOf(row));
         EXPECT_EQ(row.refusal, reply.ErrCode()) << row.method << " " << row.path << " " << reply.body;
         EXPECT_TRUE(reply.authorization.empty());
@@ -189,20 +200,29 @@ TEST_P(IsolationOf, AnotherContextIsRefusedWhateverItTriesAndChangesNothing)
         stranger.Send("POST", "MXS/Stream/Mines/", Named(R"({"Type":"RX","Essence":1,"Shared":false,"ID":"{stream}"})"))
             .ErrCode());
     // By lists.
-    for (const char* list : {"MXS/ContextManager/Context/", "MXS/Conductor/Mines/", "MXS/Conductor/Shared/",
-                             "MXS/Stream/Mines/", "MXS/Stream/Shared/"})
+    struct
+    {
+        const char* path;
+        std::string tells; // of what is shared
+    } const lists[] = {{"MXS/ContextManager/Context/", ""},
+                       {"MXS/Conductor/Mines/", ""},
+                       {"MXS/Conductor/Shared/", "{conductor}"},
+                       {"MXS/Stream/Mines/", ""},
+                       {"MXS/Stream/Shared/", "{stream}"}};
+    for (const auto& [path, tells] : lists)
         for (const auto& [name, id] : Names)
-            EXPECT_EQ(std::string::npos, stranger.Get(list).body.find(id)) << list << " tells " << name;
+            EXPECT_EQ(GetParam().shared && name == tells, stranger.Get(path).body.find(id) != std::string::npos)
+                << path << " and " << name;
     EXPECT_EQ(before, Snapshot());
 }
 
 TEST_P(IsolationOf, AMethodThatAPathDoesNotTakeDoesNothing)
 {
-    MakeVictim(GetParam());
+    MakeVictim();
     Session stranger(Port());
     const auto before = Snapshot();
     for (const Row& row : kRows)
-        for (const char* method : {"GET", "PUT", "POST", "DELETE", "PATCH", "OPTIONS", "TRACE"})
+        for (const char* method : {"GET", "PUT", "POST", "DELETE", "PATCH", "OPTIONS", "TRACE", "HEAD"})
         {
             const bool taken =
                 std::any_of(std::begin(kRows), std::end(kRows),
@@ -210,14 +230,16 @@ TEST_P(IsolationOf, AMethodThatAPathDoesNotTakeDoesNothing)
                             { return std::string(other.method) == method && std::string(other.path) == row.path; });
             // The two ports of the table are of one path.
             if (taken || std::string(row.path).find("Drop/0") != std::string::npos) continue;
-            EXPECT_EQ(5015u, stranger.Send(method, Named(row.path), BodyOf(row)).ErrCode()) << method << row.path;
+            const Reply reply = stranger.Send(method, Named(row.path), BodyOf(row));
+            EXPECT_EQ(405u, reply.status) << method << row.path;
+            EXPECT_EQ(method == std::string("HEAD") ? 0u : 5015u, reply.ErrCode()) << method << row.path; // no body
         }
     EXPECT_EQ(before, Snapshot());
 }
 
 TEST_P(IsolationOf, WithoutAGoodTokenNothingIsToldAndNothingChanges)
 {
-    MakeVictim(GetParam());
+    MakeVictim();
     Session closed(Port());
     ASSERT_EQ(200u, closed.Send("DELETE", "MXS/ContextManager/Context/" + closed.ContextId).status);
     std::string almost = Victim->Token;
@@ -256,20 +278,24 @@ TEST_P(IsolationOf, WithoutAGoodTokenNothingIsToldAndNothingChanges)
     EXPECT_EQ(before, Snapshot());
 }
 
-INSTANTIATE_TEST_SUITE_P(Running, IsolationOf, ::testing::Bool());
+constexpr Victims kVictims[] = {
+    {"Own", false, false}, {"OwnAndRunning", true, false}, {"Shared", false, true}, {"SharedAndRunning", true, true}};
+INSTANTIATE_TEST_SUITE_P(Resources, IsolationOf, ::testing::ValuesIn(kVictims),
+                         [](const auto& victims) { return std::string(victims.param.name); });
 
 // The requests above are good ones: it is the token alone that makes the difference.
 TEST_F(Isolation, TheOwnerIsRefusedNoneOfThem)
 {
-    for (const Row& row : kRows)
-    {
-        if (row.whose != Whose::Owners) continue;
-        const bool starts = std::string(row.body ? row.body : "").find(R"("Started":true)") != std::string::npos;
-        MakeVictim(starts);
-        const Reply reply = Victim->Send(row.method, Named(row.path), BodyOf(row));
-        EXPECT_EQ(200u, reply.status) << row.method << " " << row.path << " " << reply.body;
-        Victim->Send("DELETE", "MXS/ContextManager/Context/" + Victim->ContextId);
-    }
+    for (const bool shared : {false, true})
+        for (const Row& row : kRows)
+        {
+            if (row.whose != Whose::Owners) continue;
+            const bool starts = std::string(row.body ? row.body : "").find(R"("Started":true)") != std::string::npos;
+            MakeVictim(starts, shared);
+            const Reply reply = Victim->Send(row.method, Named(row.path), BodyOf(row));
+            EXPECT_EQ(200u, reply.status) << row.method << " " << row.path << " " << reply.body;
+            Victim->Send("DELETE", "MXS/ContextManager/Context/" + Victim->ContextId);
+        }
 }
 
 } // namespace

@@ -70,9 +70,10 @@ public:
     {
         return Send("POST", "MXS/Conductor/Mines/", json{{"Shared", shared}, {"ID", kNoId}}).LocationPart(4);
     }
-    std::string CreateStream()
+    std::string CreateStream(bool shared = false)
     {
-        return Send("POST", "MXS/Stream/Mines/", json{{"Type", "RX"}, {"Essence", 1}, {"Shared", false}, {"ID", kNoId}})
+        return Send("POST", "MXS/Stream/Mines/",
+                    json{{"Type", "RX"}, {"Essence", 1}, {"Shared", shared}, {"ID", kNoId}})
             .LocationPart(4);
     }
     std::string FirstCore() { return GetJson("MXS/CpuCore/")["ID"][0]; }

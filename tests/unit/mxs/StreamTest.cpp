@@ -83,10 +83,7 @@ TEST_F(Streams, AreCreatedWithALocationAndListed)
 
 TEST_F(Streams, ASharedOneIsListedToOthersAndStillItsOwners)
 {
-    const std::string shared = User()
-                                   .Send("POST", "MXS/Stream/Mines/",
-                                         json{{"Type", "RX"}, {"Essence", 1}, {"Shared", true}, {"ID", Session::kNoId}})
-                                   .LocationPart(4);
+    const std::string shared = User().CreateStream(true);
     Session other(Port());
     EXPECT_EQ(json::array({shared}), other.GetJson("MXS/Stream/Shared/")["ID"]);
     EXPECT_EQ(json::array(), other.GetJson("MXS/Stream/Mines/")["ID"]);
