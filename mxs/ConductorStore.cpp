@@ -73,6 +73,12 @@ bool Conductor::HasOpened(uint64_t contextId) const
     return use != Uses.end() && use->second.opened > 0;
 }
 
+size_t Conductor::Users() const
+{
+    const std::lock_guard lock(Mutex);
+    return Uses.size();
+}
+
 media::ConductorLoop* Conductor::BeginRunning(uint64_t contextId)
 {
     const std::lock_guard lock(Mutex);

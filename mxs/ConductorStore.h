@@ -7,6 +7,7 @@
 #include "mxs/Records.h"
 #include "mxs/media/ConductorLoop.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -38,6 +39,7 @@ public:
     // What streams tell: opened streams keep a conductor from being deleted, running ones from being stopped by others.
     void NoteOpened(uint64_t contextId, int change);
     bool HasOpened(uint64_t contextId) const;
+    size_t Users() const; // contexts that have streams opened on it, which are all that it remembers
     // Hands out the loop and counts a running stream; null while the conductor does not run.
     media::ConductorLoop* BeginRunning(uint64_t contextId);
     void EndRunning(uint64_t contextId);

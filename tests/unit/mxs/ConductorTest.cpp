@@ -238,6 +238,29 @@ TEST_F(Conductors, AForeignRunningStreamKeepsASharedOneRunning)
     EXPECT_EQ(200u, SetStarted(owner, conductor, false).status);
 }
 
+TEST(Conductor, ForgetsEachContextWithItsLastStream)
+{
+    constexpr uint64_t kContexts = 1000;
+    const mxs::CoreInventory cores;
+    mxs::Conductor conductor(1, true, cores);
+    conductor.SetConfig({cores.List().front()});
+    conductor.SetState({.started = true}, 1);
+
+    for (uint64_t context = 1; context <= kContexts; ++context)
+    {
+        conductor.NoteOpened(context, 1);
+        conductor.NoteOpened(context, 1);
+        EXPECT_NE(nullptr, conductor.BeginRunning(context));
+        EXPECT_EQ(1u, conductor.Users());
+        conductor.EndRunning(context);
+        conductor.NoteOpened(context, -1);
+        EXPECT_TRUE(conductor.HasOpened(context)) << "a stream is left";
+        conductor.NoteOpened(context, -1);
+    }
+
+    EXPECT_EQ(0u, conductor.Users());
+}
+
 TEST_F(Conductors, AreLimitedInNumber)
 {
     mxs::ServiceSettings settings;
