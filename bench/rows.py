@@ -152,9 +152,11 @@ def sdp():
                                    ("tree to text", "GStreamer, as text", 1.25),
                                    ("ZEFA_WriteSDP", "GStreamer, as text", None)):
             yield Row(f"{paths}: {above} : {below}", f"{paths}: {above}", f"{paths}: {below}", most)
-    for text in ("Descriptions behind each other", "One format line", "One line that almost matches",
-                 "One line of repeated groups"):
-        for work in ("text to tree", "tree to text"):
+    tree = ("text to tree", "tree to text")
+    for text, works in (("Descriptions behind each other", tree), ("One format line", tree),
+                        ("One line that almost matches", tree), ("One line of repeated groups", tree),
+                        ("Media behind each other", ("ZEFA_ReadSDP",))):
+        for work in works:
             yield Row(f"{text}: {work}, a byte of 1 MB : of 1 kB", f"{text}, 1 MB: {work}, a byte",
                       f"{text}, 1 kB: {work}, a byte", LINEAR)
 
@@ -181,7 +183,8 @@ def roads():
         yield Row(f"{words}: CPU a packet, services alone, ns : a bare datagram", f"{figure}:packet_ns",
                   f"{figure}:bare_packet_ns")
         yield Row(f"{words}: % of a core, services alone", f"{figure}:cpu_percent")
-    yield Row("largest raster without loss, a conductor for each end: Gbit/s of samples", "LargestRaster:gbit_s")
+    yield Row("largest raster without loss, a core for each end, Gbit/s of samples : bare datagrams on both",
+              "LargestRaster:gbit_s", "LargestRaster:bare_gbit_s")
     for raster in RASTERS:
         yield Row(f"{raster}: packets lost", f"LargestRaster:lost_{raster}")
         yield Row(f"{raster}: frames that did not come", f"LargestRaster:missing_{raster}")

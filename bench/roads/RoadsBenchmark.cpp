@@ -111,6 +111,13 @@ constexpr RasterStep kSteps[] = {
     {"2160p59.94", ZEFA_VIDEO_STANDARD_3840X2160_P_59_94}, {"4096x2160p60", ZEFA_VIDEO_STANDARD_4096X2160_P_60},
 };
 
+// Samples that cores could send and receive if the datagrams of their raster were all that there is to do.
+double BareGbitPerSecond(const Format& format, unsigned cores)
+{
+    const double bits = format.bitsPerSecond / format.datagrams; // of a datagram
+    return cores * bits / BareDatagramSeconds(format.datagramBytes, format.burst) / 1e9;
+}
+
 // Sender and receiver on a core each. The largest is the last before the first that lost something; all are told.
 void LargestRaster(benchmark::State& state)
 {
@@ -132,6 +139,8 @@ void LargestRaster(benchmark::State& state)
                  state.counters["missing_" + name] = static_cast<double>(outcome.missing);
                  state.counters["cpu_" + name] = outcome.cpuPercent;
              }
+             const unsigned cores = std::min(2u, std::thread::hardware_concurrency());
+             state.counters["bare_gbit_s"] = BareGbitPerSecond(Video(kSteps[0].standard), cores); // the same of all
          });
 }
 

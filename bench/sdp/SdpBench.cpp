@@ -17,7 +17,9 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <utility>
@@ -152,70 +154,108 @@ double ThreadSeconds()
     return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
 }
 
+struct Size
+{
+    size_t bytes;
+    std::string text;
+    nlohmann::json tree;
+};
+
+struct Work
+{
+    const char* name; // of the figure
+    void (*run)(Size& size);
+};
+
+void ReadWhole(Size& size)
+{
+    static ZEFA_STREAM_NETWORK_CONFIG network; // much larger than the least text
+    ZEFA_ESSENCE_CONFIG essence{};
+    ZEFA_SDP_INFO info{};
+    if (ZEFA_ReadSDP(size.text.c_str(), nullptr, &network, &essence, &info) != ZEFA_NO_ERROR)
+        throw std::runtime_error("ZEFA_ReadSDP does not take a description of " + std::to_string(size.bytes) +
+                                 " bytes");
+}
+
+const std::vector<Work> kTreeBothWays{
+    {"text to tree, a byte", [](Size& size) { ParseSdpText(size.text); }},
+    {"tree to text, a byte", [](Size& size) { WriteSdpText(size.tree); }},
+};
+const std::vector<Work> kWholeRead{{"ZEFA_ReadSDP, a byte", ReadWhole}};
+
+// A text that grows by repeating its piece.
+struct Growing
+{
+    const char* words;
+    std::string head, piece, tail;
+    const std::vector<Work>& works;
+
+    std::string Make(size_t bytes) const
+    {
+        std::string text = head;
+        while (text.size() + piece.size() <= std::max(bytes, head.size() + piece.size()))
+            text += piece;
+        return text + tail;
+    }
+};
+
+const Growing kGrowing[] = {
+    {"Descriptions behind each other", "", kTwoPaths, "", kTreeBothWays},
+    {"One format line", "a=fmtp:96 ", "key=value; ", "", kTreeBothWays},
+    {"One line that almost matches", "a=simulcast:send ", "send 1", "!", kTreeBothWays},
+    {"One line of repeated groups", "a=imageattr:97 send ", "[x=1] ", "", kTreeBothWays},
+    {"Media behind each other", kSession, Media("1", ""), "", kWholeRead},
+};
+
 // Each turn takes a megabyte, in texts of one size. The sizes take turns within a round and processor time counts, so
 // that what else the machine does falls on all of them. The least and the largest are figures of the table.
-void PrintGrowth(const char* words, const std::function<std::string(size_t)>& make, FigureFile& figures)
+void PrintGrowth(const Growing& growing, FigureFile& figures)
 {
     constexpr std::pair<size_t, const char*> kTold[] = {{1'000, "1 kB"}, {1'000'000, "1 MB"}};
     const auto nameOf = [&](const char* told, const char* work)
-    { return std::string(words) + ", " + told + ": " + work; };
-    constexpr const char *kParsing = "text to tree, a byte", *kWriting = "tree to text, a byte";
+    { return std::string(growing.words) + ", " + told + ": " + work; };
     if (figures.OnlyLists())
     {
         for (const auto& [bytes, told] : kTold)
-            for (const char* work : {kParsing, kWriting})
-                figures.Add(nameOf(told, work), 0);
+            for (const Work& work : growing.works)
+                figures.Add(nameOf(told, work.name), 0);
         return;
     }
-    struct Size
-    {
-        size_t bytes;
-        std::string text;
-        nlohmann::json tree;
-        std::vector<double> parsing, writing; // nanoseconds a byte
-    };
     constexpr size_t kTurnBytes = 1'000'000;
     std::vector<Size> sizes;
     for (const size_t bytes : {size_t{1'000}, size_t{10'000}, size_t{100'000}, kTurnBytes})
     {
-        std::string text = make(bytes);
+        std::string text = growing.Make(bytes);
         nlohmann::json tree = ParseSdpText(text);
-        sizes.push_back({bytes, std::move(text), std::move(tree), {}, {}});
+        sizes.push_back({bytes, std::move(text), std::move(tree)});
     }
-    const auto takeTurn = [](const Size& size, const auto& work)
+    const auto takeTurn = [](Size& size, const Work& work)
     {
         const double before = ThreadSeconds();
         for (size_t done = 0; done < kTurnBytes; done += size.bytes)
-            work();
+            work.run(size);
         return (ThreadSeconds() - before) * 1e9 / static_cast<double>(kTurnBytes / size.bytes * size.text.size());
     };
     constexpr int kGrowthRounds = 9;
+    std::map<std::pair<size_t, const char*>, std::vector<double>> nanoseconds; // of a byte, by size and work
     for (int round = 0; round < kGrowthRounds; ++round)
         for (Size& size : sizes)
-        {
-            size.parsing.push_back(takeTurn(size, [&] { ParseSdpText(size.text); }));
-            size.writing.push_back(takeTurn(size, [&] { WriteSdpText(size.tree); }));
-        }
-    std::printf("%-52s %26s %26s\n", words, "text to tree, ns a byte", "tree to text, ns a byte");
+            for (const Work& work : growing.works)
+                nanoseconds[{size.bytes, work.name}].push_back(takeTurn(size, work));
+
+    std::printf("%-34s", growing.words);
+    for (const Work& work : growing.works)
+        std::printf(" %22s, ns", work.name);
     for (const Size& size : sizes)
     {
-        const double parsing = Median(size.parsing), writing = Median(size.writing);
-        std::printf("  %8zu bytes %62.3f %26.3f\n", size.text.size(), parsing, writing);
-        for (const auto& [bytes, told] : kTold)
-            if (bytes == size.bytes)
-            {
-                figures.Add(nameOf(told, kParsing), parsing);
-                figures.Add(nameOf(told, kWriting), writing);
-            }
+        std::printf("\n  %8zu bytes%18s", size.text.size(), "");
+        for (const Work& work : growing.works)
+            std::printf(" %26.3f", Median(nanoseconds[{size.bytes, work.name}]));
     }
-}
-
-std::string Repeat(const std::string& head, const std::string& piece, size_t bytes)
-{
-    std::string text = head;
-    while (text.size() + piece.size() <= std::max(bytes, head.size() + piece.size()))
-        text += piece;
-    return text;
+    std::printf("\n");
+    for (const auto& [bytes, told] : kTold)
+        for (const Work& work : growing.works)
+            figures.Add(nameOf(told, work.name), Median(nanoseconds[{bytes, work.name}]));
 }
 } // namespace
 
@@ -225,15 +265,7 @@ int main(int count, char** arguments)
     if (!figures.OnlyLists()) std::printf("Machine: %u processors\n", std::thread::hardware_concurrency());
     PrintCosts("One path", kOnePath, figures);
     PrintCosts("Two paths", kTwoPaths, figures);
-    PrintGrowth(
-        "Descriptions behind each other", [](size_t bytes) { return Repeat("", kTwoPaths, bytes); }, figures);
-    PrintGrowth(
-        "One format line", [](size_t bytes) { return Repeat("a=fmtp:96 ", "key=value; ", bytes); }, figures);
-    PrintGrowth(
-        "One line that almost matches", [](size_t bytes) { return Repeat("a=simulcast:send ", "send 1", bytes) + "!"; },
-        figures);
-    PrintGrowth(
-        "One line of repeated groups", [](size_t bytes) { return Repeat("a=imageattr:97 send ", "[x=1] ", bytes); },
-        figures);
+    for (const Growing& growing : kGrowing)
+        PrintGrowth(growing, figures);
     return figures.Write() ? 0 : 1;
 }
