@@ -126,6 +126,7 @@ uint32_t CoreInventory::NumaNodeOf(uint32_t core) const
 {
     std::error_code error;
     const std::filesystem::directory_iterator entries(Files.cpus + "/cpu" + std::to_string(core), error);
+    if (IsUntold(error.value())) RefuseUntold(error.value());
     if (error) return kUnknownNumaNode;
     for (const auto& entry : entries)
     {

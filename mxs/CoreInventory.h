@@ -14,6 +14,7 @@
 namespace mxs
 {
 
+// Whoever asks gets a Refusal (10) when the system has no descriptor left to ask with.
 class CoreInventory
 {
 public:

@@ -2,7 +2,6 @@
 #include "mxs/InterfaceInventory.h"
 
 #include "mxs/Identifiers.h"
-#include "mxs/Refusal.h"
 #include "mxs/SystemFiles.h"
 
 #include <algorithm>
@@ -16,7 +15,6 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <system_error>
 #include <unistd.h>
 
 namespace mxs
@@ -28,18 +26,18 @@ namespace
 class ControlSocket // for the ioctl queries
 {
 public:
-    ControlSocket() : Descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0)) {}
-    ~ControlSocket()
+    ControlSocket() : Descriptor(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0))
     {
-        if (Descriptor >= 0) close(Descriptor);
+        if (Descriptor < 0) RefuseUntold(errno);
     }
+    ~ControlSocket() { close(Descriptor); }
     ControlSocket(const ControlSocket&) = delete;
     ControlSocket& operator=(const ControlSocket&) = delete;
 
     bool Ask(unsigned long request, const std::string& name, ifreq& answer) const
     {
         std::strncpy(answer.ifr_name, name.c_str(), IFNAMSIZ - 1);
-        return Descriptor >= 0 && ioctl(Descriptor, request, &answer) == 0;
+        return ioctl(Descriptor, request, &answer) == 0;
     }
 
 private:
@@ -90,13 +88,6 @@ uint32_t UnknownIsZero(std::optional<int64_t> number)
     return static_cast<uint32_t>(std::clamp<int64_t>(number.value_or(0), 0, UINT32_MAX));
 }
 
-// What the system does not tell is not said to be absent.
-[[noreturn]] void RefuseUntold()
-{
-    throw Refusal(kUnavailable,
-                  "The system does not tell its interfaces: " + std::generic_category().message(errno) + ".");
-}
-
 uint64_t PerSecond(uint64_t before, uint64_t now, double seconds)
 {
     return now > before ? static_cast<uint64_t>(8.0 * static_cast<double>(now - before) / seconds) : 0;
@@ -110,7 +101,7 @@ std::vector<uint64_t> InterfaceInventory::List() const
 {
     std::vector<uint64_t> ids;
     const std::unique_ptr<struct if_nameindex, decltype(&if_freenameindex)> names(if_nameindex(), if_freenameindex);
-    if (!names) RefuseUntold();
+    if (!names) RefuseUntold(errno);
     for (const struct if_nameindex* entry = names.get(); entry->if_index != 0; ++entry)
         ids.push_back(MakeId(IdKind::NetworkInterface, entry->if_index));
     return ids;
@@ -122,14 +113,14 @@ std::optional<std::string> InterfaceInventory::NameOf(uint64_t id) const
     if (index == 0 || index > INT32_MAX) return std::nullopt;
     char name[IF_NAMESIZE];
     if (if_indextoname(static_cast<unsigned>(index), name)) return std::string(name);
-    if (errno != ENXIO) RefuseUntold();
+    if (errno != ENXIO) RefuseUntold(errno);
     return std::nullopt;
 }
 
 bool InterfaceInventory::HasName(const std::string& name) const
 {
     if (if_nametoindex(name.c_str()) != 0) return true;
-    if (errno != ENODEV) RefuseUntold();
+    if (errno != ENODEV) RefuseUntold(errno);
     return false;
 }
 
@@ -139,7 +130,7 @@ std::vector<InterfaceConfig> InterfaceInventory::Addresses(uint64_t id) const
     const std::optional<std::string> name = NameOf(id);
     ifaddrs* first = nullptr;
     if (!name) return addresses;
-    if (getifaddrs(&first) != 0) RefuseUntold();
+    if (getifaddrs(&first) != 0) RefuseUntold(errno);
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> list(first, freeifaddrs);
     for (const ifaddrs* entry = first; entry; entry = entry->ifa_next)
     {

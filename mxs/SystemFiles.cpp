@@ -1,10 +1,14 @@
 // Files of the kernel hold one short text each; some fail on read, which counts as not there.
 #include "mxs/SystemFiles.h"
 
+#include "mxs/Refusal.h"
+
+#include <cerrno>
 #include <charconv>
 #include <fstream>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 
 namespace mxs
 {
@@ -22,9 +26,21 @@ std::optional<uint32_t> ParseNumber(std::string_view text)
 
 } // namespace
 
+void RefuseUntold(int error)
+{
+    throw Refusal(kUnavailable, "The system does not answer: " + std::generic_category().message(error) + ".");
+}
+
+bool IsUntold(int error)
+{
+    return error == EMFILE || error == ENFILE || error == ENOMEM;
+}
+
 std::optional<std::string> ReadSystemText(const std::string& path)
 {
+    errno = 0;
     std::ifstream file(path);
+    if (!file && IsUntold(errno)) RefuseUntold(errno);
     std::string line;
     if (!file || !std::getline(file, line)) return std::nullopt;
     return line;

@@ -1,7 +1,7 @@
 // The program with no descriptor left: what it serves goes on, and what is new waits or is refused.
 #include "ServiceFixture.h"
+#include "support/FreePort.h"
 #include "support/MxsProcess.h"
-#include "support/VideoSender.h"
 
 #include <gtest/gtest.h>
 
@@ -130,17 +130,35 @@ TEST_F(Descriptors, ThatAreMissingAtAnyPlaceOfAStartRefuseItWith10)
     EXPECT_EQ(200u, User.SetState(Stream, false, true).status);
 }
 
-TEST_F(Descriptors, ThatAreMissingDoNotMakeAnInterfaceUnknown)
+TEST_F(Descriptors, ThatAreMissingDoNotMakeAnInterfaceOrACoreUnknown)
 {
-    const std::string loopback = User.Loopback();
-    json ptp = User.GetJson("MXS/PtpApi/Config");
+    const std::string loopback = User.Loopback(), core = User.FirstCore();
+    const std::string conductor = "MXS/Conductor/Mines/" + User.CreateConductor();
+    const std::string common = "MXS/Stream/Mines/" + User.CreateStream() + "/Config/Common";
+    json ptp = User.GetJson("MXS/PtpApi/Config"), cores = User.GetJson(common);
     ptp["InterfaceName"] = "lo";
+    cores["ApplicativeBufferQueueDepth"] = 2;
+    cores["CpuCores"] = {core};
     Limit(kNoneIsFree);
 
     EXPECT_EQ(10u, User.Get("MXS/NetIf/").ErrCode());
     EXPECT_EQ(10u, User.Get("MXS/NetIf/" + loopback + "/Status").ErrCode());
     EXPECT_EQ(10u, User.Get("MXS/NetIf/" + loopback + "/Config").ErrCode());
     EXPECT_EQ(10u, User.Send("PUT", "MXS/PtpApi/Config", ptp).ErrCode());
+    EXPECT_EQ(10u, User.Get("MXS/CpuCore/").ErrCode());
+    EXPECT_EQ(10u, User.Get("MXS/CpuCore/" + core + "/Status").ErrCode());
+    EXPECT_EQ(10u, User.Send("PUT", conductor + "/Config", json{{"CpuCoreID", core}}).ErrCode());
+    EXPECT_EQ(10u, User.Send("PUT", common, cores).ErrCode());
+
+    for (size_t free = 0; free <= 3; ++free) // of the several questions that a status takes
+    {
+        Limit(EndWithFree(free));
+        const Reply reply = User.Get("MXS/NetIf/" + loopback + "/Status");
+        if (reply.status != 200)
+            EXPECT_EQ(10u, reply.ErrCode()) << free;
+        else
+            EXPECT_NE(0, json::parse(reply.body)["Characteristics"]["MTU"].get<int>()) << free;
+    }
 }
 
 TEST_F(Descriptors, ThatAreMissingMakeConnectionsWaitUntilAnotherEnds)
