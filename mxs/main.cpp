@@ -41,7 +41,8 @@ Runs in the foreground, logs to standard error, and writes its base URL to stand
   --multicast-ttl N      time to live of multicast packets where a stream asks for 0 (default 16)
   --rail-group GROUP     group whose members may open streams' memory besides this user
   --memory-limit BYTES   shared memory of all streams together; suffix K, M or G (default 8G)
-  --longest-hold MS      how late packets of a slot that has begun are still sent (default 100); the rest is given up
+  --longest-hold MS      longest standstill within a slot after which its rest is still sent (default 100; the slot's
+                         period where that is longer)
   --discipline-clock     let the PTP daemon set and slew this machine's clock; otherwise it never does
   --log-level LEVEL      error, warning, info (default) or debug
   --remove-abandoned     remove the memory that killed services left behind, and end; every start does so too
@@ -216,7 +217,12 @@ public:
     }
 
 private:
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    // Everything is slower, and what was lost is told at an end that was not cut off.
+    static constexpr std::chrono::milliseconds kLongestStop{10'000};
+#else
     static constexpr std::chrono::milliseconds kLongestStop{600};
+#endif
 
     std::mutex Mutex;
     std::condition_variable_any Wake;

@@ -161,7 +161,7 @@ struct MediaSettings
     uint8_t defaultMulticastTtl = 16;
     std::string railGroup;                  // group that may open the rails besides the owner, empty: nobody
     uint64_t memoryLimitBytes = 8ULL << 30; // a ring larger than this is refused with 10
-    uint64_t longestHoldNs = 100'000'000;   // how late a datagram of a slot that has begun may be sent, or by a period
+    uint64_t longestHoldNs = 100'000'000;   // longest standstill in a slot; at least the slot's period
 
     // Takes a line for the service's log, on the control side's thread. Empty: the line goes to standard error.
     std::function<void(const std::string&)> log;

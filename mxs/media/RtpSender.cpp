@@ -194,7 +194,7 @@ uint64_t RtpSender::Run(uint64_t nowNs)
                 return dueNs;
             }
             // Being late by one's own work is no reason: a slow machine sends late, and all of it.
-            if (nowNs > std::max(dueNs, ActiveNs) + std::max(Schedule->ToleranceNs(), Settings.longestHoldNs))
+            if (nowNs > std::max(dueNs, ActiveNs) + std::max(Schedule->PeriodNs(), Settings.longestHoldNs))
                 GiveUpSlot();
             else
                 SendBurst();

@@ -33,8 +33,7 @@ public:
     uint64_t Began(uint64_t taiNs, uint64_t monotonicNs);
     uint64_t Missed(uint64_t taiNs, uint64_t monotonicNs);
 
-    // How late a slot, or a part of it, may be sent.
-    uint64_t ToleranceNs() const { return LongestDelayNs; }
+    uint64_t PeriodNs() const { return PeriodLengthNs; }
 
 private:
     uint64_t TimeOf(uint64_t moment) const;

@@ -33,7 +33,6 @@ void ExpectAPictureArrives(Session& session)
 {
     StreamSettings settings;
     settings.port = FreeUdpPort();
-    settings.lockTimeoutMs = 10000;
     ReceiveStream receiver(session, settings);
     SendStream sender(session, settings);
     receiver.Start();

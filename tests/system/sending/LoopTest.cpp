@@ -18,7 +18,7 @@ class VideoLoop : public testing::Test
 protected:
     MxsProcess Service{kSendsLate};
     Session With{Service.ServiceUrl()};
-    StreamSettings Format{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50, .slots = 8, .lockTimeoutMs = 10000};
+    StreamSettings Format{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50, .slots = 8};
 
     // Sends `count` frames with timestamps of their own and takes them out again, one at a time.
     void SendAndTake(SendStream& sender, ReceiveStream& receiver, uint32_t first, uint32_t count)
