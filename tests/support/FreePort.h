@@ -12,9 +12,9 @@
 namespace test
 {
 
-// One that nobody has on this machine, and that nobody else is given before it is opened: it lies below those that the
-// system hands out by itself, neighbouring processes take theirs from other parts of the range (ports.py has the same),
-// and this one gives none twice until the range is at its end.
+// One that nobody has on this machine, and that hardly anybody else is given before it is opened: it lies below those
+// that the system hands out by itself, processes whose ids are near to each other take theirs from other parts of the
+// range (ports.py has the same), and this one gives none twice until the range is at its end.
 inline uint16_t FreeUdpPort()
 {
     constexpr uint32_t kFirst = 10240, kEach = 64, kProcesses = 352; // up to 32767

@@ -1,5 +1,6 @@
 // The program itself: options, the URL that it prints, its end.
 #include "ServiceFixture.h"
+#include "support/RemoveFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -224,9 +225,7 @@ protected:
     ~ProgramWithScripts() override
     {
         setenv("PATH", OldPath.c_str(), 1);
-        // What a stopped script has started may still write there.
-        for (std::error_code error; fs::exists(Folder, error);)
-            fs::remove_all(Folder, error);
+        RemoveFolder(Folder);
     }
 
     void Script(const char* name, const std::string& text)

@@ -3,6 +3,8 @@
 
 #include "mxs/ptp/StateFolder.h"
 
+#include "support/RemoveFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -86,12 +88,7 @@ protected:
                "[ -e conf ] || exit 0\necho \"$@\" > new.arguments && mv new.arguments pmc-arguments\ncat answer\n");
         Script("ptp4l", kRuns);
     }
-    ~Daemon() override
-    {
-        // What a stopped script has started may still write there.
-        for (std::error_code error; fs::exists(Folder, error);)
-            fs::remove_all(Folder, error);
-    }
+    ~Daemon() override { RemoveFolder(Folder); }
 
     // Runs in the test's folder; each start of ptp4l leaves a line, and pmc has nothing to say before the first.
     void Script(const std::string& name, const std::string& text, const std::string& version = "3.1.1")
