@@ -1,6 +1,7 @@
 // What the media engine costs: conversion of samples beside a copy of the same bytes and beside the loops of processors
 // without wide registers, a packet received, or sent and received, by one conductor beside bare loops with the same
 // offloads, and the time from the unlock of a slot at a sender to its lock at a receiver.
+#include "../support/Turns.h"
 #include "mxs/media/ConductorLoop.h"
 #include "mxs/media/MediaStream.h"
 #include "mxs/media/PixelGroups.h"
@@ -24,6 +25,7 @@
 #include <thread>
 #include <time.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace
@@ -427,8 +429,7 @@ void UnlockToLock(benchmark::State& state)
         roads.push_back(sinceMomentUs - kOffsetUs);
         state.SetIterationTime(static_cast<double>(road.Receiver.TakenNs - unlockedNs) / 1e9);
     }
-    std::nth_element(roads.begin(), roads.begin() + static_cast<std::ptrdiff_t>(roads.size() / 2), roads.end());
-    state.counters["road_us"] = roads[roads.size() / 2];
+    state.counters["road_us"] = bench::Median(std::move(roads));
 }
 
 } // namespace

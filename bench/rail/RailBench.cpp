@@ -1,5 +1,6 @@
 // What a hand-over of a slot costs: in one process, there and back between two that poll or sleep, and one way; each
 // beside the least that the machine needs for the same, interleaved in one run. Ratios stand at the end.
+#include "../support/Turns.h"
 #include "Futex.h"
 #include "OneWay.h"
 #include "Partner.h"
@@ -15,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace
@@ -301,8 +303,7 @@ void OneWay(benchmark::State& state, OneWayRoad* (*make)(uint32_t, unsigned), un
         state.SetIterationTime(static_cast<double>(times.back()) * 1e-9);
         std::this_thread::sleep_for(std::chrono::microseconds(200)); // the receiver falls asleep again
     }
-    std::nth_element(times.begin(), times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2), times.end());
-    state.counters["median_ns"] = static_cast<double>(times[times.size() / 2]);
+    state.counters["median_ns"] = static_cast<double>(bench::Median(std::move(times)));
 }
 
 // ---- the table ----

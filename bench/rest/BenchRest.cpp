@@ -1,12 +1,13 @@
 // An exchange of the library (build the request, send, read the record) beside a bare exchange of the HTTP library
 // (send, extract the JSON), in one process and turn by turn, so that both see the same machine; and beside the HTTP
 // library with its default pool, in a process of its own, batch by batch. Times are medians in microseconds.
+#include "../support/Turns.h"
 #include "PeerProcess.h"
 
-#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "commandpipe/restclient/CRestClient.h"
@@ -34,10 +35,7 @@ uint64_t NanosecondsOf(const auto& call)
 
 double MedianMicroseconds(std::vector<uint64_t> samples)
 {
-    if (samples.empty()) return 0;
-    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
-    std::nth_element(samples.begin(), middle, samples.end());
-    return static_cast<double>(*middle) / 1000;
+    return samples.empty() ? 0 : static_cast<double>(bench::Median(std::move(samples))) / 1000;
 }
 
 void BareGet(http_client& client)

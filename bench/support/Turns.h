@@ -22,7 +22,8 @@ inline double TakeTurn(const std::function<void()>& work, std::chrono::nanosecon
     return std::chrono::duration<double, std::nano>(now - begin).count() / static_cast<double>(calls);
 }
 
-inline double Median(std::vector<double> values)
+template <class TValue>
+TValue Median(std::vector<TValue> values) // one at least
 {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
     std::nth_element(values.begin(), middle, values.end());
