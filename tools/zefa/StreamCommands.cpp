@@ -150,7 +150,7 @@ ZEFA_SLOT NextSlot(const Stream& stream, const Limits& limits, CounterLine& line
         ZEFA_SLOT slot = nullptr;
         const ZEFA_ERRORCODE code = ZEFA_LockSlot(stream.Handle(), &slot);
         if (code == ZEFA_NO_ERROR) return slot;
-        if (code == ZEFA_ERR_INCORRECT_STATE) stream.Count(); // that of a service that is gone, too, as this tells
+        if (code == ZEFA_ERR_INCORRECT_STATE) stream.Count(); // a service that is gone gives it, too: then this fails
         if (code != ZEFA_ERR_TIMEOUT) Check(code, "No slot could be locked");
         if (limits.OutOfPatience()) throw Failure(kNothingMoved, silence + (" " + limits.PatienceText()) + ".");
     }
