@@ -82,10 +82,10 @@ public:
 
     bool Running() { return Pid > 0 && !Reap(WNOHANG); }
 
-    // Exit status, or minus the signal that ended it.
+    // Exit status, or minus the signal that ended it; of one that has ended already, too.
     int Stop(int signal = SIGTERM)
     {
-        ::kill(Pid, signal);
+        if (Running()) ::kill(Pid, signal);
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (!Reap(WNOHANG))
         {

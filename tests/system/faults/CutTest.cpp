@@ -1,8 +1,9 @@
 // The service dies at each point of each exported call: a proxy cuts the connection behind every byte of the request
 // and of the answer. The call has to answer, what it tells has to be whole, and the next one has to work.
 //     system_faults_cut           a choice of places: both ends, all ends of lines, some between
-//     system_faults_cut --every   every byte, both ways to end; five deaths of the process in each call; and a service
-//                                 that never answers, or too late
+//     system_faults_cut --every   every byte, both ways to end (by turns where a context is made or ended); five deaths
+//                                 of the process in each call; and a service that never answers, or too late
+#include "CleanService.h"
 #include "ControlCalls.h"
 #include "CuttingProxy.h"
 #include "Leftovers.h"
@@ -80,16 +81,36 @@ size_t EndOfTheLastHead(const std::string& answers)
     return answers.rfind("\r\n\r\n") + 4;
 }
 
+// Of the places of a call. At one that lies behind what the call sends or gets this time, nothing is harmed.
 struct Figures
 {
-    size_t cuts = 0, failures = 0;
+    size_t places = 0, failures = 0;
+    size_t harmed[2] = {}; // places in the request and in the answer
+
+    void Count(Direction direction, bool wasHarmed, ZEFA_ERRORCODE result)
+    {
+        ++places;
+        harmed[size_t(direction)] += wasHarmed;
+        failures += result != kGood;
+    }
 
     void Print(const std::string& name, const std::string& request, const std::string& answer) const
     {
-        std::printf("%-32s request %5zu bytes, answer %5zu bytes: %5zu places, %5zu errors\n", name.c_str(),
-                    request.size(), answer.size(), cuts, failures);
+        std::printf("%-32s request %5zu bytes, answer %5zu bytes: %5zu places, %5zu of them harmed, %5zu errors\n",
+                    name.c_str(), request.size(), answer.size(), places, harmed[0] + harmed[1], failures);
     }
 };
+
+void ExpectCutsOfBoth(const Figures& figures)
+{
+    for (const Direction direction : {Direction::Request, Direction::Answer})
+        EXPECT_LT(0u, figures.harmed[size_t(direction)]) << "no cut in the " << NameOf(direction);
+}
+
+void ExpectHarmedAnswers(const Figures& figures)
+{
+    EXPECT_LT(0u, figures.harmed[size_t(Direction::Answer)]) << "no byte was turned";
+}
 
 class Cuts : public testing::Test
 {
@@ -125,7 +146,7 @@ protected:
     }
 
     static constexpr int kTimeToLive = 5; // seconds
-    MxsProcess Service{{"--context-ttl", std::to_string(kTimeToLive)}};
+    CleanService Service{{"--context-ttl", std::to_string(kTimeToLive)}};
     CuttingProxy Proxy{uint16_t(std::stoul(Service.Port()))};
     Holdings Before, ServiceBefore;
 };
@@ -208,8 +229,7 @@ void PlayCuts(CuttingProxy& proxy, std::unique_ptr<World>& world, const ControlC
         proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
         const ZEFA_ERRORCODE result = Make(call, *world, told);
         const bool wasCut = proxy.Heal();
-        ++figures.cuts;
-        figures.failures += result != kGood;
+        figures.Count(cut.direction, wasCut, result);
 
         EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
         if (result == kGood)
@@ -229,6 +249,7 @@ void PlayCuts(CuttingProxy& proxy, std::unique_ptr<World>& world, const ControlC
     }
     Step(call.leave, *world);
     figures.Print(call.name, request, answer);
+    ExpectCutsOfBoth(figures);
 }
 
 // Those whose work is done in this process, and the two that have tests of their own.
@@ -318,9 +339,7 @@ TEST_F(Cuts, AtEachPointOfMakingAContextLeaveAWatchdogAtMost)
         Proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
         const ZEFA_ERRORCODE result =
             LeaveOutOfReach([&] { return ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context); });
-        Proxy.Heal();
-        ++figures.cuts;
-        figures.failures += result != kGood;
+        figures.Count(cut.direction, Proxy.Heal(), result);
         EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
         if (result == kGood)
         {
@@ -336,6 +355,7 @@ TEST_F(Cuts, AtEachPointOfMakingAContextLeaveAWatchdogAtMost)
     }
     EXPECT_EQ(0u, DestroyAll(contexts));
     figures.Print("CreateMXSContext", request, answer);
+    ExpectCutsOfBoth(figures);
     {
         const World next(Proxy.Url());
     }
@@ -358,9 +378,7 @@ TEST_F(Cuts, AtEachPointOfEndingAContextLeaveItUsableOrAWatchdogAtMost)
         ASSERT_EQ(kGood, ZEFA_CreateMXSContext(Proxy.Url().c_str(), &context));
         Proxy.CutAfter(cut.direction, cut.bytes, cut.afterwards);
         const ZEFA_ERRORCODE result = ZEFA_DestroyMXSContext(context);
-        Proxy.Heal();
-        ++figures.cuts;
-        figures.failures += result != kGood;
+        figures.Count(cut.direction, Proxy.Heal(), result);
         EXPECT_LE(result, ZEFA_ERR_COMMUNICATION) << cut;
         const bool unheard = cut.direction == Direction::Request && cut.bytes < request.size();
         if (result != kGood) (unheard ? known : doubtful).push_back(context);
@@ -371,6 +389,7 @@ TEST_F(Cuts, AtEachPointOfEndingAContextLeaveItUsableOrAWatchdogAtMost)
     EXPECT_EQ(0u, DestroyAll(known));
     lost += DestroyAll(doubtful);
     figures.Print("DestroyMXSContext", request, answer);
+    ExpectCutsOfBoth(figures);
     {
         const World next(Proxy.Url());
     }
@@ -394,9 +413,8 @@ TEST_F(Cuts, ADamagedByteOfTheAnswerIsAnErrorOrAnotherValueAndTheNextCallWorks)
             std::string told;
             Proxy.Spoil(place);
             const ZEFA_ERRORCODE result = Make(call, *world, told);
-            Proxy.HealOnNewConnections(); // with a wrong length, the rest of an answer may still lie in the old one
-            ++figures.cuts;
-            figures.failures += result != kGood;
+            // With a wrong length, the rest of an answer may still lie in the old one.
+            figures.Count(Direction::Answer, Proxy.HealOnNewConnections(), result);
             SCOPED_TRACE(place);
             EXPECT_LE(result, ZEFA_ERR_COMMUNICATION);
             ExpectAWorkingCall(*world);
@@ -405,6 +423,7 @@ TEST_F(Cuts, ADamagedByteOfTheAnswerIsAnErrorOrAnotherValueAndTheNextCallWorks)
         }
         Step(call.leave, *world);
         figures.Print(call.name, request, answer);
+        ExpectHarmedAnswers(figures);
     }
 }
 
@@ -428,7 +447,7 @@ TEST_F(Cuts, AnswersThatComeTwiceOrAreGarbageEndNoCallForEver)
             }
             uint64_t version = 0;
             EXPECT_LE(ZEFA_GetMXSStatus(world.Context(), &version), ZEFA_ERR_COMMUNICATION);
-            Proxy.HealOnNewConnections();
+            EXPECT_TRUE(Proxy.HealOnNewConnections()); // one of the answers at least came so
             UseUpOldAnswers(Proxy, world);
             ExpectAWorkingCall(world);
             Step(call.undo, world);
@@ -445,15 +464,17 @@ TEST_F(Cuts, HarmedAnswersWhileAContextIsMadeOrEndedLeaveAWatchdogAtMost)
     Proxy.Watch();
     ASSERT_EQ(kGood, ZEFA_CreateMXSContext(url.c_str(), &contexts[0]));
     const std::string request = Proxy.PassedIn(Direction::Request), answer = Proxy.PassedIn(Direction::Answer);
-    Figures figures;
+    struct Outcome
+    {
+        bool wasHarmed;
+        ZEFA_ERRORCODE result;
+    };
     size_t lost = 0;
-    const auto makeAndHeal = [&]
+    const auto makeAndHeal = [&]() -> Outcome
     {
         ZEFA_HANDLE context = nullptr;
         const ZEFA_ERRORCODE result = LeaveOutOfReach([&] { return ZEFA_CreateMXSContext(url.c_str(), &context); });
-        Proxy.HealOnNewConnections();
-        ++figures.cuts;
-        figures.failures += result != kGood;
+        const bool wasHarmed = Proxy.HealOnNewConnections();
         EXPECT_LE(result, ZEFA_ERR_COMMUNICATION);
         EXPECT_TRUE(context || result != kGood);
         if (context)
@@ -462,51 +483,57 @@ TEST_F(Cuts, HarmedAnswersWhileAContextIsMadeOrEndedLeaveAWatchdogAtMost)
             std::this_thread::sleep_for(std::chrono::seconds(kTimeToLive + 1));
         // Of another token or number the service does not know them.
         if (contexts.size() >= kContextsAtOnce) DestroyAll(contexts);
-        return result;
+        return {wasHarmed, result};
     };
+    Figures figures;
     for (size_t place = 0; place < answer.size() && !HasFailure(); place += everyByte ? 1 : 29)
     {
         Proxy.Spoil(place);
-        makeAndHeal();
+        const auto [wasHarmed, result] = makeAndHeal();
+        figures.Count(Direction::Answer, wasHarmed, result);
     }
+    figures.Print("CreateMXSContext", request, answer);
+    ExpectHarmedAnswers(figures);
     for (const Harm harm : {Harm::Twice, Harm::Garbage})
     {
         Proxy.Hurt(harm);
-        EXPECT_TRUE(makeAndHeal() != kGood || harm == Harm::Twice);
+        const auto [wasHarmed, result] = makeAndHeal();
+        EXPECT_TRUE(wasHarmed);
+        EXPECT_TRUE(result != kGood || harm == Harm::Twice);
         ZEFA_HANDLE context = nullptr;
         ASSERT_EQ(kGood, ZEFA_CreateMXSContext(url.c_str(), &context));
         Proxy.Hurt(harm);
-        const ZEFA_ERRORCODE result = ZEFA_DestroyMXSContext(context);
-        Proxy.HealOnNewConnections();
-        EXPECT_EQ(harm == Harm::Twice, result == kGood);
-        if (result != kGood) contexts.push_back(context);
+        const ZEFA_ERRORCODE ended = ZEFA_DestroyMXSContext(context);
+        EXPECT_TRUE(Proxy.HealOnNewConnections());
+        EXPECT_EQ(harm == Harm::Twice, ended == kGood);
+        if (ended != kGood) contexts.push_back(context);
     }
     DestroyAll(contexts);
-    figures.Print("CreateMXSContext", request, answer);
     const World next(url);
 }
 
 TEST_F(Cuts, AnswersThatComeLateAreWaitedFor)
 {
     World world(Proxy.Url());
-    for (const ControlCall& call : ControlCalls())
-    {
-        SCOPED_TRACE(call.name);
-        std::string wholeTold, told;
-        Step(call.enter, world);
-        Step(call.prepare, world);
-        EXPECT_EQ(call.expected, call.make(world, wholeTold));
-        Step(call.undo, world);
-        Step(call.prepare, world);
-        Proxy.Hurt(Harm::Late);
-        const auto asked = std::chrono::steady_clock::now();
-        EXPECT_EQ(call.expected, call.make(world, told));
-        EXPECT_LE(std::chrono::milliseconds(CuttingProxy::kQuietMs), std::chrono::steady_clock::now() - asked);
-        Proxy.Watch();
-        EXPECT_TRUE(told == wholeTold);
-        Step(call.undo, world);
-        Step(call.leave, world);
-    }
+    for (const std::span<const ControlCall> calls : {ControlCalls(), ContextCalls()})
+        for (const ControlCall& call : calls)
+        {
+            SCOPED_TRACE(call.name);
+            std::string wholeTold, told;
+            Step(call.enter, world);
+            Step(call.prepare, world);
+            EXPECT_EQ(call.expected, call.make(world, wholeTold));
+            Step(call.undo, world);
+            Step(call.prepare, world);
+            Proxy.Hurt(Harm::Late);
+            const auto asked = std::chrono::steady_clock::now();
+            EXPECT_EQ(call.expected, call.make(world, told));
+            EXPECT_LE(std::chrono::milliseconds(CuttingProxy::kQuietMs), std::chrono::steady_clock::now() - asked);
+            EXPECT_TRUE(Proxy.Heal()); // an answer of this call was late
+            EXPECT_TRUE(told == wholeTold);
+            Step(call.undo, world);
+            Step(call.leave, world);
+        }
 }
 
 // The HTTP library waits for half a minute: all calls wait side by side.
@@ -621,7 +648,7 @@ TEST(Deaths, OfTheServiceInACallAreAnErrorOrAWholeResultAndTheNextServiceStartsC
                 KillUnder(call, death, killed);
                 ++kills;
             }
-    const MxsProcess next;
+    const CleanService next;
     EXPECT_TRUE(RailsOf(killed).empty());
     std::printf("%zu services killed in a call\n", kills);
 }

@@ -123,12 +123,14 @@ public:
     }
 
     // Ends the harm, and every connection with it. The service has answered all that it was asked on them, whatever the
-    // client took for the answer.
-    void HealOnNewConnections()
+    // client took for the answer. Whether any answer was harmed.
+    bool HealOnNewConnections()
     {
+        bool harmed = false;
         Do(
-            [this]
+            [&, this]
             {
+                harmed = Plan.done;
                 Plan = {};
                 for (Connection& connection : Connections)
                 {
@@ -141,6 +143,7 @@ public:
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
             Do([&, this] { leaving = std::ranges::any_of(Connections, &Connection::leaving); });
         }
+        return harmed;
     }
 
     // Ends a silence: what was held back comes now, on the connections that are still there.
@@ -193,7 +196,8 @@ private:
 
     struct CutPlan
     {
-        bool armed = false, done = false;
+        bool armed = false;
+        bool done = false; // there was a cut, or an answer was harmed
         Direction direction{};
         size_t bytes = 0;
         Afterwards afterwards{};
@@ -354,6 +358,7 @@ private:
     // `before`: how much of the answers there was before these bytes.
     void Damage(Connection& connection, std::string& bytes, size_t before)
     {
+        Plan.done |= Plan.harm != Harm::None;
         if (Plan.harm == Harm::Silence || Plan.harm == Harm::Late) connection.heldAnswer += std::exchange(bytes, {});
         if (Plan.harm == Harm::Twice) bytes += bytes;
         if (Plan.harm == Harm::Garbage)
@@ -363,7 +368,7 @@ private:
         }
         if (!Plan.spoiled || *Plan.spoiled < before || *Plan.spoiled >= before + bytes.size()) return;
         bytes[*Plan.spoiled - before] = char(~bytes[*Plan.spoiled - before]);
-        connection.spoiled = true;
+        Plan.done = connection.spoiled = true;
     }
 
     const uint16_t ServicePort;

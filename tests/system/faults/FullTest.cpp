@@ -1,6 +1,7 @@
 // No room for shared memory. This process and the service that it starts have a /dev/shm of their own, a small one; the
 // machine's is not touched.
 #include "AudioLoop.h"
+#include "CleanService.h"
 #include "Leftovers.h"
 
 #include <sched.h>
@@ -75,13 +76,13 @@ protected:
     {
         if (!reasonToSkip.empty()) GTEST_SKIP() << reasonToSkip;
         ASSERT_TRUE(std::filesystem::is_empty(kFolder));
-        Service = std::make_unique<MxsProcess>();
+        Service = std::make_unique<CleanService>();
         With = std::make_unique<Session>(Service->ServiceUrl());
     }
 
     bool ServiceSaid(const std::string& text) { return Service->Log().find(text) != std::string::npos; }
 
-    std::unique_ptr<MxsProcess> Service;
+    std::unique_ptr<CleanService> Service;
     std::unique_ptr<Session> With;
 };
 
