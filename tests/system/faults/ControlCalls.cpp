@@ -328,16 +328,14 @@ const ControlCall kControlCalls[] = {
      .readsLists = true},
     {"SetStreamNetworkConfig", kGood,
      [](World& world, std::string&) { return ZEFA_SetStreamNetworkConfig(world.Stream(), world.Network.get()); }},
-    {"GetStreamEssenceConfig", kGood,
-     [](World& world, std::string& told)
-     {
-         ZEFA_ESSENCE_CONFIG config{};
-         const ZEFA_ERRORCODE result = ZEFA_GetStreamEssenceConfig(world.Stream(), &config);
-         if (result == kGood) Tell(told, config.Essence_X.ST2110_30_X);
-         return result;
-     }},
-    {"SetStreamEssenceConfig", kGood,
-     [](World& world, std::string&) { return ZEFA_SetStreamEssenceConfig(world.Stream(), &world.Essence); }},
+    {.name = "GetStreamEssenceConfig",
+     .expected = kGood,
+     .make = ReadStream<ZEFA_ESSENCE_CONFIG, ZEFA_GetStreamEssenceConfig>,
+     .ofTheEssence = true},
+    {.name = "SetStreamEssenceConfig",
+     .expected = kGood,
+     .make = [](World& world, std::string&) { return ZEFA_SetStreamEssenceConfig(world.Stream(), &world.Essence); },
+     .ofTheEssence = true},
     {"GetStreamNetworkStatus", kGood, ReadStream<ZEFA_STREAM_NETWORK_STATUS, ZEFA_GetStreamNetworkStatus>},
     {.name = "OpenStream",
      .expected = kGood,
@@ -355,14 +353,16 @@ const ControlCall kControlCalls[] = {
      .undo = SettleStream<ZEFA_StopStream>,
      .leave = SettleStream<ZEFA_CloseStream>,
      .lastMayFail = true,
-     .keepsMore = true},
+     .keepsMore = true,
+     .ofTheEssence = true},
     {.name = "StopStream",
      .expected = kGood,
      .make = OfStream<ZEFA_StopStream>,
      .enter = OpenAndStart,
      .undo = SettleStream<ZEFA_StartStream>,
      .leave = StopAndClose,
-     .keepsMore = true},
+     .keepsMore = true,
+     .ofTheEssence = true},
     {.name = "GetStreamCommonStatus",
      .expected = kGood,
      .make = ReadStream<ZEFA_STREAM_COMMON_STATUS, ZEFA_GetStreamCommonStatus>,
@@ -392,9 +392,21 @@ const ControlCall kContextCalls[] = {
 
 } // namespace
 
-World::World(const std::string& url)
-    : Url(url), Own(url), Receiver(Own, ZEFA_STREAM_TYPE_RX, AudioSettings{.paths = {FreeEndpoint()}, .slots = 4})
+World::World(const std::string& url, ZEFA_ESSENCE_TYPE essence) : Url(url), Own(url)
 {
+    constexpr uint32_t kSlots = 4, kLargeSlots = 2; // of megabytes, which each start fills
+    const Endpoint path = FreeEndpoint();
+    constexpr ZEFA_STREAM_TYPE kReceive = ZEFA_STREAM_TYPE_RX;
+    const StreamSettings video{
+        .standard = ZEFA_VIDEO_STANDARD_720X480_I_59_94, .slots = kLargeSlots, .port = path.port};
+    const AudioSettings audio{.paths = {path}, .slots = kSlots};
+    const AncSettings ancillary{.standard = ZEFA_VIDEO_STANDARD_1280X720_P_60, .paths = {path}, .slots = kLargeSlots};
+    if (essence == ZEFA_ESSENCE_TYPE_ST2110_20)
+        Receiving = Receiver.emplace<VideoStream>(Own, kReceive, video).Handle;
+    else if (essence == ZEFA_ESSENCE_TYPE_ST2110_30)
+        Receiving = Receiver.emplace<AudioStream>(Own, kReceive, audio).Handle;
+    else
+        Receiving = Receiver.emplace<AncStream>(Own, kReceive, ancillary).Handle;
     const ZEFA_HANDLE context = Own.Context;
     Interface = InterfaceNamed(context, "lo");
     EXPECT_EQ(kGood, ZEFA_GetCPUCoreFromOSId(context, 0, &Core));

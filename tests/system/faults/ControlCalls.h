@@ -1,12 +1,13 @@
 // The exported functions that talk to the service, each with what must stand before it and what undoes it.
 #pragma once
 
-#include "system/audio/AudioRoad.h"
+#include "system/anc/AncRoad.h"
 
 #include <functional>
 #include <future>
 #include <span>
 #include <string>
+#include <variant>
 
 namespace test
 {
@@ -15,13 +16,13 @@ namespace test
 class World
 {
 public:
-    explicit World(const std::string& url);
+    explicit World(const std::string& url, ZEFA_ESSENCE_TYPE essence = ZEFA_ESSENCE_TYPE_ST2110_30);
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
     ZEFA_HANDLE Context() const { return Own.Context; }
-    ZEFA_HANDLE Stream() const { return Receiver.Handle; }
+    ZEFA_HANDLE Stream() const { return Receiving; }
 
     uint64_t Core = 0, Interface = 0;
     uint64_t Conductor = 0;       // of this context, with a core; stopped
@@ -38,7 +39,8 @@ private:
     ZEFA_HANDLE Other = nullptr;
     std::future<void> EndOfOther; // waited for last: each context waits up to a second for its watchdog
     Session Own;
-    AudioStream Receiver; // configured and closed
+    std::variant<std::monostate, VideoStream, AudioStream, AncStream> Receiver; // configured and closed
+    ZEFA_HANDLE Receiving = nullptr;                                            // its handle
 };
 
 struct ControlCall
@@ -63,6 +65,8 @@ struct ControlCall
     bool keepsMore = false;
     // The reader of a list gives an empty one when there is no memory for it.
     bool readsLists = false;
+    // It sends, reads or makes something else for each essence.
+    bool ofTheEssence = false;
 
     bool ChangesSomething() const { return enter || prepare || undo || leave; }
 };
