@@ -1,11 +1,14 @@
-// Applications and services are killed at random moments. Nothing may be left of them: no memory, no process, no thread
-// and no descriptor of the other side, and the next start is clean.
+// Applications, with streams of audio and of ancillary data by turns, and services are killed at random moments. Nothing
+// may be left of them: no memory, no process, no thread and no descriptor of the other side, and the next start is
+// clean.
 //     system_faults_kill                          10 kills
 //     system_faults_kill --kills 1000 [--seed N]  so many; a seed repeats the order and the moments
-#include "AudioLoop.h"
 #include "Leftovers.h"
+#include "system/road/Road.h"
 
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <optional>
 #include <random>
 #include <sys/prctl.h>
@@ -21,7 +24,7 @@ unsigned seed = std::random_device{}();
 class Application
 {
 public:
-    Application(const std::string& url, const char* mode)
+    Application(const std::string& url, const char* mode, const char* essence)
     {
         Pid = ::fork();
         if (Pid != 0) return;
@@ -29,7 +32,7 @@ public:
         const int nowhere = ::open("/dev/null", O_WRONLY); // it complains when it loses its service
         ::dup2(nowhere, STDOUT_FILENO);
         ::dup2(nowhere, STDERR_FILENO);
-        ::execl(KILLED_APPLICATION_PATH, KILLED_APPLICATION_PATH, url.c_str(), mode, nullptr);
+        ::execl(KILLED_APPLICATION_PATH, KILLED_APPLICATION_PATH, url.c_str(), mode, essence, nullptr);
         ::_exit(127);
     }
     ~Application()
@@ -81,13 +84,19 @@ protected:
         Before = HoldingsOf(Service->ProcessId());
     }
 
+    // The last one, which nobody has killed, has lost no memory with the applications either.
+    void TearDown() override { EXPECT_EQ(0, Service->Stop()) << Service->Log(); }
+
     void StartService() { Service.emplace(std::vector<std::string>{"--context-ttl", "5"}); }
 
-    // A new application does all that there is to do.
+    // New applications do all that there is to do.
     void ExpectACleanStart()
     {
-        Application next(Service->ServiceUrl(), "once");
-        EXPECT_EQ(0, next.AwaitEnd());
+        for (const char* const essence : kEssences)
+        {
+            Application next(Service->ServiceUrl(), "once", essence);
+            EXPECT_EQ(0, next.AwaitEnd()) << essence;
+        }
     }
 
     void ExpectNothingLeftOfApplications()
@@ -101,7 +110,7 @@ protected:
 
     void KillAnApplication()
     {
-        Application victim(Service->ServiceUrl(), "forever");
+        Application victim(Service->ServiceUrl(), "forever", kEssences[ApplicationsKilled % std::size(kEssences)]);
         WaitALittle();
         victim.Kill();
         ++ApplicationsKilled;
@@ -111,7 +120,7 @@ protected:
     // Under an application, which finds out and ends by itself.
     void KillTheService()
     {
-        Application user(Service->ServiceUrl(), "forever");
+        Application user(Service->ServiceUrl(), "forever", kEssences[ServicesKilled % std::size(kEssences)]);
         WaitALittle();
         const pid_t process = Service->ProcessId();
         Service->Stop(SIGKILL);
@@ -128,6 +137,8 @@ protected:
         std::uniform_int_distribution<int> ms(0, 400); // a start takes about a quarter of it
         std::this_thread::sleep_for(std::chrono::milliseconds(ms(Random)));
     }
+
+    static constexpr const char* kEssences[] = {"audio", "ancillary"};
 
     std::mt19937 Random;
     std::optional<MxsProcess> Service;

@@ -1,10 +1,12 @@
-// An application that waits to be killed: KilledApplication URL forever|once. Starts two streams, moves slots and stops
-// them, again and again until the service is gone, or once. Ends with 0 when, once, a slot has arrived and all has gone
-// well; or when, without the service, it holds no more than before it had streams.
+// An application that waits to be killed: KilledApplication URL forever|once audio|ancillary. Starts two streams, moves
+// slots and stops them, again and again until the service is gone, or once. Ends with 0 when, once, a slot has arrived
+// and all has gone well; or when, without the service, it holds no more than before it had streams.
+#include "AncLoop.h"
 #include "AudioLoop.h"
 #include "Leftovers.h"
 
 #include <fstream>
+#include <memory>
 #include <string_view>
 
 using namespace test;
@@ -22,30 +24,36 @@ size_t MappedRails()
     return count;
 }
 
-int WorkUntilTheServiceIsGone(Session& session)
+std::unique_ptr<StreamLoop> MakeLoop(Session& session, std::string_view essence)
+{
+    if (essence == "ancillary") return std::make_unique<AncLoop>(session);
+    return std::make_unique<AudioLoop>(session);
+}
+
+int WorkUntilTheServiceIsGone(Session& session, std::string_view essence)
 {
     const Holdings before = HoldingsOf(::getpid());
     {
-        AudioLoop loop(session);
+        const std::unique_ptr<StreamLoop> loop = MakeLoop(session, essence);
         for (uint64_t version = 0; ZEFA_GetMXSStatus(session.Context, &version) == ZEFA_NO_ERROR;)
         {
-            loop.Start();
-            loop.Work();
-            loop.AskForStatus();
-            loop.Stop();
+            loop->Start();
+            loop->Work();
+            loop->AskForStatus();
+            loop->Stop();
         }
     }
     if (MappedRails() > 0) return 3;
     return Await([&] { return HoldingsOf(::getpid()).NoMoreThan(before); }) ? 0 : 4;
 }
 
-int WorkOnce(Session& session)
+int WorkOnce(Session& session, std::string_view essence)
 {
-    AudioLoop loop(session);
-    loop.Start();
-    const bool arrived = loop.AwaitSlot();
-    loop.AskForStatus();
-    loop.Stop();
+    const std::unique_ptr<StreamLoop> loop = MakeLoop(session, essence);
+    loop->Start();
+    const bool arrived = loop->AwaitSlot();
+    loop->AskForStatus();
+    loop->Stop();
     return arrived ? 0 : 1;
 }
 
@@ -53,13 +61,13 @@ int WorkOnce(Session& session)
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) return 2;
+    if (argc != 4) return 2;
     int status = 0;
     {
         Session session(argv[1]);
         // Without a service the context cannot be unmade, and stays to the end.
-        if (std::string_view(argv[2]) == "forever") ::_exit(WorkUntilTheServiceIsGone(session));
-        status = WorkOnce(session);
+        if (std::string_view(argv[2]) == "forever") ::_exit(WorkUntilTheServiceIsGone(session, argv[3]));
+        status = WorkOnce(session, argv[3]);
     }
     return testing::UnitTest::GetInstance()->Failed() ? 1 : status;
 }

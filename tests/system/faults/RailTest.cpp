@@ -4,7 +4,9 @@
 //     system_faults_rail --every   all words, those of a second table too, each value in a life of its own
 #include "AncLoop.h"
 #include "AudioLoop.h"
+#include "CleanService.h"
 #include "Leftovers.h"
+#include "VideoLoop.h"
 #include "flowrail/src/RailLayout.h"
 
 #include <fcntl.h>
@@ -88,10 +90,12 @@ protected:
         EXPECT_TRUE(Rails().empty());
     }
 
+    static constexpr size_t kStrideOfPictures = 7; // their slots come a picture apart
+
     // Without --every one word of `stride`.
     void OverwriteEachWord(StreamLoop& pair, size_t stride);
 
-    MxsProcess Service;
+    CleanService Service;
     Session With{Service.ServiceUrl()};
     AudioLoop Pair{With};
 };
@@ -179,8 +183,13 @@ TEST_F(DamagedRail, WithAnyWordOverwrittenEndsNobodyAndTheNextStartIsClean)
 TEST_F(DamagedRail, OfAncillaryDataWithAnyWordOverwrittenEndsNobodyEither)
 {
     AncLoop ancillary(With);
-    constexpr size_t kStride = 7; // its slots come a picture apart
-    OverwriteEachWord(ancillary, kStride);
+    OverwriteEachWord(ancillary, kStrideOfPictures);
+}
+
+TEST_F(DamagedRail, OfVideoWithAnyWordOverwrittenEndsNobodyEither)
+{
+    VideoLoop video(With);
+    OverwriteEachWord(video, kStrideOfPictures);
 }
 
 } // namespace

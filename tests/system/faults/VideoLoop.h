@@ -1,0 +1,64 @@
+// Two streams of small interlaced pictures, one of which sends to the other, and the application at work on both.
+#pragma once
+
+#include "StreamLoop.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace test
+{
+
+class VideoLoop : public StreamLoop
+{
+public:
+    explicit VideoLoop(Session& session)
+        : Settings{.standard = ZEFA_VIDEO_STANDARD_720X576_I_50,
+                   .slots = 4,
+                   .lockTimeoutMs = kLockTimeoutMs,
+                   .port = FreeUdpPort()},
+          Receiving(session, ZEFA_STREAM_TYPE_RX, Settings), Sending(session, ZEFA_STREAM_TYPE_TX, Settings)
+    {
+    }
+
+private:
+    static constexpr ZEFA_BUFFER_TYPE kFields[] = {ZEFA_BUFFER_VIDEO_0, ZEFA_BUFFER_VIDEO_1};
+    static constexpr uint32_t kFieldBytes = 720 * 288 * 2 * 2; // two samples a pixel, each in two bytes
+
+    ZEFA_HANDLE Sender() const override { return Sending.Handle; }
+    ZEFA_HANDLE Receiver() const override { return Receiving.Handle; }
+
+    void Fill(ZEFA_SLOT slot) override
+    {
+        for (const ZEFA_BUFFER_TYPE field : kFields)
+        {
+            uint8_t* address = nullptr;
+            uint32_t size = 0;
+            ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_GetSlotBuffer(Sender(), slot, field, &address, &size));
+            ASSERT_EQ(kFieldBytes, size);
+            std::fill_n(address, size, uint8_t{1});
+        }
+    }
+
+    bool ReadAndUnlock(ZEFA_SLOT slot) override
+    {
+        for (const ZEFA_BUFFER_TYPE field : kFields)
+        {
+            uint8_t* address = nullptr;
+            uint32_t size = 0;
+            EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetSlotBuffer(Receiver(), slot, field, &address, &size));
+            EXPECT_EQ(kFieldBytes, size);
+            if (size != kFieldBytes) return false;
+            const volatile uint32_t sum = std::accumulate(address, address + size, uint32_t{0}); // all can be read
+            static_cast<void>(sum);
+            ReadMetadata(slot, field);
+        }
+        EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_UnlockSlot(Receiver(), slot));
+        return true;
+    }
+
+    const StreamSettings Settings;
+    VideoStream Receiving, Sending;
+};
+
+} // namespace test
