@@ -1,8 +1,8 @@
 // Memory runs out in the middle of a call: of each exported function that talks to the service, for streams of every
 // essence where that makes a difference, and of those that read and write descriptions, each allocation that the
-// library makes on the calling thread fails once. std::bad_alloc passes through or the call ends with an error code, the
-// service and the handles are usable afterwards, and nothing is lost but what a failed creation leaves. What the HTTP
-// library allocates for itself does not fail here: it may wait for ever then.
+// library makes on the calling thread fails once. std::bad_alloc passes through or the call ends with an error code,
+// the service and the handles are usable afterwards, and nothing is lost but what a failed creation leaves. What the
+// HTTP library allocates for itself does not fail here: it may wait for ever then.
 //     system_faults_allocation           with the trace in the log on, a choice of allocations
 //     system_faults_allocation --every   with the trace on, too, each of them
 #include "CleanService.h"

@@ -1,6 +1,6 @@
-// Applications, with streams of audio and of ancillary data by turns, and services are killed at random moments. Nothing
-// may be left of them: no memory, no process, no thread and no descriptor of the other side, and the next start is
-// clean.
+// Applications, with streams of audio and of ancillary data by turns, and services are killed at random moments.
+// Nothing may be left of them: no memory, no process, no thread and no descriptor of the other side, and the next start
+// is clean.
 //     system_faults_kill                          10 kills
 //     system_faults_kill --kills 1000 [--seed N]  so many; a seed repeats the order and the moments
 #include "Leftovers.h"
