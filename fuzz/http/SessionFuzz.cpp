@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <netinet/in.h>
@@ -66,7 +67,7 @@ public:
         Require(Descriptor >= 0);
         const uint32_t source = INADDR_LOOPBACK + (count++ % 65536 << 8);
         Require(bind(Descriptor, Address(source, 0), sizeof(sockaddr_in)) == 0);
-        Require(connect(Descriptor, Address(INADDR_LOOPBACK, port), sizeof(sockaddr_in)) == 0);
+        Require(Connect(Address(INADDR_LOOPBACK, port)));
     }
     ~Connection() { close(Descriptor); }
     Connection(const Connection&) = delete;
@@ -94,6 +95,14 @@ public:
     }
 
 private:
+    // The alarm that the fuzzer sets for inputs that take too long interrupts; what was begun goes on.
+    bool Connect(const sockaddr* address)
+    {
+        while (connect(Descriptor, address, sizeof(sockaddr_in)) != 0)
+            if (errno != EINTR && errno != EALREADY) return errno == EISCONN;
+        return true;
+    }
+
     const sockaddr* Address(uint32_t host, uint16_t port)
     {
         Place = {};
