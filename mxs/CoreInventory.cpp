@@ -85,6 +85,7 @@ std::optional<CpuCoreStatus> CoreInventory::Status(uint64_t id) const
 void CoreInventory::Sample()
 {
     std::map<uint32_t, Ticks> now = ReadTicks();
+    if (now.empty()) return;
     const std::lock_guard lock(Mutex);
     for (const auto& [core, ticks] : now)
     {

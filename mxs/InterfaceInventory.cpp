@@ -2,6 +2,7 @@
 #include "mxs/InterfaceInventory.h"
 
 #include "mxs/Identifiers.h"
+#include "mxs/Refusal.h"
 #include "mxs/SystemFiles.h"
 
 #include <algorithm>
@@ -95,7 +96,10 @@ uint64_t PerSecond(uint64_t before, uint64_t now, double seconds)
 
 } // namespace
 
-InterfaceInventory::InterfaceInventory() : LastCounters(ReadCounters()) {}
+InterfaceInventory::InterfaceInventory()
+{
+    Sample();
+}
 
 std::vector<uint64_t> InterfaceInventory::List() const
 {
@@ -187,7 +191,15 @@ std::optional<InterfaceStatus> InterfaceInventory::Status(uint64_t id) const
 
 void InterfaceInventory::Sample()
 {
-    std::map<uint64_t, Counters> now = ReadCounters();
+    std::map<uint64_t, Counters> now;
+    try
+    {
+        now = ReadCounters();
+    }
+    catch (const Refusal&) // nobody has asked: all rates stay as they were until the next sample
+    {
+        return;
+    }
     std::map<uint64_t, Rates> throughput;
     const std::lock_guard lock(Mutex);
     for (const auto& [id, counters] : now)
@@ -207,7 +219,7 @@ std::map<uint64_t, InterfaceInventory::Counters> InterfaceInventory::ReadCounter
 {
     std::map<uint64_t, Counters> all;
     const std::unique_ptr<struct if_nameindex, decltype(&if_freenameindex)> names(if_nameindex(), if_freenameindex);
-    if (!names) return all;
+    if (!names) RefuseUntold(errno);
     for (const struct if_nameindex* entry = names.get(); entry->if_index != 0; ++entry)
     {
         const std::string statistics = Directory(entry->if_name) + "/statistics";

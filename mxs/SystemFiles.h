@@ -9,12 +9,14 @@
 namespace mxs
 {
 
-// Refuses (10) what the system would tell if there were a descriptor to ask with: what it does not tell is not said to
-// be absent. `error` is the errno of the question.
-[[noreturn]] void RefuseUntold(int error);
+// True of the errno of a question that the system had no descriptor or no memory to answer: what it does not tell is not
+// said to be absent.
 bool IsUntold(int error);
 
-// Both refuse so, too.
+// Refuses (10) for such an error.
+[[noreturn]] void RefuseUntold(int error);
+
+// ReadSystemText and ReadSystemNumber refuse so, too.
 std::optional<std::string> ReadSystemText(const std::string& path); // without the line's end; none if unreadable
 std::optional<int64_t> ReadSystemNumber(const std::string& path);   // a decimal number
 std::vector<uint32_t> ParseCpuList(const std::string& text);        // "0-2,5": 0, 1, 2, 5

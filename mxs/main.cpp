@@ -218,7 +218,7 @@ public:
 
 private:
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    // Everything is slower, and what was lost is told at an end that was not cut off.
+    // Everything is slower, and leaks are reported only at an end that is not cut off.
     static constexpr std::chrono::milliseconds kLongestStop{10'000};
 #else
     static constexpr std::chrono::milliseconds kLongestStop{600};

@@ -9,6 +9,7 @@
 #include <net/if.h>
 #include <sched.h>
 #include <set>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace test
@@ -113,13 +114,18 @@ TEST_F(Machine, AnAddressCannotBePut)
               session.Send("PUT", "MXS/NetIf/1500000000fffff0/Config", json{{"IP", 1}, {"SubnetMask", 2}}).ErrCode());
 }
 
+uint64_t LoopbackOf(const mxs::InterfaceInventory& inventory)
+{
+    for (const uint64_t id : inventory.List())
+        if (inventory.NameOf(id) == "lo") return id;
+    ADD_FAILURE() << "there is no loopback";
+    return 0;
+}
+
 TEST_F(Machine, ThroughputIsThatBetweenTwoSamples)
 {
     mxs::InterfaceInventory inventory;
-    uint64_t lo = 0;
-    for (const uint64_t id : inventory.List())
-        if (inventory.NameOf(id) == "lo") lo = id;
-    ASSERT_NE(0u, lo);
+    const uint64_t lo = LoopbackOf(inventory);
     EXPECT_EQ(0u, inventory.Status(lo)->downloadBitsPerSecond); // unknown as yet
 
     for (int count = 0; count < 10; ++count)
@@ -128,6 +134,25 @@ TEST_F(Machine, ThroughputIsThatBetweenTwoSamples)
 
     EXPECT_LT(0u, inventory.Status(lo)->uploadBitsPerSecond);
     EXPECT_LT(0u, inventory.Status(lo)->downloadBitsPerSecond);
+}
+
+TEST_F(Machine, ThroughputStaysWhatItWasWhereNoDescriptorIsLeftForASample)
+{
+    mxs::InterfaceInventory inventory;
+    const uint64_t lo = LoopbackOf(inventory);
+    for (int count = 0; count < 10; ++count)
+        Session session(Port()); // traffic
+    inventory.Sample();
+    const uint64_t upload = inventory.Status(lo)->uploadBitsPerSecond;
+    ASSERT_LT(0u, upload);
+
+    rlimit limit{};
+    ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &limit));
+    const rlimit none{0, limit.rlim_max}; // those that are open stay
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+    inventory.Sample();
+    EXPECT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &limit));
+    EXPECT_EQ(upload, inventory.Status(lo)->uploadBitsPerSecond);
 }
 
 // A tree like the kernel's.
