@@ -69,7 +69,7 @@ endfunction()
 # would warn of their insides then; JOINED targets are compiled several sources at once.
 function(zefaline_quick_when_sanitized target)
     cmake_parse_arguments(ARG "JOINED" "" "" ${ARGN})
-    if(ZEFALINE_SANITIZE MATCHES "address|thread" AND ARG_JOINED)
+    if(ZEFALINE_SANITIZE AND ARG_JOINED)
         set_target_properties(${target} PROPERTIES UNITY_BUILD ON)
     endif()
     if(ZEFALINE_SANITIZE MATCHES "address|thread" OR ZEFALINE_COVERAGE)
