@@ -1,5 +1,7 @@
 // What a hand-over of a slot costs: in one process, there and back between two that poll or sleep, and one way; each
 // beside the least that the machine needs for the same, interleaved in one run. Ratios stand at the end.
+#include "../support/LeastRing.h"
+#include "../support/SecondThread.h"
 #include "../support/Turns.h"
 #include "Futex.h"
 #include "OneWay.h"
@@ -9,9 +11,11 @@
 #include <algorithm>
 #include <atomic>
 #include <benchmark/benchmark.h>
+#include <chrono>
 #include <climits>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -43,52 +47,75 @@ FLOW_RAIL_DESCRIPTOR Describe(const char* purpose, uint32_t slotBytes, const cha
 
 // ---- one process ----
 
-void RailCycle(benchmark::State& state)
+// Both ends of a rail in one thread.
+class CycleRail
 {
-    const auto bytes = static_cast<uint32_t>(state.range(0));
-    PinTo(0);
-    FLOW_RAIL_DESCRIPTOR descriptor = Describe("cycle", bytes, "producer");
-    const auto rail = NewRail();
-    uint64_t token = 0;
-    if (rail->Create(&descriptor) != FLOW_RAIL_OK || rail->AddConsumer(&token) != FLOW_RAIL_OK) Fail("a rail");
-    for (auto _ : state)
+public:
+    explicit CycleRail(uint32_t slotBytes) : Bytes(slotBytes), Rail(NewRail())
+    {
+        FLOW_RAIL_DESCRIPTOR descriptor = Describe("cycle", Bytes, "producer");
+        if (Rail->Create(&descriptor) != FLOW_RAIL_OK || Rail->AddConsumer(&Token) != FLOW_RAIL_OK) Fail("a rail");
+    }
+
+    bool Cycle()
     {
         void *written = nullptr, *read = nullptr;
-        uint32_t result = rail->LockProducer(bytes, 100, &written);
-        result |= rail->UnlockProducer(written);
-        result |= rail->LockConsumer(&token, bytes, 100, &read);
-        result |= rail->UnlockConsumer(&token, read);
-        if (result != FLOW_RAIL_OK) [[unlikely]]
-            state.SkipWithError("a lock failed");
+        uint32_t result = Rail->LockProducer(Bytes, 100, &written);
+        result |= Rail->UnlockProducer(written);
+        result |= Rail->LockConsumer(&Token, Bytes, 100, &read);
+        result |= Rail->UnlockConsumer(&Token, read);
+        return result == FLOW_RAIL_OK;
     }
-}
 
-// The least that can be called a ring: two positions and a look at a futex word for each direction.
-struct alignas(64) LeastRing
-{
-    alignas(64) std::atomic<uint64_t> produced{0};
-    alignas(64) std::atomic<uint64_t> consumed{0};
-    alignas(64) std::atomic<uint32_t> consumerAsleep{0};
-    alignas(64) std::atomic<uint32_t> producerAsleep{0};
+private:
+    const uint32_t Bytes;
+    const std::unique_ptr<CFlowRail> Rail;
+    uint64_t Token = 0;
 };
 
-void LeastRingCycle(benchmark::State& state)
+struct CycleKind
+{
+    std::string Counter;
+    std::function<void()> Batch;
+    std::vector<double> Ns{}; // a cycle, by turn
+};
+
+constexpr int kBatch = 500; // a look at the clock takes half a cycle
+
+template <class TCycle>
+CycleKind Kind(const std::string& counter, TCycle cycle)
+{
+    const auto batch = [cycle]
+    {
+        for (int i = 0; i < kBatch; ++i)
+            if (!cycle()) [[unlikely]]
+                Fail("a cycle");
+    };
+    return {counter, batch};
+}
+
+// Rails of every size and the least ring take turns, so that a busy neighbour slows all of them alike.
+void FullCycle(benchmark::State& state)
 {
     PinTo(0);
-    LeastRing ring;
+    const bench::SecondThread second;
+    bench::LeastRing least;
+    CycleRail small(k4KiB), middle(k4MiB), large(k40MiB);
+    CycleKind kinds[] = {
+        Kind("rail_4096_ns", [&] { return small.Cycle(); }),
+        Kind("rail_4194304_ns", [&] { return middle.Cycle(); }),
+        Kind("rail_41943040_ns", [&] { return large.Cycle(); }),
+        Kind("least_ns", [&] { return least.BareCycle(); }),
+        Kind("six_locks_ns", [&] { return least.LockedCycle(); }),
+    };
     for (auto _ : state)
     {
-        while (ring.produced.load(std::memory_order_relaxed) - ring.consumed.load(std::memory_order_acquire) >= 2)
-        {
-        }
-        ring.produced.store(ring.produced.load(std::memory_order_relaxed) + 1, std::memory_order_seq_cst);
-        if (ring.consumerAsleep.load(std::memory_order_seq_cst) != 0) state.SkipWithError("somebody sleeps");
-        while (ring.produced.load(std::memory_order_acquire) == ring.consumed.load(std::memory_order_relaxed))
-        {
-        }
-        ring.consumed.store(ring.consumed.load(std::memory_order_relaxed) + 1, std::memory_order_seq_cst);
-        if (ring.producerAsleep.load(std::memory_order_seq_cst) != 0) state.SkipWithError("somebody sleeps");
+        for (CycleKind& kind : kinds)
+            kind.Ns.push_back(bench::TakeTurn(kind.Batch, std::chrono::microseconds(100)) / kBatch);
+        state.SetIterationTime(kinds[0].Ns.back() * 1e-9);
     }
+    for (const CycleKind& kind : kinds)
+        state.counters[kind.Counter] = bench::Median(kind.Ns);
 }
 
 // ---- there and back between two processes ----
@@ -359,7 +386,7 @@ int main(int argc, char** argv)
     int count = static_cast<int>(arguments.size());
 
     using benchmark::RegisterBenchmark;
-    RegisterBenchmark("LeastRingCycle", LeastRingCycle)->Arg(0);
+    RegisterBenchmark("FullCycle", FullCycle)->Arg(0)->UseManualTime()->Iterations(200);
     const auto rawBlocked = [](const char* name, Waits waits, unsigned cpu) {
         RegisterBenchmark(name, [=](benchmark::State& state) { RawBlocked(state, waits, cpu); })->Arg(0)->UseRealTime();
     };
@@ -379,7 +406,6 @@ int main(int argc, char** argv)
     const bool hasGStreamer = HasGStreamer();
     for (const int64_t size : kSizes)
     {
-        RegisterBenchmark("RailCycle", RailCycle)->Arg(size);
         RegisterBenchmark("RailSpin", RailSpin)->Arg(size)->UseManualTime()->Iterations(200);
         RegisterBenchmark("RailBlockedOneCpu", [](benchmark::State& state) { RailBlocked(state, 0); })
             ->Arg(size)
@@ -404,9 +430,11 @@ int main(int argc, char** argv)
     {
         const std::string size = "/" + std::to_string(kSizes[index]);
         std::printf("%s\n", sizes[index]);
-        medians.CompareTo("  full cycle / iceoryx loan to release, 427 ns", "RailCycle" + size, 427, 0.35);
-        medians.Compare("  full cycle / least ring", "RailCycle" + size, "LeastRingCycle/0", 0);
-        medians.Compare("  full cycle / the one of 4 KiB", "RailCycle" + size, "RailCycle/4096", 0);
+        const std::string cycle = "FullCycle/0:rail_" + std::to_string(kSizes[index]) + "_ns";
+        medians.Compare("  full cycle / least ring under six locks", cycle, "FullCycle/0:six_locks_ns", 150.0 / 106);
+        medians.CompareTo("  full cycle / iceoryx loan to release, 427 ns", cycle, 427, 0.35);
+        medians.Compare("  full cycle / least ring", cycle, "FullCycle/0:least_ns", 0);
+        medians.Compare("  full cycle / the one of 4 KiB", cycle, "FullCycle/0:rail_4096_ns", 0);
         medians.Compare("  spinning there and back / two bare words", "RailSpin" + size + ":rail_ns",
                         "RailSpin" + size + ":raw_ns", 0); // what is to be reached goes with the level of the words
         medians.CompareTo("  asleep, one vCPU / iceoryx WaitSet, 7900 ns", "RailBlockedOneCpu" + size, 7900, 0.65);

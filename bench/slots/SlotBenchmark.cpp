@@ -3,22 +3,20 @@
 // that a busy neighbour slows all of them alike. A producer in the same thread commits the slot of each cycle. Beside
 // them turns the least ring there is under six locks, which tells how fast the machine is at such work.
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <future>
 #include <memory>
-#include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include "../support/FigureFile.h"
+#include "../support/LeastRing.h"
+#include "../support/SecondThread.h"
 #include "../support/Turns.h"
 #include "flowrail1.h"
 #include "logger/CLogger.h"
@@ -130,33 +128,11 @@ public:
         Require(ZEFA_UnlockSlot(Model.get(), slot) == ZEFA_NO_ERROR, "ZEFA_UnlockSlot");
     }
 
-    // Two positions, and a look for a sleeper in each direction; every step takes the lock for itself. Nobody attaches.
-    void LeastRingCycle()
-    {
-        const auto underLock = [this](auto step)
-        {
-            const std::lock_guard lock(RingMutex);
-            return step();
-        };
-        bool good = underLock([this] { return Produced.load(kRelaxed) - Consumed.load(kAcquire) < kSlots; });
-        underLock([this] { Produced.store(Produced.load(kRelaxed) + 1); });
-        good = underLock([this] { return ConsumersAsleep.load() == 0; }) && good;
-        good = underLock([this] { return Produced.load(kAcquire) != Consumed.load(kRelaxed); }) && good;
-        underLock([this] { Consumed.store(Consumed.load(kRelaxed) + 1); });
-        good = underLock([this] { return ProducersAsleep.load() == 0; }) && good;
-        Require(good, "the least ring");
-    }
+    void LeastRingCycle() { Require(Ring.LockedCycle(), "the least ring"); }
     void AttachNobody() {}
 
 private:
-    static constexpr auto kRelaxed = std::memory_order_relaxed, kAcquire = std::memory_order_acquire;
-
-    std::mutex RingMutex;
-    alignas(64) std::atomic<uint64_t> Produced{0};
-    alignas(64) std::atomic<uint64_t> Consumed{0};
-    alignas(64) std::atomic<uint32_t> ConsumersAsleep{0};
-    alignas(64) std::atomic<uint32_t> ProducersAsleep{0};
-
+    bench::LeastRing Ring;
     FakeRestClient Rest;
     std::unique_ptr<CFlowRail> Producer, Rail;
     std::unique_ptr<CStreamModel> Model;
@@ -193,9 +169,7 @@ struct Kind
 int main(int count, char** arguments)
 {
     FigureFile figures(count, arguments);
-    // An application always has a second thread, the library's watchdog; locks are cheaper in a process that has none.
-    std::promise<void> done;
-    std::thread sleeper([waiting = done.get_future()] { waiting.wait(); });
+    const bench::SecondThread second;
 
     Setup setup;
     Kind kinds[] = {
@@ -242,8 +216,6 @@ int main(int count, char** arguments)
         for (const Kind& kind : kinds)
             figures.Add(kind.Name, 0);
         figures.Add(kAboveRail, 0);
-        done.set_value();
-        sleeper.join();
         return 0;
     }
 
@@ -290,7 +262,5 @@ int main(int count, char** arguments)
     std::fprintf(table, "\nlock + buffer + unlock above the rail with no sink: %.0f ns\n", aboveRail);
     figures.Add(kAboveRail, aboveRail);
     std::fclose(table);
-    done.set_value();
-    sleeper.join();
     return figures.Write() ? 0 : 1;
 }
