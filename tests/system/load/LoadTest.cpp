@@ -4,6 +4,7 @@
 //     system_load --seconds 600 [--seed N]   longer; a seed repeats what each thread chooses
 #include "StreamPlace.h"
 #include "support/HttpLibraryRaces.h"
+#include "system/faults/CleanService.h"
 #include "system/faults/Leftovers.h"
 #include "system/road/Road.h"
 
@@ -479,16 +480,10 @@ void Crowd::Run()
                });
 }
 
-std::string EndOf(const std::string& text)
-{
-    constexpr size_t kMost = 4000;
-    return text.size() < kMost ? text : text.substr(text.size() - kMost);
-}
-
 TEST(Load, EverythingThatMayBeCalledAtOnceAnswersAsItMayAndLeavesNothing)
 {
     std::printf("seed %u\n", seed);
-    MxsProcess service;
+    CleanService service;
     const pid_t process = service.ProcessId();
     const Holdings serviceBefore = HoldingsOf(process);
     {
@@ -515,12 +510,8 @@ TEST(Load, EverythingThatMayBeCalledAtOnceAnswersAsItMayAndLeavesNothing)
         << HoldingsOf(::getpid()) << ", before " << before;
     EXPECT_TRUE(Await([&] { return HoldingsOf(process).NoMoreThan(serviceBefore); }))
         << HoldingsOf(process) << ", before " << serviceBefore;
-    EXPECT_EQ(0, service.Stop()); // a sanitizer would end it with another number
-#ifdef __SANITIZE_ADDRESS__       // which tells what was lost at the service's own end alone
-    EXPECT_EQ(std::string::npos, service.Log().find("Stopping takes too long"));
-#endif
+    service.Stop();
     EXPECT_TRUE(RailsOf(process).empty());
-    if (testing::Test::HasFailure()) std::printf("%s", EndOf(service.Log()).c_str());
 }
 
 } // namespace
