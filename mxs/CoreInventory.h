@@ -14,8 +14,8 @@
 namespace mxs
 {
 
-// List, SystemNumber, MayRunOn and Status refuse (10) when the system has no descriptor or memory to answer with; a sample
-// that is not told leaves everything as it was.
+// List, SystemNumber, MayRunOn and Status refuse (10) when the system has no descriptor or memory to answer with; a
+// sample that is not told leaves everything as it was.
 class CoreInventory
 {
 public:

@@ -14,8 +14,8 @@
 namespace mxs
 {
 
-// Whoever asks gets a Refusal (10) when the system has no descriptor or memory to answer with; a sample that is not told
-// leaves everything as it was.
+// Whoever asks gets a Refusal (10) when the system has no descriptor or memory to answer with; a sample that is not
+// told leaves everything as it was.
 class InterfaceInventory
 {
 public:

@@ -9,7 +9,7 @@
 namespace mxs
 {
 
-// True of the errno of a question that the system had no descriptor or no memory to answer: what it does not tell is not
+// True of the errno of a question for which the system had no descriptor or no memory: what it does not tell is not
 // said to be absent.
 bool IsUntold(int error);
 
