@@ -74,6 +74,15 @@ class ScriptsBench(unittest.TestCase):
         self.assertEqual(self.run_with([QUICK]), "bench: bench_fake has no Slow\nbench: bench_fake has no Slow:lost")
         self.assertEqual(self.page, PAGE)
 
+    def test_a_busy_machine_is_told_and_measured_all_the_same(self):
+        for load, told in ((1.9, False), (2.1, True)):
+            with (mock.patch.object(BENCH.os, "getloadavg", lambda load=load: (load, 0.0, 0.0)),
+                  mock.patch.object(BENCH.os, "cpu_count", lambda: 4)):
+                self.assertEqual(self.run_with([QUICK, SLOW]), 0)
+            busy = " (busy: figures mean little)" if told else ""
+            self.assertIn(f"4 processors with a load of {load} before{busy}, Linux", " ".join(self.page.split()))
+            self.assertEqual(f"a load of {load} on 4 processors is busy: figures mean little" in self.complaints, told)
+
     def test_quick_leaves_out_the_minutes_and_the_page(self):
         self.assertEqual(self.run_with([QUICK], "--quick"), 0)
         self.assertIn("--benchmark_filter=-Minute", self.arguments)
