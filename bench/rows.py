@@ -49,7 +49,7 @@ PEERS = ("GStreamer", "libavformat")
 
 FRAME = 4320  # packets of a frame of 1080 lines
 ANC = 200  # ancillary packets of a frame
-LINEAR = 2  # a byte of a thousand times the text may cost this much more: caches end, and a square would be a thousand
+LINEAR = 2  # a byte of a thousand times the text may cost this much more: memory gets slower; a square is a thousand
 
 # A quarter of iceoryx's round trip, 1100 ns near and 3150 far, in two bare words that took 130 and 510 there; the edge
 # lies between the levels, as many times above the one as below the other.
@@ -161,8 +161,18 @@ def sdp():
                         ("One line that almost matches", tree), ("One line of repeated groups", tree),
                         ("Media behind each other", ("ZEFA_ReadSDP",))):
         for work in works:
-            yield Row(f"{text}: {work}, a byte of 1 MB : of 1 kB", f"{text}, 1 MB: {work}, a byte",
-                      f"{text}, 1 kB: {work}, a byte", LINEAR)
+            yield growth(text, work, LINEAR)
+    # What memory and the peers do by themselves.
+    for text, works in (("Descriptions behind each other",
+                         ("copy of the tree", "GStreamer, parse", "GStreamer, as text")),
+                        ("Media behind each other", ("GStreamer, parse and caps of each media",))):
+        for work in works:
+            yield growth(text, work, None)
+
+
+def growth(text, work, most):
+    return Row(f"{text}: {work}, a byte of 1 MB : of 1 kB", f"{text}, 1 MB: {work}, a byte",
+               f"{text}, 1 kB: {work}, a byte", most)
 
 
 def service():

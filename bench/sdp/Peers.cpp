@@ -81,7 +81,7 @@ bool OpenWithLibavformat(const std::string& description)
 #endif
 } // namespace
 
-std::vector<Contender> MakePeers(const std::string& description)
+std::vector<Contender> MakeGStreamerPeers(const std::string& description)
 {
     std::vector<Contender> peers;
 #ifdef ZEFALINE_HAVE_GSTREAMER_SDP
@@ -90,8 +90,15 @@ std::vector<Contender> MakePeers(const std::string& description)
     peers.push_back({kGStreamerCaps, [description] { ReadCapsWithGStreamer(description); }});
     peers.push_back({kGStreamerText, [message] { g_free(gst_sdp_message_as_text(message.get())); }});
 #else
-    std::printf("GStreamer's SDP library is not installed: no comparison with it\n");
+    static_cast<void>(description);
 #endif
+    return peers;
+}
+
+std::vector<Contender> MakePeers(const std::string& description)
+{
+    std::vector<Contender> peers = MakeGStreamerPeers(description);
+    if (peers.empty()) std::printf("GStreamer's SDP library is not installed: no comparison with it\n");
 #ifdef ZEFALINE_HAVE_LIBAVFORMAT
     av_log_set_level(AV_LOG_QUIET);
     if (OpenWithLibavformat(description))

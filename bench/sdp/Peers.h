@@ -9,7 +9,7 @@ struct Contender
 {
     std::string name;
     std::function<void()> work;
-    std::vector<double> microseconds{}; // one for each round
+    std::vector<double> nanoseconds{}; // one for each round
 };
 
 inline const char* const kGStreamerParse = "GStreamer, parse";
@@ -19,3 +19,5 @@ inline const char* const kLibavformat = "libavformat, open and close";
 
 /// What the installed ones make of the description; each keeps a copy of it. Nothing is sent and no port is opened.
 std::vector<Contender> MakePeers(const std::string& description);
+/// GStreamer alone, which takes a text and a line of any length.
+std::vector<Contender> MakeGStreamerPeers(const std::string& description);

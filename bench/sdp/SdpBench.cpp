@@ -17,7 +17,6 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
-#include <map>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -64,6 +63,7 @@ const char* const kParse = "text to tree";
 const char* const kPlainParse = "text to tree, every row tried by std::regex";
 const char* const kWrite = "tree to text";
 const char* const kPlainWrite = "tree to text, tokens found by std::regex";
+const char* const kCopyTree = "copy of the tree";
 const char* const kRead = "ZEFA_ReadSDP";
 const char* const kWriteApi = "ZEFA_WriteSDP";
 
@@ -93,7 +93,7 @@ void PrintRatio(const std::vector<Contender>& contenders, const Ratio& ratio)
     if (above == contenders.end() || below == contenders.end()) return;
     std::vector<double> ratios;
     for (size_t round = 0; round < kRounds; ++round)
-        ratios.push_back(above->microseconds[round] / below->microseconds[round]);
+        ratios.push_back(above->nanoseconds[round] / below->nanoseconds[round]);
     std::printf("  ratio %-66s %6.3f", (ratio.above + std::string(" : ") + ratio.below).c_str(), Median(ratios));
     if (ratio.toReach > 0)
         std::printf("  to reach %.2f\n", ratio.toReach);
@@ -135,13 +135,13 @@ void PrintCosts(const char* words, const std::string& description, FigureFile& f
     }
     for (int round = 0; round < kRounds; ++round)
         for (Contender& contender : contenders)
-            contender.microseconds.push_back(bench::TakeTurn(contender.work, kTurn) / 1000);
+            contender.nanoseconds.push_back(bench::TakeTurn(contender.work, kTurn));
 
     std::printf("%s: %zu bytes; median of %d rounds\n", words, description.size(), kRounds);
     for (const Contender& contender : contenders)
     {
-        std::printf("  %-46s %8.2f us\n", contender.name.c_str(), Median(contender.microseconds));
-        figures.Add(std::string(words) + ": " + contender.name, 1000 * Median(contender.microseconds));
+        std::printf("  %-46s %8.2f us\n", contender.name.c_str(), Median(contender.nanoseconds) / 1000);
+        figures.Add(std::string(words) + ": " + contender.name, Median(contender.nanoseconds));
     }
     for (const Ratio& ratio : kRatios)
         PrintRatio(contenders, ratio);
@@ -154,43 +154,51 @@ double ThreadSeconds()
     return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
 }
 
-struct Size
-{
-    size_t bytes;
-    std::string text;
-    nlohmann::json tree;
-};
-
-struct Work
-{
-    const char* name; // of the figure
-    void (*run)(Size& size);
-};
-
-void ReadWhole(Size& size)
+void ReadWhole(const std::string& text)
 {
     static ZEFA_STREAM_NETWORK_CONFIG network; // much larger than the least text
     ZEFA_ESSENCE_CONFIG essence{};
     ZEFA_SDP_INFO info{};
-    if (ZEFA_ReadSDP(size.text.c_str(), nullptr, &network, &essence, &info) != ZEFA_NO_ERROR)
-        throw std::runtime_error("ZEFA_ReadSDP does not take a description of " + std::to_string(size.bytes) +
+    if (ZEFA_ReadSDP(text.c_str(), nullptr, &network, &essence, &info) != ZEFA_NO_ERROR)
+        throw std::runtime_error("ZEFA_ReadSDP does not take a description of " + std::to_string(text.size()) +
                                  " bytes");
 }
 
-const std::vector<Work> kTreeBothWays{
-    {"text to tree, a byte", [](Size& size) { ParseSdpText(size.text); }},
-    {"tree to text, a byte", [](Size& size) { WriteSdpText(size.tree); }},
-};
-const std::vector<Work> kWholeRead{{"ZEFA_ReadSDP, a byte", ReadWhole}};
+// Adds what GStreamer makes of the text, under the names that are wanted.
+std::vector<Contender> WithPeers(std::vector<Contender> works, const std::string& text,
+                                 const std::vector<std::string>& wanted)
+{
+    for (Contender& peer : MakeGStreamerPeers(text))
+        if (std::find(wanted.begin(), wanted.end(), peer.name) != wanted.end()) works.push_back(std::move(peer));
+    return works;
+}
 
-// A text that grows by repeating its piece.
+std::vector<Contender> TreeBothWays(const std::string& text)
+{
+    const auto tree = std::make_shared<nlohmann::json>(ParseSdpText(text));
+    return WithPeers(
+        {
+            {kParse, [text] { ParseSdpText(text); }},
+            {kWrite, [tree] { WriteSdpText(*tree); }},
+            {kCopyTree,
+             [tree] { const nlohmann::json copy(*tree); }}, // takes memory and gives it back, as a parse must
+        },
+        text, {kGStreamerParse, kGStreamerText});
+}
+
+std::vector<Contender> WholeRead(const std::string& text)
+{
+    return WithPeers({{kRead, [text] { ReadWhole(text); }}}, text, {kGStreamerCaps});
+}
+
+// A text that grows by repeating its piece, and what is done with it; the works keep what they need of it.
 struct Growing
 {
     const char* words;
     std::string head, piece, tail;
-    const std::vector<Work>& works;
+    std::vector<Contender> (*makeWorks)(const std::string& text);
 
-    std::string Make(size_t bytes) const
+    std::string MakeText(size_t bytes) const
     {
         std::string text = head;
         while (text.size() + piece.size() <= std::max(bytes, head.size() + piece.size()))
@@ -200,62 +208,69 @@ struct Growing
 };
 
 const Growing kGrowing[] = {
-    {"Descriptions behind each other", "", kTwoPaths, "", kTreeBothWays},
-    {"One format line", "a=fmtp:96 ", "key=value; ", "", kTreeBothWays},
-    {"One line that almost matches", "a=simulcast:send ", "send 1", "!", kTreeBothWays},
-    {"One line of repeated groups", "a=imageattr:97 send ", "[x=1] ", "", kTreeBothWays},
-    {"Media behind each other", kSession, Media("1", ""), "", kWholeRead},
+    {"Descriptions behind each other", "", kTwoPaths, "", TreeBothWays},
+    {"One format line", "a=fmtp:96 ", "key=value; ", "", TreeBothWays},
+    {"One line that almost matches", "a=simulcast:send ", "send 1", "!", TreeBothWays},
+    {"One line of repeated groups", "a=imageattr:97 send ", "[x=1] ", "", TreeBothWays},
+    {"Media behind each other", kSession, Media("1", ""), "", WholeRead},
+};
+
+struct Size
+{
+    size_t bytes;
+    const char* told; // in the name of the figure; null: printed alone
+    size_t textBytes = 0;
+    std::vector<Contender> works{};
 };
 
 // Each turn takes a megabyte, in texts of one size. The sizes take turns within a round and processor time counts, so
 // that what else the machine does falls on all of them. The least and the largest are figures of the table.
 void PrintGrowth(const Growing& growing, FigureFile& figures)
 {
-    constexpr std::pair<size_t, const char*> kTold[] = {{1'000, "1 kB"}, {1'000'000, "1 MB"}};
-    const auto nameOf = [&](const char* told, const char* work)
-    { return std::string(growing.words) + ", " + told + ": " + work; };
+    constexpr size_t kTurnBytes = 1'000'000;
+    constexpr int kGrowthRounds = 9;
+    const auto nameOf = [&](const Size& size, const Contender& work)
+    { return std::string(growing.words) + ", " + size.told + ": " + work.name + ", a byte"; };
+    Size sizes[] = {{1'000, "1 kB"}, {10'000, nullptr}, {100'000, nullptr}, {kTurnBytes, "1 MB"}};
     if (figures.OnlyLists())
     {
-        for (const auto& [bytes, told] : kTold)
-            for (const Work& work : growing.works)
-                figures.Add(nameOf(told, work.name), 0);
+        for (const Size& size : sizes)
+            for (const Contender& work : growing.makeWorks(growing.MakeText(0)))
+                if (size.told) figures.Add(nameOf(size, work), 0);
         return;
     }
-    constexpr size_t kTurnBytes = 1'000'000;
-    std::vector<Size> sizes;
-    for (const size_t bytes : {size_t{1'000}, size_t{10'000}, size_t{100'000}, kTurnBytes})
+    for (Size& size : sizes)
     {
-        std::string text = growing.Make(bytes);
-        nlohmann::json tree = ParseSdpText(text);
-        sizes.push_back({bytes, std::move(text), std::move(tree)});
+        const std::string text = growing.MakeText(size.bytes);
+        size.textBytes = text.size();
+        size.works = growing.makeWorks(text);
     }
-    const auto takeTurn = [](Size& size, const Work& work)
-    {
-        const double before = ThreadSeconds();
-        for (size_t done = 0; done < kTurnBytes; done += size.bytes)
-            work.run(size);
-        return (ThreadSeconds() - before) * 1e9 / static_cast<double>(kTurnBytes / size.bytes * size.text.size());
-    };
-    constexpr int kGrowthRounds = 9;
-    std::map<std::pair<size_t, const char*>, std::vector<double>> nanoseconds; // of a byte, by size and work
     for (int round = 0; round < kGrowthRounds; ++round)
         for (Size& size : sizes)
-            for (const Work& work : growing.works)
-                nanoseconds[{size.bytes, work.name}].push_back(takeTurn(size, work));
+            for (Contender& work : size.works)
+            {
+                const size_t texts = kTurnBytes / size.bytes;
+                const double before = ThreadSeconds();
+                for (size_t i = 0; i < texts; ++i)
+                    work.work();
+                work.nanoseconds.push_back((ThreadSeconds() - before) * 1e9 /
+                                           static_cast<double>(texts * size.textBytes)); // of a byte
+            }
 
-    std::printf("%-34s", growing.words);
-    for (const Work& work : growing.works)
-        std::printf(" %22s, ns", work.name);
+    std::printf("%s, ns a byte of text\n  %-46s", growing.words, "");
     for (const Size& size : sizes)
+        std::printf(" %7zu", size.textBytes);
+    for (size_t i = 0; i < sizes[0].works.size(); ++i)
     {
-        std::printf("\n  %8zu bytes%18s", size.text.size(), "");
-        for (const Work& work : growing.works)
-            std::printf(" %26.3f", Median(nanoseconds[{size.bytes, work.name}]));
+        std::printf("\n  %-46s", sizes[0].works[i].name.c_str());
+        for (const Size& size : sizes)
+        {
+            const double nanoseconds = Median(size.works[i].nanoseconds);
+            std::printf(" %7.3f", nanoseconds);
+            if (size.told) figures.Add(nameOf(size, size.works[i]), nanoseconds);
+        }
     }
     std::printf("\n");
-    for (const auto& [bytes, told] : kTold)
-        for (const Work& work : growing.works)
-            figures.Add(nameOf(told, work.name), Median(nanoseconds[{bytes, work.name}]));
 }
 } // namespace
 
