@@ -1,6 +1,8 @@
 // What the media engine costs: conversion of samples beside a copy of the same bytes and beside the loops of processors
 // without wide registers, a packet received, or sent and received, by one conductor beside bare loops with the same
 // offloads, and the time from the unlock of a slot at a sender to its lock at a receiver.
+#include "../support/BareStream.h"
+#include "../support/Pinned.h"
 #include "../support/Turns.h"
 #include "mxs/media/ConductorLoop.h"
 #include "mxs/media/MediaStream.h"
@@ -16,11 +18,8 @@
 #include <cstring>
 #include <flowrail1.h>
 #include <memory>
-#include <netinet/in.h>
-#include <netinet/udp.h>
 #include <string>
 #include <sys/prctl.h>
-#include <sys/socket.h>
 #include <sys/wait.h>
 #include <thread>
 #include <time.h>
@@ -31,12 +30,13 @@
 namespace
 {
 using namespace mxs::media;
+using bench::NsOf;
 
 constexpr uint32_t kLoopback = 0x7F000001;
-constexpr size_t kFramePackets = 4320; // of 1080 lines: four of 1200 bytes of samples each
-constexpr size_t kDatagramBytes = 1220;
-constexpr size_t kBurst = 44;
 constexpr uint32_t kSlots = 8;
+constexpr size_t kFramePackets = 4320; // of 1080 lines: four of 1200 bytes of samples each
+constexpr bench::Frames kFrames{.datagrams = kFramePackets, .inMemory = kSlots};
+constexpr uint64_t kFrameNs = 16'683'333; // of 59.94 a second
 
 [[noreturn]] void Fail(const char* what)
 {
@@ -44,11 +44,11 @@ constexpr uint32_t kSlots = 8;
     std::exit(1);
 }
 
-uint64_t NsOf(clockid_t clock)
+// Of conductors and of what stands beside them: one of its own where there are two, for senders of other processes are
+// on the first.
+uint32_t ReceiverCore()
 {
-    timespec now{};
-    clock_gettime(clock, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+    return std::thread::hardware_concurrency() > 1 ? 1 : 0;
 }
 
 // ---- samples ----
@@ -109,77 +109,31 @@ public:
     bool IsDropped(uint64_t, uint16_t) const noexcept override { return false; }
 };
 
-sockaddr_in AddressOf(uint16_t port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(kLoopback);
-    address.sin_port = htons(port);
-    return address;
-}
-
-uint16_t PortOf(int handle)
-{
-    sockaddr_in address{};
-    socklen_t size = sizeof address;
-    getsockname(handle, reinterpret_cast<sockaddr*>(&address), &size);
-    return ntohs(address.sin_port);
-}
-
 // The least that a sender and a receiver on one thread do: a burst is written from a frame, sent, read and copied to
-// its place, packet by packet. As many frames by turns as rings have slots, or all of it would stay in the cache.
-// `paced`: the thread sleeps between bursts, as long as a frame of 59.94 a second leaves it.
+// its place, packet by packet. `paced`: the thread sleeps between bursts, as long as a frame of 59.94 a second leaves
+// it.
 void BareLoop(benchmark::State& state, bool paced)
 {
-    constexpr uint64_t kBurstNs = 16'683'333ULL * 1080 / 1125 * kBurst / kFramePackets;
-    const int receiver = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0), sender = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address = AddressOf(0);
-    const int room = 16 << 20, one = 1;
-    setsockopt(receiver, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room);
-    setsockopt(receiver, IPPROTO_UDP, UDP_GRO, &one, sizeof one);
-    if (bind(receiver, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
-    address = AddressOf(PortOf(receiver));
-    if (connect(sender, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("connect");
-    const int segment = kDatagramBytes;
-    if (setsockopt(sender, IPPROTO_UDP, UDP_SEGMENT, &segment, sizeof segment) != 0) Fail("UDP_SEGMENT");
-
-    std::vector<uint8_t> frames(kSlots * kFramePackets * 1200, 1), places(frames.size()),
-        burst(kBurst * kDatagramBytes), got(65536);
-    uint64_t lost = 0;
-    size_t turn = 0;
+    const bench::Pinned pinned(ReceiverCore());
+    bench::BareReceiver receiver(kFrames);
+    bench::BareSender sender(kFrames, receiver.Port());
+    bench::Pace pace(kFrames, kFrameNs);
+    uint64_t sent = 0, received = 0;
     for (auto _ : state)
     {
         const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
-        uint8_t* const frame = frames.data() + turn * kFramePackets * 1200;
-        uint8_t* const place = places.data() + turn * kFramePackets * 1200;
-        turn = (turn + 1) % kSlots;
-        size_t sent = 0, read = 0;
-        uint64_t dueNs = NsOf(CLOCK_MONOTONIC);
-        while (sent < kFramePackets)
+        pace.BeginFrame(NsOf(CLOCK_MONOTONIC));
+        for (size_t frame = 0; frame < kFramePackets;)
         {
-            if (paced)
-            {
-                const uint64_t untilNs = std::max(dueNs += kBurstNs, NsOf(CLOCK_MONOTONIC));
-                const timespec until{static_cast<time_t>(untilNs / 1'000'000'000),
-                                     static_cast<long>(untilNs % 1'000'000'000)};
-                clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
-            }
-            const size_t count = std::min(kBurst, kFramePackets - sent);
-            for (size_t i = 0; i < count; ++i)
-                std::memcpy(burst.data() + i * kDatagramBytes + 20, frame + (sent + i) * 1200, 1200);
-            if (send(sender, burst.data(), count * kDatagramBytes, 0) < 0) Fail("send");
-            sent += count;
-            for (ssize_t bytes = 0; (bytes = recv(receiver, got.data(), got.size(), 0)) > 0;)
-                for (size_t at = 0; at < static_cast<size_t>(bytes) && read < kFramePackets;
-                     at += kDatagramBytes, ++read)
-                    std::memcpy(place + read * 1200, got.data() + at + 20, 1200);
+            if (paced) pace.AwaitBurst();
+            frame += sender.SendBurst();
+            while (const size_t count = receiver.Receive(false))
+                received += count;
         }
-        lost += kFramePackets - read;
+        sent += kFramePackets;
         state.SetIterationTime(static_cast<double>(NsOf(CLOCK_PROCESS_CPUTIME_ID) - before) / 1e9);
     }
-    close(sender);
-    close(receiver);
-    state.counters["lost"] = static_cast<double>(lost);
+    state.counters["lost"] = static_cast<double>(sent - received);
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFramePackets)); // packets a second of one core
 }
 
@@ -191,16 +145,6 @@ VideoConfig Packed10(uint32_t width, uint32_t height, uint32_t rate)
     video.framerate = rate;
     video.network = video.application = {1, 1, 0, 0};
     return video;
-}
-
-uint16_t FreePort()
-{
-    const int probe = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address = AddressOf(0);
-    if (bind(probe, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
-    const uint16_t port = PortOf(probe);
-    close(probe);
-    return port;
 }
 
 // A stream on a conductor and the application's end of its ring.
@@ -268,15 +212,14 @@ private:
 struct Road
 {
     explicit Road(const VideoConfig& video)
-        : Port(FreePort()), Receiver(Started(Loop), Direction::Receive, video, Port),
+        : Port(bench::LoopbackSocket().Bind()), Receiver(Started(Loop), Direction::Receive, video, Port),
           Sender(Loop, Direction::Send, video, Port)
     {
     }
 
-    // On a processor of its own where there are two.
     static ConductorLoop& Started(ConductorLoop& loop)
     {
-        if (!loop.Start(1) && !loop.Start(0)) Fail("a conductor");
+        if (!loop.Start(ReceiverCore())) Fail("a conductor");
         return loop;
     }
 
@@ -345,47 +288,31 @@ private:
 // The least that a receiver does: waits, reads what has been coalesced, copies each payload once to its place.
 void BareReceive(benchmark::State& state)
 {
-    const int receiver = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address = AddressOf(0);
-    const int room = 16 << 20, one = 1;
-    setsockopt(receiver, SOL_SOCKET, SO_RCVBUFFORCE, &room, sizeof room);
-    setsockopt(receiver, IPPROTO_UDP, UDP_GRO, &one, sizeof one);
-    const timeval patience{10, 0};
-    setsockopt(receiver, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
-    if (bind(receiver, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) Fail("bind");
-    std::vector<uint8_t> places(kSlots * kFramePackets * 1200), got(65536);
+    bench::BareReceiver receiver(kFrames);
+    const SenderProcess sender(receiver.Port());
+    const bench::Pinned pinned(ReceiverCore()); // behind the start of the sender, whose place it is not
     uint64_t packets = 0, spentNs = 0;
-    const SenderProcess sender(PortOf(receiver));
-    size_t place = 0;
     for (auto _ : state)
     {
         const uint64_t before = NsOf(CLOCK_PROCESS_CPUTIME_ID);
         for (size_t read = 0; read < kFramePackets;)
         {
-            iovec piece{got.data(), got.size()};
-            msghdr message{};
-            message.msg_iov = &piece;
-            message.msg_iovlen = 1;
-            const ssize_t bytes = recvmsg(receiver, &message, 0);
-            if (bytes <= 0) Fail("a datagram");
-            for (size_t at = 0; at < static_cast<size_t>(bytes); at += kDatagramBytes, ++read, ++packets)
-            {
-                std::memcpy(places.data() + place * 1200, got.data() + at + 20, 1200);
-                place = (place + 1) % (kSlots * kFramePackets);
-            }
+            const size_t count = receiver.Receive(true);
+            if (count == 0) Fail("a datagram");
+            read += count;
+            packets += count;
         }
         const uint64_t takenNs = NsOf(CLOCK_PROCESS_CPUTIME_ID) - before;
         state.SetIterationTime(static_cast<double>(takenNs) / 1e9);
         spentNs += takenNs;
     }
-    close(receiver);
     state.counters["packet_ns"] = static_cast<double>(spentNs) / static_cast<double>(packets);
 }
 
 // The same for a conductor, from the packets that it says to have received.
 void ReceivingConductor(benchmark::State& state)
 {
-    const uint16_t port = FreePort();
+    const uint16_t port = bench::LoopbackSocket().Bind();
     const SenderProcess sender(port); // before this process has threads
     ConductorLoop loop;
     End receiver(Road::Started(loop), Direction::Receive, FullHd5994(), port);
@@ -453,9 +380,9 @@ int main(int count, char** arguments)
         benchmark::RegisterBenchmark("BareLoop", BareLoop, false)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("BareLoopPaced", BareLoop, true)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("OneConductor", OneConductor)->UseManualTime()->Iterations(150);
+        benchmark::RegisterBenchmark("UnlockToLock", UnlockToLock)->UseManualTime()->Iterations(1000);
     }
     benchmark::RegisterBenchmark("OneConductorMinute", OneConductor)->UseManualTime()->Iterations(3600);
-    benchmark::RegisterBenchmark("UnlockToLock", UnlockToLock)->UseManualTime()->Iterations(1000);
     benchmark::Initialize(&count, arguments);
     if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 1;
     benchmark::RunSpecifiedBenchmarks();
