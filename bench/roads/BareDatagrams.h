@@ -1,5 +1,7 @@
-// The least that streams cost: their datagrams alone, sent and received.
+// The least that streams cost: their datagrams over bare sockets.
 #pragma once
+
+#include "../support/BareStream.h"
 
 #include <cstddef>
 
@@ -7,7 +9,17 @@ namespace bench
 {
 
 // Processor seconds for a datagram that a thread sends to itself over the loopback, in bursts of so many that are cut
-// and put together by the kernel. Nothing is copied at either end.
+// and put together by the kernel. Nothing is copied at either end, and the thread never sleeps.
 double BareDatagramSeconds(size_t bytes, size_t burst);
+
+// The same for datagrams of frames that leave at their pace and are copied once at each end: by one thread, which
+// sleeps between bursts, or by two on a core each, of which the receiving one waits in its socket.
+double BareLoopSeconds(const Frames& frames, double frameSeconds);
+
+struct BareEnds
+{
+    double sender = 0, receiver = 0;
+};
+BareEnds BareEndsSeconds(const Frames& frames, double frameSeconds);
 
 } // namespace bench

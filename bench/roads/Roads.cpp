@@ -1,18 +1,16 @@
 // The road of a stream, from a context to slots and back.
 #include "Roads.h"
 
+#include "../support/LoopbackSocket.h"
 #include "support/Rails.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
 #include <chrono>
 #include <cmath>
 #include <cstring>
 #include <fstream>
-#include <netinet/in.h>
 #include <stdexcept>
 #include <string>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <time.h>
 
@@ -55,18 +53,9 @@ uint64_t ConductorOn(ZEFA_HANDLE context, uint32_t osCore)
 
 } // namespace
 
-uint16_t FreePort()
+std::array<unsigned, 2> ConductorCores()
 {
-    const int probe = socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t size = sizeof address;
-    const bool bound = bind(probe, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-                       getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size) == 0;
-    close(probe);
-    if (!bound) throw std::runtime_error("no free port");
-    return ntohs(address.sin_port);
+    return {std::thread::hardware_concurrency() - 1, 0};
 }
 
 void Require(ZEFA_ERRORCODE code, const char* call)
@@ -134,11 +123,23 @@ Format Ancillary(ZEFA_SDI_VIDEO_STANDARD standard)
 
 // ---- a service ----
 
-Client::Client()
+namespace
+{
+
+std::vector<std::string> WithErrorsAlone(std::vector<std::string> options)
+{
+    options.insert(options.end(), {"--log-level", "error"});
+    return options;
+}
+
+} // namespace
+
+Client::Client(const std::vector<std::string>& options) : Service(WithErrorsAlone(options))
 {
     Require(ZEFA_CreateMXSContext(Service.ServiceUrl().c_str(), &Context), "ZEFA_CreateMXSContext");
     Loopback = InterfaceNamed(Context, "lo");
-    Conductors = {ConductorOn(Context, std::thread::hardware_concurrency() - 1), ConductorOn(Context, 0)};
+    for (size_t i = 0; i < Conductors.size(); ++i)
+        Conductors[i] = ConductorOn(Context, ConductorCores()[i]);
 }
 
 Client::~Client()
@@ -247,7 +248,10 @@ ZEFA_STREAM_NETWORK_STATUS Stream::Status() const
 bool Stream::Put()
 {
     ZEFA_SLOT slot = nullptr;
-    if (ZEFA_LockSlot(Handle, &slot) != ZEFA_NO_ERROR) return false;
+    Filling.End();
+    const ZEFA_ERRORCODE locked = ZEFA_LockSlot(Handle, &slot);
+    Filling.Begin();
+    if (locked != ZEFA_NO_ERROR) return false;
     if (Buffer == ZEFA_BUFFER_ANC_0) AddPacket(slot);
     return ZEFA_UnlockSlot(Handle, slot) == ZEFA_NO_ERROR;
 }
@@ -281,7 +285,7 @@ Counts Counts::operator-(const Counts& earlier) const
 }
 
 Pair::Pair(const Place& receiver, const Place& sender, const Format& format)
-    : SlotTicks(format.slotTicks), Port(FreePort()),
+    : SlotTicks(format.slotTicks), Port(LoopbackSocket().Bind()),
       Receiver(receiver.client, ZEFA_STREAM_TYPE_RX, format, receiver.conductor, Port),
       Sender(sender.client, ZEFA_STREAM_TYPE_TX, format, sender.conductor, Port)
 {
@@ -335,10 +339,10 @@ Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cl
 {
     const auto cpuSeconds = [&]
     {
-        double sum = 0;
+        std::vector<double> all;
         for (const Client* service : services)
-            sum += service->CpuSeconds();
-        return sum;
+            all.push_back(service->CpuSeconds());
+        return all;
     };
     const auto counts = [&]
     {
@@ -349,24 +353,33 @@ Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cl
     };
     const Application application(pairs);
     std::this_thread::sleep_for(std::chrono::seconds(1)); // rings fill, frames begin
+    Pauses pauses;
+    for (const auto& pair : pairs)
+        pair->TakeLongestFillMs(); // of the first slots
     const std::vector<Counts> before = counts();
-    const double cpuBefore = cpuSeconds();
+    const std::vector<double> cpuBefore = cpuSeconds();
     const auto begun = std::chrono::steady_clock::now();
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun;
     Outcome outcome;
-    outcome.cpuSeconds = cpuSeconds() - cpuBefore;
-    outcome.cpuPercent = 100 * outcome.cpuSeconds / passed.count();
+    outcome.cpuSeconds = cpuSeconds();
+    for (size_t i = 0; i < services.size(); ++i)
+        outcome.cpuPercent += 100 * (outcome.cpuSeconds[i] -= cpuBefore[i]) / passed.count();
     const std::vector<Counts> after = counts();
+    outcome.pauseMs = pauses.TakeLongestMs();
     const auto due = static_cast<uint64_t>(seconds / format.slotSeconds);
     for (size_t i = 0; i < after.size(); ++i)
     {
         const Counts here = after[i] - before[i];
-        const bool stalled = here.taken + 2 * format.slots < due; // more than the rings can have held back
+        const uint64_t stalled = here.taken + 2 * format.slots < due ? due - here.taken : 0;
         outcome.lost += here.lost;
         outcome.dropped += here.dropped;
         outcome.taken += here.taken;
-        outcome.missing += std::max({here.gaps, here.underruns, stalled ? due - here.taken : 0});
+        outcome.gaps += here.gaps;
+        outcome.underruns += here.underruns;
+        outcome.stalled += stalled;
+        outcome.fillMs = std::max(outcome.fillMs, pairs[i]->TakeLongestFillMs());
+        outcome.missing += std::max({here.gaps, here.underruns, stalled});
     }
     return outcome;
 }

@@ -2,6 +2,7 @@
 // and copies nothing: what did not come is known by the timestamps of what came.
 #pragma once
 
+#include "Pauses.h"
 #include "support/MxsProcess.h"
 
 #include <array>
@@ -10,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <thread>
 #include <vector>
 #include <zefaline.h>
@@ -17,7 +19,8 @@
 namespace bench
 {
 
-uint16_t FreePort(); // of the loopback
+// The machine's last core and its first one.
+std::array<unsigned, 2> ConductorCores();
 
 // Throws a sentence with the code when a call has failed.
 void Require(ZEFA_ERRORCODE code, const char* call);
@@ -39,12 +42,11 @@ Format Video(ZEFA_VIDEO_STANDARD standard);                       // 4:2:2, 10 b
 Format Audio(uint32_t channels, ZEFA_SDP_PACKET_TIME packetTime); // L24, 48 kHz, slots of 20 ms
 Format Ancillary(ZEFA_SDI_VIDEO_STANDARD standard);               // a packet of 32 words in each frame
 
-// A service, a context of it and two running conductors, the first on the machine's last core and the second on its
-// first one.
+// A service, a context of it and two running conductors, one on each of their cores.
 class Client
 {
 public:
-    Client();
+    explicit Client(const std::vector<std::string>& options = {});
     ~Client();
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
@@ -53,7 +55,7 @@ public:
     double AnonymousBytes() const; // of the service alone
     double RingBytes() const;      // of all its rings, as they lie in memory
 
-    test::MxsProcess Service{{"--log-level", "error"}};
+    test::MxsProcess Service;
     ZEFA_HANDLE Context = nullptr;
     uint64_t Loopback = 0; // the interface
     std::array<uint64_t, 2> Conductors{};
@@ -76,6 +78,9 @@ public:
     bool Put();
     bool Take(uint32_t& timestamp);
 
+    // The longest from a lock of Put's to the call of the next, in which nobody but the application is waited for.
+    double TakeLongestFillMs() { return Filling.TakeMs(); }
+
 private:
     void Configure(const Client& client, const Format& format, size_t conductor, uint16_t port);
     void AddPacket(ZEFA_SLOT slot); // of ancillary data
@@ -83,6 +88,7 @@ private:
     const ZEFA_BUFFER_TYPE Buffer;
     ZEFA_HANDLE Handle = nullptr;
     bool Started = false;
+    LongestStretch Filling;
 };
 
 struct Counts
@@ -108,6 +114,7 @@ public:
     Pair(const Place& receiver, const Place& sender, const Format& format);
 
     Counts Count() const;
+    double TakeLongestFillMs() { return Sender.TakeLongestFillMs(); }
 
     // Of the application's two threads.
     void Put();
@@ -134,12 +141,17 @@ private:
 // What came of some seconds, all pairs together.
 struct Outcome
 {
-    uint64_t lost = 0;     // packets
-    uint64_t dropped = 0;  // slots for which the receiving application had left no room
-    uint64_t missing = 0;  // slots that were due and did not come, for whatever reason
-    uint64_t taken = 0;    // slots that came
-    double cpuSeconds = 0; // of the services together
-    double cpuPercent = 0; // the same, of one core
+    uint64_t lost = 0;    // packets
+    uint64_t dropped = 0; // slots for which the receiving application had left no room
+    uint64_t missing = 0; // slots that were due and did not come: the most that one of the next three tells of a pair
+    uint64_t gaps = 0;
+    uint64_t underruns = 0;
+    uint64_t stalled = 0;           // slots behind what was due, where they are more than rings can have held back
+    uint64_t taken = 0;             // slots that came
+    double pauseMs = 0;             // the longest that the machine let a thread wait, on the conductors' cores
+    double fillMs = 0;              // the longest that the application took from one lock to the next
+    std::vector<double> cpuSeconds; // of each service
+    double cpuPercent = 0;          // of all services, of one core
 
     bool IsWhole() const { return lost + missing == 0; }
 };

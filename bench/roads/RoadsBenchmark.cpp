@@ -2,19 +2,28 @@
 // a stream between two services; how long a receiver takes to its first slot and what a started stream holds of memory.
 // Each figure is of one run of some seconds, told as counters.
 //   bench_roads [--seconds=3] [what Google Benchmark takes]
+#include "../support/LoopbackSocket.h"
+#include "../support/Turns.h"
 #include "BareDatagrams.h"
 #include "Roads.h"
 
 #include <algorithm>
+#include <array>
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <functional>
+#include <numeric>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
 #include <sys/resource.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -57,15 +66,38 @@ Outcome BestOf(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cli
     return best;
 }
 
-// A packet is sent and received, and so is the bare datagram: that one is not copied, and its thread never sleeps.
-void Tell(benchmark::State& state, const Outcome& outcome, const Format& format)
+Frames FramesOf(const Format& format)
+{
+    return {.datagrams = static_cast<size_t>(std::lround(format.datagrams * format.slotSeconds)),
+            .datagramBytes = format.datagramBytes,
+            .burst = format.burst,
+            .inMemory = format.slots};
+}
+
+// Nanoseconds for a packet of the outcome.
+double PacketNs(const Outcome& outcome, double cpuSeconds, const Format& format)
 {
     const double packets = static_cast<double>(outcome.taken) * format.datagrams * format.slotSeconds;
-    state.counters["packet_ns"] = 1e9 * outcome.cpuSeconds / std::max(packets, 1.0);
-    state.counters["bare_packet_ns"] = 1e9 * BareDatagramSeconds(format.datagramBytes, format.burst);
-    state.counters["lost"] = static_cast<double>(outcome.lost);
-    state.counters["dropped"] = static_cast<double>(outcome.dropped);
-    state.counters["missing"] = static_cast<double>(outcome.missing);
+    return 1e9 * cpuSeconds / std::max(packets, 1.0);
+}
+
+// What came of a stream; beside the processor time of a packet, which is sent and received, stands that of a bare
+// datagram which nobody copies and for which nobody sleeps.
+void Tell(benchmark::State& state, const Outcome& outcome, const Format& format)
+{
+    state.counters["packet_ns"] =
+        PacketNs(outcome, std::accumulate(outcome.cpuSeconds.begin(), outcome.cpuSeconds.end(), 0.0), format);
+    state.counters["datagram_ns"] = 1e9 * BareDatagramSeconds(format.datagramBytes, format.burst);
+    for (const auto& [name, count] : {std::pair{"lost", outcome.lost},
+                                      {"dropped", outcome.dropped},
+                                      {"missing", outcome.missing},
+                                      {"gaps", outcome.gaps},
+                                      {"underruns", outcome.underruns},
+                                      {"stalled", outcome.stalled}})
+        state.counters[name] = static_cast<double>(count);
+    state.counters["pause_ms"] = outcome.pauseMs;
+    state.counters["fill_ms"] = outcome.fillMs;
+    state.counters["ring_ms"] = 1e3 * format.slots * format.slotSeconds;
     state.counters["cpu_percent"] = outcome.cpuPercent;
 }
 
@@ -82,6 +114,7 @@ void OneStream(benchmark::State& state, double length)
              std::vector<std::unique_ptr<Pair>> pairs;
              pairs.push_back(std::make_unique<Pair>(Pair::Place{client, 0}, Pair::Place{client, 0}, format));
              Tell(state, Measure(pairs, std::array<const Client*, 1>{&client}, length, format), format);
+             state.counters["bare_packet_ns"] = 1e9 * BareLoopSeconds(FramesOf(format), format.slotSeconds);
          });
 }
 
@@ -95,7 +128,12 @@ void TwoServices(benchmark::State& state, double length)
              const Format format = Video(ZEFA_VIDEO_STANDARD_3840X2160_P_29_97);
              std::vector<std::unique_ptr<Pair>> pairs;
              pairs.push_back(std::make_unique<Pair>(Pair::Place{receiver, 0}, Pair::Place{sender, 1}, format));
-             Tell(state, Measure(pairs, std::array<const Client*, 2>{&receiver, &sender}, length, format), format);
+             const Outcome outcome = Measure(pairs, std::array<const Client*, 2>{&receiver, &sender}, length, format);
+             Tell(state, outcome, format);
+             const BareEnds bare = BareEndsSeconds(FramesOf(format), format.slotSeconds);
+             state.counters["bare_packet_ns"] = 1e9 * (bare.receiver + bare.sender);
+             state.counters["received_ns"] = PacketNs(outcome, outcome.cpuSeconds[0], format);
+             state.counters["bare_received_ns"] = 1e9 * bare.receiver;
          });
 }
 
@@ -111,7 +149,8 @@ constexpr RasterStep kSteps[] = {
     {"2160p59.94", ZEFA_VIDEO_STANDARD_3840X2160_P_59_94}, {"4096x2160p60", ZEFA_VIDEO_STANDARD_4096X2160_P_60},
 };
 
-// Samples that cores could send and receive if the datagrams of their raster were all that there is to do.
+// Gbit/s of samples that so many cores could send and receive if the datagrams of the raster were all that there is to
+// do.
 double BareGbitPerSecond(const Format& format, unsigned cores)
 {
     const double bits = format.bitsPerSecond / format.datagrams; // of a datagram
@@ -140,7 +179,8 @@ void LargestRaster(benchmark::State& state)
                  state.counters["cpu_" + name] = outcome.cpuPercent;
              }
              const unsigned cores = std::min(2u, std::thread::hardware_concurrency());
-             state.counters["bare_gbit_s"] = BareGbitPerSecond(Video(kSteps[0].standard), cores); // the same of all
+             // All rasters have the same datagrams.
+             state.counters["bare_gbit_s"] = BareGbitPerSecond(Video(kSteps[0].standard), cores);
          });
 }
 
@@ -150,7 +190,9 @@ void LargestRaster(benchmark::State& state)
 class Load
 {
 public:
-    explicit Load(const Format& format) : Kind(format) {}
+    explicit Load(const Format& format, const std::vector<std::string>& options = {}) : Service(options), Kind(format)
+    {
+    }
 
     // False when the service refuses: it has as many then as it permits.
     bool Resize(size_t count)
@@ -186,12 +228,12 @@ private:
 
 // The most that pass whole: doubled until some are lost or refused, then halved in between down to a sixteenth. "bare"
 // is how many would fill all cores if their datagrams were all that there is to do.
-void Streams(benchmark::State& state, const Format& format, size_t first)
+void Streams(benchmark::State& state, const Format& format, size_t first, const std::vector<std::string>& options = {})
 {
     Once(state,
          [&]
          {
-             Load load(format);
+             Load load(format, options);
              size_t good = 0, bad = SIZE_MAX;
              bool refused = false;
              double cpuPercent = 0;
@@ -227,14 +269,29 @@ void Streams(benchmark::State& state, const Format& format, size_t first)
 
 // ---- start and memory ----
 
-double MedianOf(std::vector<double>& values)
+double NsSince(std::chrono::steady_clock::time_point begun)
 {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begun).count();
 }
 
-// A receiver is started again and again while frames come.
+// Of shared memory that nobody has touched before.
+double FirstTouchNs(size_t bytes)
+{
+    const int file = memfd_create("bench_roads", 0);
+    void* const memory = ftruncate(file, static_cast<off_t>(bytes)) == 0
+                             ? mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0)
+                             : MAP_FAILED;
+    close(file);
+    if (memory == MAP_FAILED) throw std::runtime_error("no shared memory");
+    const auto begun = std::chrono::steady_clock::now();
+    for (size_t at = 0; at < bytes; at += static_cast<size_t>(getpagesize()))
+        static_cast<volatile char*>(memory)[at] = 1;
+    const double ns = NsSince(begun);
+    munmap(memory, bytes);
+    return ns;
+}
+
+// A receiver is started again and again while frames come; as many shared bytes as its ring has are touched between.
 void StartToFirstSlot(benchmark::State& state)
 {
     constexpr int kStarts = 25, kPatience = 20;
@@ -243,7 +300,7 @@ void StartToFirstSlot(benchmark::State& state)
          {
              Client client;
              const Format format = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_50);
-             const uint16_t port = FreePort();
+             const uint16_t port = LoopbackSocket().Bind();
              Stream sender(client, ZEFA_STREAM_TYPE_TX, format, 0, port);
              Stream receiver(client, ZEFA_STREAM_TYPE_RX, format, 0, port);
              sender.Start();
@@ -254,41 +311,50 @@ void StartToFirstSlot(benchmark::State& state)
                          sender.Put();
                  });
              std::this_thread::sleep_for(std::chrono::milliseconds(500));
-             std::vector<double> starts, firsts;
+             const double senderBytes = client.RingBytes();
+             std::vector<double> starts, firsts, touches;
              for (int i = 0; i < kStarts; ++i)
              {
                  std::this_thread::sleep_for(std::chrono::microseconds(1700 * i)); // anywhere in a frame
                  const auto begun = std::chrono::steady_clock::now();
-                 const auto sinceNs = [&]
-                 { return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begun).count(); };
                  receiver.Start();
-                 starts.push_back(sinceNs());
+                 starts.push_back(NsSince(begun));
                  uint32_t timestamp = 0;
                  for (int tries = 0; !receiver.Take(timestamp); ++tries)
                      if (tries == kPatience) throw std::runtime_error("no slot in so many seconds");
-                 firsts.push_back(sinceNs());
+                 firsts.push_back(NsSince(begun));
+                 const double ringBytes = client.RingBytes() - senderBytes;
                  receiver.Stop();
+                 touches.push_back(FirstTouchNs(static_cast<size_t>(ringBytes)));
              }
-             state.counters["median_ns"] = MedianOf(firsts);
-             state.counters["start_ns"] = MedianOf(starts);
+             state.counters["median_ns"] = Median(firsts);
+             state.counters["start_ns"] = Median(starts);
+             state.counters["touch_ns"] = Median(touches);
          });
 }
 
-// Sixteen ends of 1080p25 while their frames go round.
+// Sixteen ends of 1080p25 while their frames go round, of three services one after another.
 void StartedStream(benchmark::State& state)
 {
     constexpr size_t kPairs = 8;
+    constexpr int kServices = 3;
     Once(state,
          [&]
          {
              Format format = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_25);
              format.slots = 4;
-             Load load(format);
-             const double idle = load.Service.AnonymousBytes();
-             if (!load.Resize(kPairs)) throw std::runtime_error("not all streams started");
-             load.Try();
-             state.counters["kib"] = (load.Service.AnonymousBytes() - idle) / (2 * kPairs) / 1024;
-             state.counters["ring_kib"] = load.Service.RingBytes() / (2 * kPairs) / 1024;
+             std::vector<double> held, rings;
+             for (int i = 0; i < kServices; ++i)
+             {
+                 Load load(format);
+                 const double idle = load.Service.AnonymousBytes();
+                 if (!load.Resize(kPairs)) throw std::runtime_error("not all streams started");
+                 load.Try();
+                 held.push_back((load.Service.AnonymousBytes() - idle) / (2 * kPairs) / 1024);
+                 rings.push_back(load.Service.RingBytes() / (2 * kPairs) / 1024);
+             }
+             state.counters["kib"] = Median(held);
+             state.counters["ring_kib"] = Median(rings);
              state.counters["slots_kib"] = format.slots * format.bitsPerSecond * format.slotSeconds / 8 / 1024;
          });
 }
@@ -298,18 +364,17 @@ void RegisterOnce(const char* name, const std::function<void(benchmark::State&)>
     benchmark::RegisterBenchmark(name, run)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
 }
 
-// Takes "--seconds=3" out of the arguments.
+// Takes each "--seconds=3" out of the arguments; the last one counts.
 void ReadSeconds(int& count, char** arguments)
 {
     constexpr std::string_view kOption = "--seconds=";
-    for (int i = 1; i < count; ++i)
-        if (const std::string_view text = arguments[i]; text.starts_with(kOption))
-        {
-            seconds = std::max(0.1, std::atof(arguments[i] + kOption.size()));
-            std::copy(arguments + i + 1, arguments + count + 1, arguments + i);
-            --count;
-            return;
-        }
+    const auto rest =
+        std::stable_partition(arguments + 1, arguments + count,
+                              [&](const char* text) { return !std::string_view(text).starts_with(kOption); });
+    for (auto option = rest; option != arguments + count; ++option)
+        seconds = std::max(0.1, std::atof(*option + kOption.size()));
+    *rest = nullptr;
+    count = static_cast<int>(rest - arguments);
 }
 
 // A ring takes a descriptor at its application, too.

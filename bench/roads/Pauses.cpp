@@ -1,0 +1,50 @@
+// A thread that asks for a moment of its core, and when it gets it.
+#include "Pauses.h"
+
+#include "../support/Pinned.h"
+#include "Roads.h"
+
+#include <algorithm>
+
+namespace bench
+{
+
+void LongestStretch::End()
+{
+    const int64_t begunNs = BegunNs.exchange(0);
+    if (begunNs == 0) return;
+    const int64_t thisNs = NowNs() - begunNs;
+    for (int64_t longestNs = LongestNs; longestNs < thisNs;)
+        if (LongestNs.compare_exchange_weak(longestNs, thisNs)) break;
+}
+
+double LongestStretch::TakeMs()
+{
+    const int64_t begunNs = BegunNs;
+    return static_cast<double>(std::max(LongestNs.exchange(0), begunNs ? NowNs() - begunNs : 0)) / 1e6;
+}
+
+Pauses::Pauses()
+{
+    for (size_t i = 0; i < Watchers.size(); ++i)
+        Watchers[i] =
+            std::jthread([this, i](const std::stop_token& stopped) { Watch(stopped, ConductorCores()[i], Waits[i]); });
+}
+
+double Pauses::TakeLongestMs()
+{
+    return std::max(Waits[0].TakeMs(), Waits[1].TakeMs());
+}
+
+void Pauses::Watch(const std::stop_token& stopped, unsigned core, LongestStretch& wait)
+{
+    const Pinned pinned(core);
+    while (!stopped.stop_requested())
+    {
+        wait.Begin();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        wait.End();
+    }
+}
+
+} // namespace bench
