@@ -11,7 +11,8 @@ class AncLoop : public StreamLoop
 {
 public:
     explicit AncLoop(Session& session)
-        : Settings{.standard = ZEFA_VIDEO_STANDARD_1280X720_P_60,
+        : StreamLoop(std::chrono::milliseconds(17)), // a frame of 1/60 s
+          Settings{.standard = ZEFA_VIDEO_STANDARD_1280X720_P_60,
                    .paths = {FreeEndpoint()},
                    .slots = 4,
                    .lockTimeoutMs = kLockTimeoutMs},

@@ -4,6 +4,7 @@
 #include "system/road/Road.h"
 
 #include <array>
+#include <numeric>
 
 namespace test
 {
@@ -11,7 +12,8 @@ namespace test
 class StreamLoop
 {
 public:
-    StreamLoop() = default;
+    // `period`: from one slot to the next, when the service looks at its rings again.
+    explicit StreamLoop(std::chrono::milliseconds period) : Period(period) {}
     virtual ~StreamLoop() = default;
     StreamLoop(const StreamLoop&) = delete;
     StreamLoop& operator=(const StreamLoop&) = delete;
@@ -43,6 +45,21 @@ public:
         return Lock(Receiver(), &slot) && ReadAndUnlock(slot);
     }
 
+    // For so long. How many slots have arrived.
+    size_t WorkFor(std::chrono::milliseconds time)
+    {
+        size_t slots = 0;
+        const auto end = std::chrono::steady_clock::now() + time;
+        do
+        {
+            if (Work())
+                ++slots;
+            else // a lock that is refused does not wait
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        } while (std::chrono::steady_clock::now() < end);
+        return slots;
+    }
+
     bool AwaitSlot()
     {
         bool arrived = false;
@@ -60,6 +77,8 @@ public:
         }
     }
 
+    const std::chrono::milliseconds Period;
+
 protected:
     static constexpr uint32_t kLockTimeoutMs = 10;
 
@@ -67,6 +86,29 @@ protected:
     virtual ZEFA_HANDLE Receiver() const = 0;
     virtual void Fill(ZEFA_SLOT slot) = 0;
     virtual bool ReadAndUnlock(ZEFA_SLOT slot) = 0;
+
+    void FillBuffer(ZEFA_SLOT slot, ZEFA_BUFFER_TYPE buffer, size_t bytes)
+    {
+        uint8_t* address = nullptr;
+        uint32_t size = 0;
+        ASSERT_EQ(ZEFA_NO_ERROR, ZEFA_GetSlotBuffer(Sender(), slot, buffer, &address, &size));
+        ASSERT_EQ(bytes, size);
+        std::fill_n(address, size, uint8_t{1});
+    }
+
+    // All of a buffer that has arrived. Whether it has the size that it should.
+    bool ReadBuffer(ZEFA_SLOT slot, ZEFA_BUFFER_TYPE buffer, size_t bytes)
+    {
+        uint8_t* address = nullptr;
+        uint32_t size = 0;
+        EXPECT_EQ(ZEFA_NO_ERROR, ZEFA_GetSlotBuffer(Receiver(), slot, buffer, &address, &size));
+        EXPECT_EQ(bytes, size);
+        if (size != bytes) return false;
+        const volatile uint32_t sum = std::accumulate(address, address + size, uint32_t{0}); // all of it can be read
+        static_cast<void>(sum);
+        ReadMetadata(slot, buffer);
+        return true;
+    }
 
     // Of a slot that has arrived.
     void ReadMetadata(ZEFA_SLOT slot, ZEFA_BUFFER_TYPE buffer)
