@@ -1,8 +1,9 @@
-// Applications, with streams of audio and of ancillary data by turns, and services are killed at random moments.
-// Nothing may be left of them: no memory, no process, no thread and no descriptor of the other side, and the next start
-// is clean.
+// Applications, with streams of audio, of ancillary data and of video by turns, and services are killed at random
+// moments. Nothing may be left of them: no memory, no process, no thread and no descriptor of the other side, and the
+// next start is clean.
 //     system_faults_kill                          10 kills
 //     system_faults_kill --kills 1000 [--seed N]  so many; a seed repeats the order and the moments
+#include "CleanService.h"
 #include "Leftovers.h"
 #include "system/road/Road.h"
 
@@ -85,7 +86,7 @@ protected:
     }
 
     // The last one, which nobody has killed, has lost no memory with the applications either.
-    void TearDown() override { EXPECT_EQ(0, Service->Stop()) << Service->Log(); }
+    void TearDown() override { ExpectACleanEnd(*Service); }
 
     void StartService() { Service.emplace(std::vector<std::string>{"--context-ttl", "5"}); }
 
@@ -138,7 +139,7 @@ protected:
         std::this_thread::sleep_for(std::chrono::milliseconds(ms(Random)));
     }
 
-    static constexpr const char* kEssences[] = {"audio", "ancillary"};
+    static constexpr const char* kEssences[] = {"audio", "ancillary", "video"};
 
     std::mt19937 Random;
     std::optional<MxsProcess> Service;

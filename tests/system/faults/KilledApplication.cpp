@@ -1,12 +1,14 @@
-// An application that waits to be killed: KilledApplication URL forever|once audio|ancillary. Starts two streams, moves
-// slots and stops them, again and again until the service is gone, or once. Ends with 0 when, once, a slot has arrived
-// and all has gone well; or when, without the service, it holds no more than before it had streams.
+// An application that waits to be killed: KilledApplication URL forever|once audio|ancillary|video. Starts two streams,
+// moves slots and stops them, again and again until the service is gone, or once. Ends with 0 when, once, a slot has
+// arrived and all has gone well; or when, without the service, it holds no more than before it had streams.
 #include "AncLoop.h"
 #include "AudioLoop.h"
 #include "Leftovers.h"
+#include "VideoLoop.h"
 
 #include <fstream>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 
 using namespace test;
@@ -26,8 +28,10 @@ size_t MappedRails()
 
 std::unique_ptr<StreamLoop> MakeLoop(Session& session, std::string_view essence)
 {
+    if (essence == "audio") return std::make_unique<AudioLoop>(session);
     if (essence == "ancillary") return std::make_unique<AncLoop>(session);
-    return std::make_unique<AudioLoop>(session);
+    if (essence == "video") return std::make_unique<VideoLoop>(session);
+    throw std::invalid_argument("no such essence");
 }
 
 int WorkUntilTheServiceIsGone(Session& session, std::string_view essence)
