@@ -9,15 +9,17 @@
 namespace test
 {
 
-inline void RemoveFolder(const std::filesystem::path& folder)
+// Whether it is gone.
+[[nodiscard]] inline bool RemoveFolder(const std::filesystem::path& folder)
 {
     for (int tries = 0; tries < 1000; ++tries)
     {
         std::error_code error;
         std::filesystem::remove_all(folder, error);
-        if (!std::filesystem::exists(folder, error)) return;
+        if (!std::filesystem::exists(folder, error)) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+    return false;
 }
 
 } // namespace test

@@ -225,7 +225,7 @@ protected:
     ~ProgramWithScripts() override
     {
         setenv("PATH", OldPath.c_str(), 1);
-        RemoveFolder(Folder);
+        EXPECT_TRUE(RemoveFolder(Folder));
     }
 
     void Script(const char* name, const std::string& text)

@@ -88,7 +88,7 @@ protected:
                "[ -e conf ] || exit 0\necho \"$@\" > new.arguments && mv new.arguments pmc-arguments\ncat answer\n");
         Script("ptp4l", kRuns);
     }
-    ~Daemon() override { RemoveFolder(Folder); }
+    ~Daemon() override { EXPECT_TRUE(RemoveFolder(Folder)); }
 
     // Runs in the test's folder; each start of ptp4l leaves a line, and pmc has nothing to say before the first.
     void Script(const std::string& name, const std::string& text, const std::string& version = "3.1.1")
