@@ -123,7 +123,8 @@ def judge(namespace, attempt, untold=False):
                     sys.exit(wrong)
             finally:
                 programs.close()
-        print(f"{wrong}\n{lost} packets had no room: once more")
+        reason = f"{lost} packets had no room" if lost else "the peer loses packets by itself and tells nobody"
+        print(f"{wrong}\n{reason}: once more")
 
 
 def await_size(path, size, seconds):
