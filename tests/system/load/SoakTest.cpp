@@ -368,7 +368,8 @@ uint64_t SharedKiB(pid_t service)
 class Watch
 {
 public:
-    Watch(const char* name, pid_t process) : Name(name), Process(process) {}
+    // The looks have their memory before the first, touched: they are part of what the application holds.
+    Watch(const char* name, pid_t process, size_t looks) : Name(name), Process(process), Looks(looks) { Looks.clear(); }
 
     void Take() { Looks.push_back(LookAt(Process)); }
 
@@ -437,7 +438,8 @@ TEST(Soak, EverySlotArrivesAndMemoryStaysWhatItIs)
 
     Pauses pauses;
     std::this_thread::sleep_for(form.warmUp);
-    Watch ofService("service", service.ProcessId()), ofApplication("application", ::getpid());
+    const auto looks = size_t(form.time / form.betweenLooks) + 2;
+    Watch ofService("service", service.ProcessId(), looks), ofApplication("application", ::getpid(), looks);
     const uint64_t shared = SharedKiB(service.ProcessId());
     const auto end = std::chrono::steady_clock::now() + form.time - form.warmUp;
     do
