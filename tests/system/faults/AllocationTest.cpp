@@ -8,6 +8,7 @@
 #include "CleanService.h"
 #include "ControlCalls.h"
 #include "support/LostService.h"
+#include "support/PtpScripts.h"
 
 #include <algorithm>
 #include <atomic>
@@ -302,28 +303,6 @@ struct Figures
     }
 };
 
-constexpr struct Essence
-{
-    ZEFA_ESSENCE_TYPE type;
-    const char* name;
-} kEssences[] = {{ZEFA_ESSENCE_TYPE_ST2110_30, "audio"},
-                 {ZEFA_ESSENCE_TYPE_ST2110_40, "ancillary data"},
-                 {ZEFA_ESSENCE_TYPE_ST2110_20, "video"}};
-
-// All beside a stream of the first essence, and beside one of another those in which that makes a difference.
-std::vector<ControlCall> CallsBesideAStreamOf(const Essence& essence)
-{
-    std::vector<ControlCall> calls;
-    for (const ControlCall& call : ControlCalls())
-        if (essence.type == kEssences[0].type || call.ofTheEssence) calls.push_back(call);
-    return calls;
-}
-
-std::string NameOf(const ControlCall& call, const Essence& essence)
-{
-    return call.ofTheEssence ? std::string(call.name) + " of " + essence.name : call.name;
-}
-
 // Fails each allocation of the call once, or one of `stride`.
 Figures FailEach(World& world, const ControlCall& call, size_t stride = 1)
 {
@@ -385,7 +364,7 @@ bool TakesNoMoreWhenRepeated(World& world, const ControlCall& call)
 
 // The same of the calls that keep more with each start, or something at the service: it goes with the context. Of large
 // slots a choice of allocations does, for each start takes its time.
-bool TakeNoMoreInTheNextWorld(const std::string& url, const Essence& essence)
+bool TakeNoMoreInTheNextWorld(const std::string& url, const EssenceName& essence)
 {
     constexpr int kRepetitions = 6;
     const size_t stride = essence.type == kEssences[0].type ? 1 : 5;
@@ -407,7 +386,7 @@ bool TakeNoMoreInTheNextWorld(const std::string& url, const Essence& essence)
 TEST(Allocations, ThatFailPassThroughOrAreAnErrorAndTheNextCallWorks)
 {
     CleanService service;
-    for (const Essence& essence : kEssences)
+    for (const EssenceName& essence : kEssences)
     {
         World world(service.ServiceUrl(), essence.type);
         for (const ControlCall& call : CallsBesideAStreamOf(essence))
@@ -655,7 +634,7 @@ TEST(Allocations, ThatFailWhileTheTraceIsOnEndNobody)
     }
     CleanService service({"--context-ttl", "5"});
     FailEachOfAContextsLife(service.ServiceUrl(), everyOne ? 1 : 7);
-    for (const Essence& essence : kEssences)
+    for (const EssenceName& essence : kEssences)
     {
         World world(service.ServiceUrl(), essence.type);
         for (const ControlCall& call : CallsBesideAStreamOf(essence))
@@ -675,5 +654,6 @@ int main(int argc, char** argv)
     testing::InitGoogleTest(&argc, argv);
     test::everyOne = argc > 1 && std::string(argv[1]) == "--every";
     FindCode();
+    const test::PtpScripts scripts;
     return RUN_ALL_TESTS();
 }

@@ -3,7 +3,9 @@
 
 #include "support/LostService.h"
 
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 namespace test
 {
@@ -132,6 +134,15 @@ void StopAndClose(World& world)
 {
     SettleStream<ZEFA_StopStream>(world);
     SettleStream<ZEFA_CloseStream>(world);
+}
+
+// That which a service has from its start, but for the interface: what is told of the daemon stays the same.
+ZEFA_ERRORCODE SetPtp(World& world, uint64_t interfaceId)
+{
+    ZEFA_PTP_CONFIG config{};
+    EXPECT_EQ(kGood, ZEFA_CreatePTPDSFromProfile(ZEFA_PTP_PROFILE_0, &config.DefaultDS, &config.PortDS));
+    config.NetworkInterfaceId_ULL = interfaceId;
+    return ZEFA_SetPTPConfig(world.Context(), &config);
 }
 
 ZEFA_ERRORCODE MakeContext(World& world, std::string&)
@@ -280,14 +291,10 @@ const ControlCall kControlCalls[] = {
          if (result == kGood) Tell(told, config.DefaultDS.DomainNumber_UB);
          return result;
      }},
-    // Of no interface, so that no daemon starts.
-    {"SetPTPConfig", ZEFA_ERR_BAD_ARGUMENT,
-     [](World& world, std::string&)
-     {
-         ZEFA_PTP_CONFIG config{};
-         config.NetworkInterfaceId_ULL = kNobody;
-         return ZEFA_SetPTPConfig(world.Context(), &config);
-     }},
+    // The first starts a daemon, which stays until the service ends.
+    {"SetPTPConfig", kGood, [](World& world, std::string&) { return SetPtp(world, world.Interface); }},
+    {"SetPTPConfig of nobody", ZEFA_ERR_BAD_ARGUMENT,
+     [](World& world, std::string&) { return SetPtp(world, kNobody); }},
     {"GetPTPStatus", kGood,
      [](World& world, std::string& told)
      {
@@ -392,7 +399,7 @@ const ControlCall kContextCalls[] = {
 
 } // namespace
 
-World::World(const std::string& url, ZEFA_ESSENCE_TYPE essence) : Url(url), Own(url)
+World::World(const std::string& url, ZEFA_ESSENCE_TYPE essence) : Url(url), EssenceType(essence), Own(url)
 {
     constexpr uint32_t kSlots = 4, kLargeSlots = 2; // of megabytes, which each start fills
     const Endpoint path = FreeEndpoint();
@@ -439,11 +446,28 @@ std::span<const ControlCall> ContextCalls()
     return kContextCalls;
 }
 
+std::vector<ControlCall> CallsBesideAStreamOf(const EssenceName& essence)
+{
+    std::vector<ControlCall> calls;
+    for (const ControlCall& call : ControlCalls())
+        if (essence.type == kEssences[0].type || call.ofTheEssence) calls.push_back(call);
+    return calls;
+}
+
+std::string NameOf(const ControlCall& call, const EssenceName& essence)
+{
+    return call.ofTheEssence ? std::string(call.name) + " of " + essence.name : call.name;
+}
+
 void Settle(const std::function<ZEFA_ERRORCODE()>& call)
 {
-    ZEFA_ERRORCODE result = ZEFA_ERR_COMMUNICATION;
-    for (int attempt = 0; attempt < kAttempts && result != kGood; ++attempt)
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    ZEFA_ERRORCODE result = call();
+    for (int attempt = 1; result != kGood && std::chrono::steady_clock::now() < end; ++attempt)
+    {
+        if (attempt >= kAttempts) std::this_thread::sleep_for(std::chrono::milliseconds(5));
         result = call();
+    }
     EXPECT_EQ(kGood, result);
 }
 

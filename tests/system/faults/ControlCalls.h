@@ -8,6 +8,7 @@
 #include <span>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace test
 {
@@ -30,6 +31,7 @@ public:
     uint64_t Made = 0;            // a conductor that a call has made, or is to destroy
     ZEFA_HANDLE MadeStream = nullptr;
     const std::string Url;
+    const ZEFA_ESSENCE_TYPE EssenceType; // of the stream
     ZEFA_HANDLE MadeContext = nullptr;
     ZEFA_STREAM_COMMON_CONFIG Common{};
     std::unique_ptr<ZEFA_STREAM_NETWORK_CONFIG> Network = std::make_unique<ZEFA_STREAM_NETWORK_CONFIG>();
@@ -77,11 +79,26 @@ std::span<const ControlCall> ControlCalls();
 // Those two.
 std::span<const ControlCall> ContextCalls();
 
+struct EssenceName
+{
+    ZEFA_ESSENCE_TYPE type;
+    const char* name;
+};
+inline constexpr EssenceName kEssences[] = {{ZEFA_ESSENCE_TYPE_ST2110_30, "audio"},
+                                            {ZEFA_ESSENCE_TYPE_ST2110_40, "ancillary data"},
+                                            {ZEFA_ESSENCE_TYPE_ST2110_20, "video"}};
+
+// All beside a stream of the first essence, and beside one of another those in which that makes a difference.
+std::vector<ControlCall> CallsBesideAStreamOf(const EssenceName& essence);
+
+std::string NameOf(const ControlCall& call, const EssenceName& essence);
+
 // One that sends something fails on a connection that has ended while nobody used it, and there may be several of
 // those.
 inline constexpr int kAttempts = 4;
 
-// A call that has to succeed within the attempts.
+// A call that has to succeed: within the attempts, or when what a lost connection has asked of the service, which may
+// refuse others meanwhile, has been done.
 void Settle(const std::function<ZEFA_ERRORCODE()>& call);
 
 } // namespace test

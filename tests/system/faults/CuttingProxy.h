@@ -42,10 +42,13 @@ enum class Afterwards
 enum class Harm
 {
     None,
-    Twice,   // every answer comes twice
-    Late,    // every answer comes after a while
-    Garbage, // what comes is no answer
-    Silence  // no answer comes until AnswerLate
+    Twice,     // every answer comes twice
+    Late,      // every answer comes after a while
+    Garbage,   // what comes is no answer
+    Silence,   // no answer comes until AnswerLate
+    HalfAHead, // no more of it than this does, and the connection stays
+    HeadAlone,
+    HalfABody
 };
 
 inline const char* NameOf(Direction direction)
@@ -97,7 +100,7 @@ public:
     }
 
     // Turns all bits of one byte of the answers. A client that waits for more than there is finds the connection ended
-    // when it has been quiet for a while.
+    // when it has been quiet for a while, unless the service is at work on a request.
     void Spoil(size_t place)
     {
         Do([=, this] { Plan = {.spoiled = place}, Passed[0] = Passed[1] = {}; });
@@ -146,6 +149,15 @@ public:
         return harmed;
     }
 
+    // On how many connections something of an answer is held back.
+    size_t HeldAnswers()
+    {
+        ptrdiff_t held = 0;
+        Do([&, this]
+           { held = std::ranges::count_if(Connections, [](const auto& each) { return !each.heldAnswer.empty(); }); });
+        return size_t(held);
+    }
+
     // Ends a silence: what was held back comes now, on the connections that are still there.
     void AnswerLate()
     {
@@ -186,6 +198,7 @@ private:
         std::string held = {}; // the start of a request, until its first line is there
         std::string heldAnswer = {};
         bool answering = true;  // the next byte of the client starts a request
+        bool continued = false; // what comes is of an answer of which something has come before
         bool ofTheCall = false; // and not of the watchdog
         bool spoiled = false;
         bool leaving = false;    // until all is answered
@@ -263,7 +276,7 @@ private:
             {
                 const bool fromClient = waits[at++].revents, fromService = waits[at++].revents;
                 const bool quiet = !fromClient && !fromService && connection.lastPassed <= quietSince;
-                connection.ended |= quiet && connection.spoiled;
+                connection.ended |= quiet && connection.spoiled && connection.answering;
                 if (quiet && Plan.harm == Harm::Late) SendHeld(connection);
                 if (fromService && !connection.ended) Pass(connection, Direction::Answer);
                 if (fromClient && !connection.ended) Pass(connection, Direction::Request);
@@ -311,7 +324,7 @@ private:
         connection.lastPassed = std::chrono::steady_clock::now();
         if (!request)
         {
-            connection.answering = true;
+            connection.continued = std::exchange(connection.answering, true);
             return Forward(connection, direction, std::string(bytes, size_t(got)));
         }
         connection.held.append(bytes, size_t(got));
@@ -355,11 +368,30 @@ private:
         connection.heldAnswer.clear();
     }
 
+    // How much of an answer comes before its silence.
+    static size_t SizeBeforeSilence(Harm harm, const std::string& answer)
+    {
+        const size_t end = answer.find("\r\n\r\n");
+        const size_t head = end == std::string::npos ? answer.size() : end + 4;
+        switch (harm)
+        {
+        case Harm::HalfAHead: return head / 2;
+        case Harm::HeadAlone: return head;
+        case Harm::HalfABody: return head + (answer.size() - head) / 2;
+        default: return 0;
+        }
+    }
+
     // `before`: how much of the answers there was before these bytes.
     void Damage(Connection& connection, std::string& bytes, size_t before)
     {
         Plan.done |= Plan.harm != Harm::None;
-        if (Plan.harm == Harm::Silence || Plan.harm == Harm::Late) connection.heldAnswer += std::exchange(bytes, {});
+        if (Plan.harm == Harm::Late || Plan.harm >= Harm::Silence)
+        {
+            const size_t passing = connection.continued ? 0 : SizeBeforeSilence(Plan.harm, bytes);
+            connection.heldAnswer += bytes.substr(passing);
+            bytes.resize(passing);
+        }
         if (Plan.harm == Harm::Twice) bytes += bytes;
         if (Plan.harm == Harm::Garbage)
         {

@@ -4,6 +4,7 @@
 //     system_load --seconds 600 [--seed N]   longer; a seed repeats what each thread chooses
 #include "StreamPlace.h"
 #include "support/HttpLibraryRaces.h"
+#include "support/PtpScripts.h"
 #include "system/faults/CleanService.h"
 #include "system/faults/Leftovers.h"
 #include "system/road/Road.h"
@@ -362,8 +363,11 @@ private:
         ZEFA_PTP_CONFIG config{};
         NOTED(worker.tally, ZEFA_CreatePTPDSFromProfile, ZEFA_PTP_PROFILE_0, &config.DefaultDS, &config.PortDS);
         EXPECT_EQ(127, config.DefaultDS.DomainNumber_UB);
-        config.NetworkInterfaceId_ULL = kNobody;
-        NOTED(worker.tally, ZEFA_SetPTPConfig, Own.Context, &config);
+        if (worker.Below(16) == 0) --config.DefaultDS.Priority2_UB; // another one than before starts the daemon anew
+        const bool isThere = worker.Below(4) != 0;
+        config.NetworkInterfaceId_ULL = isThere ? Interface : kNobody;
+        EXPECT_EQ(isThere ? ZEFA_NO_ERROR : ZEFA_ERR_BAD_ARGUMENT,
+                  NOTED(worker.tally, ZEFA_SetPTPConfig, Own.Context, &config));
     }
 
     void AskForVersions(Worker& worker)
@@ -485,7 +489,9 @@ TEST(Load, EverythingThatMayBeCalledAtOnceAnswersAsItMayAndLeavesNothing)
     std::printf("seed %u\n", seed);
     CleanService service;
     const pid_t process = service.ProcessId();
-    const Holdings serviceBefore = HoldingsOf(process);
+    Holdings serviceBefore = HoldingsOf(process);
+    serviceBefore.descriptors += PtpScripts::kDescriptors;
+    serviceBefore.threads += PtpScripts::kThreads;
     {
         const Session once(service.ServiceUrl()); // the HTTP library's threads and descriptors stay
     }
@@ -524,5 +530,6 @@ int main(int argc, char** argv)
         if (std::string(argv[i]) == "--seconds") seconds = std::stoi(argv[i + 1]);
         if (std::string(argv[i]) == "--seed") seed = unsigned(std::stoul(argv[i + 1]));
     }
+    const PtpScripts scripts;
     return RUN_ALL_TESTS();
 }
