@@ -187,7 +187,7 @@ SECONDS = 3  # of each run but the minutes; 1 of --quick
 RASTERS = ("1080p59.94", "2160p25", "2160p29.97", "2160p50", "2160p59.94", "4096x2160p60")
 STREAMS = (("1080p25", "streams of 1080p25"), ("16ChannelsOf125us", "streams of 16 channels in packets of 125 us"),
            ("8ChannelsOf1ms", "streams of 8 channels in packets of 1 ms"),
-           ("Ancillary", "streams of ancillary data, 50 frames a second"))
+           ("Ancillary", "streams of ancillary data, 50 frames a second, with --memory-limit 22G"))
 # Frames that did not come are the most that one of the first three tells; what stands behind them tells whose they are.
 MISSED = (("gaps", "frames missing between those that came"), ("underruns", "periods in which none was sent"),
           ("stalled", "frames behind what was due, more than rings hold back"),
