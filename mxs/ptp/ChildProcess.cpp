@@ -62,6 +62,9 @@ bool DropClockRight()
                        dup2(plan.output, STDERR_FILENO) >= 0;
     if (ready)
     {
+        // What libraries open does not always close itself: a connection that a program inherits would not end before
+        // the program. A kernel before 5.11 does not know the call.
+        close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
         // The service blocks and ignores signals that a program expects to end it.
         sigset_t none;
         sigemptyset(&none);

@@ -112,6 +112,7 @@ TEST(ChildProcess, InheritsNeitherDescriptorsNorBlockedSignals)
 {
     const StateFolder folder(fs::temp_directory_path().string());
     ChildProcess other("/bin/sleep", {"1000"}, ClockRight::Drop);
+    const int ofALibrary = open("/dev/zero", O_RDONLY); // which has not said that it ends with an exec
     sigset_t blocked, before;
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGTERM);
@@ -120,7 +121,9 @@ TEST(ChildProcess, InheritsNeitherDescriptorsNorBlockedSignals)
     const std::string text = Shell("ls -l /proc/self/fd; grep SigBlk /proc/self/status");
 
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    close(ofALibrary);
     EXPECT_EQ(text.find("lock"), std::string::npos) << text;
+    EXPECT_EQ(text.find("/dev/zero"), std::string::npos) << text;
     size_t pipes = 0;
     for (size_t at = text.find("pipe:"); at != std::string::npos; at = text.find("pipe:", at + 1))
         ++pipes;
