@@ -198,6 +198,7 @@ MISSED = (("gaps", "frames missing between those that came"), ("underruns", "per
 def roads():
     for figure, words in (("OneStream", f"1080p59.94 sent and received by one conductor, {SECONDS} s"),
                           ("OneStreamMinute", "the same in a minute"),
+                          ("TwoServicesHd", f"1080p59.94 from one service to another, {SECONDS} s"),
                           ("TwoServices", f"2160p29.97 from one service to another, {SECONDS} s"),
                           ("TwoServicesMinute", "the same in a minute")):
         yield Row(f"{words}: packets lost", f"{figure}:lost", None, 0)

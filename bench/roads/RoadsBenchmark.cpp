@@ -119,13 +119,13 @@ void OneStream(benchmark::State& state, double length)
 }
 
 // Sent by one service and received by another, each on a core of its own.
-void TwoServices(benchmark::State& state, double length)
+void TwoServices(benchmark::State& state, ZEFA_VIDEO_STANDARD standard, double length)
 {
     Once(state,
          [&]
          {
              Client receiver, sender;
-             const Format format = Video(ZEFA_VIDEO_STANDARD_3840X2160_P_29_97);
+             const Format format = Video(standard);
              std::vector<std::unique_ptr<Pair>> pairs;
              pairs.push_back(std::make_unique<Pair>(Pair::Place{receiver, 0}, Pair::Place{sender, 1}, format));
              const Outcome outcome = Measure(pairs, std::array<const Client*, 2>{&receiver, &sender}, length, format);
@@ -396,8 +396,11 @@ int main(int count, char** arguments)
     RegisterOnce("OneStream", [](benchmark::State& state) { OneStream(state, seconds); });
     RegisterOnce("OneStreamMinute", [](benchmark::State& state) { OneStream(state, kMinute); });
     RegisterOnce("LargestRaster", LargestRaster);
-    RegisterOnce("TwoServices", [](benchmark::State& state) { TwoServices(state, seconds); });
-    RegisterOnce("TwoServicesMinute", [](benchmark::State& state) { TwoServices(state, kMinute); });
+    constexpr ZEFA_VIDEO_STANDARD kHd = ZEFA_VIDEO_STANDARD_1920X1080_P_59_94,
+                                  kUhd = ZEFA_VIDEO_STANDARD_3840X2160_P_29_97;
+    RegisterOnce("TwoServicesHd", [](benchmark::State& state) { TwoServices(state, kHd, seconds); });
+    RegisterOnce("TwoServices", [](benchmark::State& state) { TwoServices(state, kUhd, seconds); });
+    RegisterOnce("TwoServicesMinute", [](benchmark::State& state) { TwoServices(state, kUhd, kMinute); });
 
     Format video = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_25), ancillary = Ancillary(ZEFA_VIDEO_STANDARD_1920X1080_P_50);
     video.slots = 4;
