@@ -102,21 +102,28 @@ double BareLoopSeconds(const Frames& frames, double frameSeconds)
     return seconds / static_cast<double>(std::max<size_t>(received, 1));
 }
 
-BareEnds BareEndsSeconds(const Frames& frames, double frameSeconds)
+double BareEndsSeconds(const Frames& frames, double frameSeconds)
 {
     BareReceiver receiver(frames);
     BareSender sender(frames, receiver.Port());
-    const size_t sent = FramesOf(frameSeconds) * frames.datagrams;
+    std::future<double> sending = OnCore(ConductorCores()[1], [&] { SendPaced(sender, frames, frameSeconds, [] {}); });
+    const double received = BareReceiverSeconds(receiver, frames, frameSeconds);
+    return received + sending.get() / static_cast<double>(FramesOf(frameSeconds) * frames.datagrams);
+}
+
+double BareReceiverSeconds(BareReceiver& receiver, const Frames& frames, double frameSeconds)
+{
+    const size_t due = FramesOf(frameSeconds) * frames.datagrams;
     size_t received = 0;
-    std::future<double> receiving = OnCore(ConductorCores()[0],
-                                           [&]
-                                           {
-                                               size_t count = 1;
-                                               for (; count > 0 && received < sent; received += count)
-                                                   count = receiver.Receive(true);
-                                           });
-    const double sending = OnCore(ConductorCores()[1], [&] { SendPaced(sender, frames, frameSeconds, [] {}); }).get();
-    return {sending / static_cast<double>(sent), receiving.get() / static_cast<double>(std::max<size_t>(received, 1))};
+    const double seconds = OnCore(ConductorCores()[0],
+                                  [&]
+                                  {
+                                      size_t count = 1;
+                                      for (; count > 0 && received < due; received += count)
+                                          count = receiver.Receive(true);
+                                  })
+                               .get();
+    return seconds / static_cast<double>(std::max<size_t>(received, 1));
 }
 
 } // namespace bench
