@@ -62,8 +62,7 @@ public:
 
     bool AwaitSlot()
     {
-        bool arrived = false;
-        return Await([&] { return arrived = arrived || Work(); }); // asked again once it is true
+        return Await([&] { return Work(); });
     }
 
     void AskForStatus()

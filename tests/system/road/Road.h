@@ -22,14 +22,18 @@ namespace test
 // For a service that sends: what is late because the machine had other work is sent all the same, and not given up.
 inline const std::vector<std::string> kSendsLate{"--longest-hold", "60000"};
 
-// Counters follow the slots by a moment, and the system follows a close.
+// Counters follow the slots by a moment, and the system follows a close. Once is enough: a service that looks at the
+// machine has a descriptor more for a moment.
 template <class Condition>
 bool Await(Condition&& condition)
 {
     const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (!condition() && std::chrono::steady_clock::now() < limit)
+    while (!condition())
+    {
+        if (std::chrono::steady_clock::now() >= limit) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    return condition();
+    }
+    return true;
 }
 
 inline uint64_t InterfaceNamed(ZEFA_HANDLE context, const std::string& name)
