@@ -192,7 +192,8 @@ STREAMS = (("1080p25", "streams of 1080p25"), ("16ChannelsOf125us", "streams of 
 MISSED = (("gaps", "frames missing between those that came"), ("underruns", "periods in which none was sent"),
           ("stalled", "frames behind what was due, more than rings hold back"),
           ("dropped", "frames for which the receiving application left no room"),
-          ("pause_ms", "longest pause of a thread due every 2 ms on a conductor's core, ms"))
+          ("pause_ms", "longest pause of a thread due every 2 ms on a conductor's core, ms"),
+          ("stolen_ms", "processor time that a machine below this one took meanwhile, ms"))
 
 
 def roads():

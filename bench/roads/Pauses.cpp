@@ -5,6 +5,9 @@
 #include "Roads.h"
 
 #include <algorithm>
+#include <fstream>
+#include <string>
+#include <unistd.h>
 
 namespace bench
 {
@@ -29,6 +32,17 @@ Pauses::Pauses()
     for (size_t i = 0; i < Watchers.size(); ++i)
         Watchers[i] =
             std::jthread([this, i](const std::stop_token& stopped) { Watch(stopped, ConductorCores()[i], Waits[i]); });
+}
+
+double Pauses::StolenSinceBootMs()
+{
+    // cpu user nice system idle iowait irq softirq steal ...
+    std::ifstream file("/proc/stat");
+    std::string word;
+    double ticks = 0;
+    for (int field = 0; field <= 8 && file >> word; ++field)
+        if (field == 8) ticks = std::stod(word);
+    return 1000 * ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
 double Pauses::TakeLongestMs()

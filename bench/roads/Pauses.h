@@ -31,10 +31,14 @@ public:
     Pauses();
 
     double TakeLongestMs();
+    // What a machine below this one has taken from all processors since this began, as the kernel counts it.
+    double StolenMs() const { return StolenSinceBootMs() - StolenBeforeMs; }
 
 private:
     static void Watch(const std::stop_token& stopped, unsigned core, LongestStretch& wait);
+    static double StolenSinceBootMs();
 
+    const double StolenBeforeMs = StolenSinceBootMs();
     std::array<LongestStretch, 2> Waits;
     std::array<std::jthread, 2> Watchers; // last: they use the waits
 };

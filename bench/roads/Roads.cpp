@@ -367,6 +367,7 @@ Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cl
         outcome.cpuPercent += 100 * (outcome.cpuSeconds[i] -= cpuBefore[i]) / passed.count();
     const std::vector<Counts> after = counts();
     outcome.pauseMs = pauses.TakeLongestMs();
+    outcome.stolenMs = pauses.StolenMs();
     const auto due = static_cast<uint64_t>(seconds / format.slotSeconds);
     for (size_t i = 0; i < after.size(); ++i)
     {

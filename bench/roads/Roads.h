@@ -149,6 +149,7 @@ struct Outcome
     uint64_t stalled = 0;           // slots behind what was due, where they are more than rings can have held back
     uint64_t taken = 0;             // slots that came
     double pauseMs = 0;             // the longest that the machine let a thread wait, on the conductors' cores
+    double stolenMs = 0;            // what a machine below this one took from its processors
     double fillMs = 0;              // the longest that the application took from one lock to the next
     std::vector<double> cpuSeconds; // of each service
     double cpuPercent = 0;          // of all services, of one core

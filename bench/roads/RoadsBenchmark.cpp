@@ -96,6 +96,7 @@ void Tell(benchmark::State& state, const Outcome& outcome, const Format& format)
                                       {"stalled", outcome.stalled}})
         state.counters[name] = static_cast<double>(count);
     state.counters["pause_ms"] = outcome.pauseMs;
+    state.counters["stolen_ms"] = outcome.stolenMs;
     state.counters["fill_ms"] = outcome.fillMs;
     state.counters["ring_ms"] = 1e3 * format.slots * format.slotSeconds;
     state.counters["cpu_percent"] = outcome.cpuPercent;
