@@ -348,6 +348,7 @@ private:
             if (Plan.armed && direction == Plan.direction && passed.size() >= Plan.bytes)
             {
                 bytes.resize(bytes.size() - (passed.size() - Plan.bytes));
+                passed.resize(Plan.bytes);
                 Plan.armed = false;
                 Plan.done = true;
                 connection.ended = true;
