@@ -260,14 +260,14 @@ bool RailFile::Map()
     return Guard.Watch(Base, mappedBytes);
 }
 
-// The first touch of a page costs far more than any later one. It is paid before the first slot, by both sides.
+// The first touch of a page costs far more than any later one. It is paid before the first slot, by both sides: the
+// creator's gives a page its zeros, and then those that are near it are mapped with the one that is read.
 bool RailFile::Prefault() const
 {
-    const size_t mappedBytes = Checked.FileBytes + Checked.RingBytes;
-    if (madvise(Base, mappedBytes, MADV_POPULATE_WRITE) == 0) return true;
-    if (errno != EINVAL) return false;
-    const volatile uint8_t* const bytes = Base; // a system before Linux 5.14
-    for (size_t offset = 0; offset < mappedBytes; offset += PageBytes())
+    // A system before Linux 5.14 does not know it, and pays below.
+    if (Creator && madvise(Base, Checked.FileBytes, MADV_POPULATE_WRITE) != 0 && errno != EINVAL) return false;
+    const volatile uint8_t* const bytes = Base;
+    for (size_t offset = 0; offset < Checked.FileBytes + Checked.RingBytes; offset += PageBytes())
         static_cast<void>(bytes[offset]);
     return true;
 }
