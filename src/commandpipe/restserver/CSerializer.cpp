@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace Quillmont::Trellis::CommandPipe::RestServer
 {
@@ -48,7 +49,7 @@ Value PrefixedIdentifierValue(const char* resource, uint64_t id)
     utility::string_t text;
     CSerializer::IdentifierToString(id, &text);
     const auto prefix = CSerializer::URI_PREFIXES.find(resource);
-    if (prefix == CSerializer::URI_PREFIXES.end()) return Value::string(text);
+    if (prefix == CSerializer::URI_PREFIXES.end()) return Value::string(std::move(text));
     return Value::string(utility::conversions::to_string_t(prefix->second) + text);
 }
 
@@ -114,7 +115,7 @@ RESULT_CODE WriteIdentifier(uint64_t id, Value& place)
 {
     utility::string_t text;
     CSerializer::IdentifierToString(id, &text);
-    place = Value::string(text);
+    place = Value::string(std::move(text));
     return RESULT_NO_ERROR;
 }
 

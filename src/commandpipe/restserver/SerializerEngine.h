@@ -141,7 +141,7 @@ struct Enum
     {
         utility::string_t text;
         CSerializer::EnumToString(static_cast<Enumeration>(member), &text);
-        document[key] = Value::string(text);
+        document[key] = Value::string(std::move(text));
         return RESULT_NO_ERROR;
     }
 };
@@ -152,7 +152,7 @@ struct Identifier // sent only
     {
         utility::string_t text;
         CSerializer::IdentifierToString(member, &text);
-        document[key] = Value::string(text);
+        document[key] = Value::string(std::move(text));
         return RESULT_NO_ERROR;
     }
 };
