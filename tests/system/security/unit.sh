@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# unit.sh BUILD MXSD: the installed systemd unit names the installed program, and options that it has.
+# unit.sh BUILD MXSD: the installed systemd unit names the installed program, and options that it has; its user is made
+# and owns the hardware clocks.
 # unit.sh BUILD MXSD verify: systemd finds nothing wrong with it, and no more exposed than we know.
 # unit.sh BUILD MXSD bounds: a program that does what the unit does not permit is ended.
 # unit.sh BUILD MXSD run TEST [ARGUMENT...]: a test passes whose service does no more than the unit permits.
@@ -18,17 +19,25 @@ test -n "$unit" || { echo "no unit is installed"; exit 1; }
 
 case $what in
 "")
-    find "$stage" -path '*/lib/sysusers.d/mxsd.conf' | grep -q . || { echo "the unit's user is not made"; exit 1; }
-    command=$(sed -n 's/^ExecStart=//p' "$unit")
-    program=${command%% *}
-    test -x "$stage$program" || { echo "the unit starts $program, which is not installed"; exit 1; }
-    for option in $(grep -o -e ' --[a-z-]*' <<<"$command"); do
-        "$mxsd" --help | grep -q -e "^  $option " || { echo "mxsd has no option $option"; exit 1; }
-    done
+    user=$(find "$stage" -path '*/lib/sysusers.d/mxsd.conf' -exec sed -n 's/^u \([^ ]*\) .*/\1/p' {} +)
+    test -n "$user" || { echo "the unit's user is not made"; exit 1; }
+    grep -qx "User=$user" "$unit" || { echo "the unit runs as another user than $user"; exit 1; }
+    clocks=$(find "$stage" -path '*/lib/udev/rules.d/60-mxsd.rules')
+    grep -qx "SUBSYSTEM==\"ptp\", OWNER=\"$user\"" ${clocks:+"$clocks"} </dev/null ||
+        { echo "the hardware clocks are not $user's"; exit 1; }
+    commands=$(sed -n 's/^Exec[A-Za-z]*=//p' "$unit")
+    [ "$(wc -l <<<"$commands")" = 2 ] || { echo "the unit does not start and clean up: $commands"; exit 1; }
+    while read -r command; do
+        program=${command%% *}
+        test -x "$stage$program" || { echo "the unit starts $program, which is not installed"; exit 1; }
+        for option in $(grep -o -e ' --[a-z-]*' <<<"$command"); do
+            "$mxsd" --help | grep -q -e "^  $option " || { echo "mxsd has no option $option"; exit 1; }
+        done
+    done <<<"$commands"
     ;;
 verify)
     mkdir "$stage/verify"
-    sed "s|^ExecStart=[^ ]*|ExecStart=$mxsd|" "$unit" >"$stage/verify/mxsd.service"
+    sed "s|^\(Exec[A-Za-z]*\)=[^ ]*|\1=$mxsd|" "$unit" >"$stage/verify/mxsd.service"
     complaints=$(systemd-analyze verify "$stage/verify/mxsd.service" 2>&1) || { echo "$complaints"; exit 1; }
     # Warnings leave the status as it is; those about other units of the machine are not ours.
     if grep -F mxsd.service <<<"$complaints"; then exit 1; fi
