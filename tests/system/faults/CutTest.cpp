@@ -485,33 +485,41 @@ TEST_F(Cuts, ADamagedByteOfTheAnswerIsAnErrorOrAnotherValueAndTheNextCallWorks)
     }
 }
 
+void PlayTwiceAndGarbage(CuttingProxy& proxy, World& world, const ControlCall& call)
+{
+    Step(call.enter, world);
+    for (const Harm harm : {Harm::Twice, Harm::Garbage})
+    {
+        Step(call.prepare, world);
+        proxy.Hurt(harm);
+        for (int times = 0; times < (call.ChangesSomething() ? 1 : 3); ++times) // a copy may answer the next one
+        {
+            std::string told;
+            const ZEFA_ERRORCODE result = Make(call, world, told);
+            EXPECT_LE(result, ZEFA_ERR_COMMUNICATION);
+            EXPECT_TRUE(harm == Harm::Twice || result != kGood);
+        }
+        uint64_t version = 0;
+        EXPECT_LE(ZEFA_GetMXSStatus(world.Context(), &version), ZEFA_ERR_COMMUNICATION);
+        EXPECT_TRUE(proxy.HealOnNewConnections()); // one of the answers at least came so
+        UseUpOldAnswers(proxy, world);
+        ExpectAWorkingCall(world);
+        Step(call.undo, world);
+        WholeExchangeOf(proxy, world, call);
+    }
+    Step(call.leave, world);
+}
+
 TEST_F(Cuts, AnswersThatComeTwiceOrAreGarbageEndNoCallForEver)
 {
-    World world(Proxy.Url());
-    for (const ControlCall& call : ControlCalls())
+    for (const EssenceName& essence : kEssences)
     {
-        SCOPED_TRACE(call.name);
-        Step(call.enter, world);
-        for (const Harm harm : {Harm::Twice, Harm::Garbage})
+        World world(Proxy.Url(), essence.type);
+        for (const ControlCall& call : CallsBesideAStreamOf(essence))
         {
-            Step(call.prepare, world);
-            Proxy.Hurt(harm);
-            for (int times = 0; times < (call.ChangesSomething() ? 1 : 3); ++times) // a copy may answer the next one
-            {
-                std::string told;
-                const ZEFA_ERRORCODE result = Make(call, world, told);
-                EXPECT_LE(result, ZEFA_ERR_COMMUNICATION);
-                EXPECT_TRUE(harm == Harm::Twice || result != kGood);
-            }
-            uint64_t version = 0;
-            EXPECT_LE(ZEFA_GetMXSStatus(world.Context(), &version), ZEFA_ERR_COMMUNICATION);
-            EXPECT_TRUE(Proxy.HealOnNewConnections()); // one of the answers at least came so
-            UseUpOldAnswers(Proxy, world);
-            ExpectAWorkingCall(world);
-            Step(call.undo, world);
-            WholeExchangeOf(Proxy, world, call);
+            SCOPED_TRACE(NameOf(call, essence));
+            PlayTwiceAndGarbage(Proxy, world, call);
         }
-        Step(call.leave, world);
     }
 }
 
@@ -570,13 +578,22 @@ TEST_F(Cuts, HarmedAnswersWhileAContextIsMadeOrEndedLeaveAWatchdogAtMost)
     const World next(url);
 }
 
+// Those of a context's life, too: with the first essence, for they know none.
+std::vector<ControlCall> AllCallsBesideAStreamOf(const EssenceName& essence)
+{
+    std::vector<ControlCall> calls = CallsBesideAStreamOf(essence);
+    if (!IsFurther(essence)) calls.insert(calls.end(), ContextCalls().begin(), ContextCalls().end());
+    return calls;
+}
+
 TEST_F(Cuts, AnswersThatComeLateAreWaitedFor)
 {
-    World world(Proxy.Url());
-    for (const std::span<const ControlCall> calls : {ControlCalls(), ContextCalls()})
-        for (const ControlCall& call : calls)
+    for (const EssenceName& essence : kEssences)
+    {
+        World world(Proxy.Url(), essence.type);
+        for (const ControlCall& call : AllCallsBesideAStreamOf(essence))
         {
-            SCOPED_TRACE(call.name);
+            SCOPED_TRACE(NameOf(call, essence));
             std::string wholeTold, told;
             Step(call.enter, world);
             Step(call.prepare, world);
@@ -592,21 +609,22 @@ TEST_F(Cuts, AnswersThatComeLateAreWaitedFor)
             Step(call.undo, world);
             Step(call.leave, world);
         }
+    }
 }
 
-// All calls at once, each that changes something in a world of its own.
+// All calls at once, each that changes something in a world of its own; those that tell essences apart, with each.
 class CallsSideBySide
 {
 public:
     explicit CallsSideBySide(CuttingProxy& proxy) : Proxy(proxy)
     {
-        Worlds.push_back(std::make_unique<World>(Proxy.Url())); // of those that change nothing
-        for (const std::span<const ControlCall> calls : {ControlCalls(), ContextCalls()})
-            for (const ControlCall& call : calls)
-            {
-                if (call.ChangesSomething()) Worlds.push_back(std::make_unique<World>(Proxy.Url()));
-                Places.push_back({call, call.ChangesSomething() ? *Worlds.back() : *Worlds.front(), ""});
-            }
+        for (const EssenceName& essence : kEssences)
+        {
+            World& unchanging = NewWorld(essence);
+            for (const ControlCall& call : AllCallsBesideAStreamOf(essence))
+                Places.push_back(
+                    {call, NameOf(call, essence), call.ChangesSomething() ? NewWorld(essence) : unchanging, ""});
+        }
         for (Place& each : Places) // when all conductors are there that one of them lists
         {
             Step(each.call.enter, each.world);
@@ -645,7 +663,7 @@ public:
         if (meanwhile) meanwhile();
         for (size_t i = 0; i < Places.size(); ++i)
         {
-            SCOPED_TRACE(Places[i].call.name);
+            SCOPED_TRACE(Places[i].name);
             const Outcome outcome = outcomes[i].get();
             EXPECT_LE(outcome.result, ZEFA_ERR_COMMUNICATION);
             if (outcome.result == kGood)
@@ -662,9 +680,9 @@ public:
             }
         }
         Proxy.AnswerLate();
-        for (const auto& [call, world, wholeTold] : Places)
+        for (const auto& [call, name, world, wholeTold] : Places)
         {
-            SCOPED_TRACE(call.name);
+            SCOPED_TRACE(name);
             Step(call.undo, world);
             EXPECT_TRUE(WholeExchangeOf(Proxy, world, call).told == wholeTold);
         }
@@ -679,9 +697,15 @@ public:
     }
 
 private:
+    World& NewWorld(const EssenceName& essence)
+    {
+        return *Worlds.emplace_back(std::make_unique<World>(Proxy.Url(), essence.type));
+    }
+
     struct Place
     {
-        const ControlCall& call;
+        ControlCall call;
+        std::string name;
         World& world;
         std::string wholeTold;
     };

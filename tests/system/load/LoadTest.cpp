@@ -262,6 +262,7 @@ private:
         StreamPlace& stream = worker.Below(2) ? Streams[worker.Below(kSteadyStreams)] : Unsteady(worker);
         stream.Work(worker.tally, worker.random);
     }
+    void GiveBack(Worker& worker) { Streams[worker.Below(kSteadyStreams)].GiveBack(worker.tally); }
     void SetCommon(Worker& worker) { Unsteady(worker).SetCommon(worker.tally, ForAStream(worker)); }
     void Remake(Worker& worker) { Unsteady(worker).Remake(worker.tally, Own.Context, ForAStream(worker)); }
 
@@ -427,6 +428,7 @@ private:
 
 const Crowd::Action Crowd::kActions[] = {
     {800, &Crowd::Work},
+    {100, &Crowd::GiveBack},
     {80, &Crowd::OfUnsteady<&StreamPlace::Open>},
     {120, &Crowd::OfUnsteady<&StreamPlace::Start>},
     {50, &Crowd::OfUnsteady<&StreamPlace::Stop>},

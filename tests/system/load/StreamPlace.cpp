@@ -239,6 +239,7 @@ void StreamPlace::Work(Tally& tally, std::mt19937& random)
         // When a stop comes between a slot of ancillary data and the list of its packets.
         EXPECT_TRUE(result != ZEFA_ERR_OPERATION_FAILED || IsAncillary()) << Name();
         if (result != ZEFA_NO_ERROR) break;
+        const std::lock_guard handling(Handling);
         if (IsReceiver())
             Examine(tally, locked);
         else
@@ -247,9 +248,27 @@ void StreamPlace::Work(Tally& tally, std::mt19937& random)
         leave ? Left.push_back(locked) : Finish(tally, locked);
     }
     if (random() % 2 == 0) return;
+    const std::lock_guard handling(Handling);
     for (const LockedSlot& locked : Left)
         Finish(tally, locked);
     Left.clear();
+}
+
+void StreamPlace::GiveBack(Tally& tally)
+{
+    const std::shared_lock alive(Life, std::try_to_lock);
+    if (!alive) return;
+    const std::unique_lock handling(Handling, std::try_to_lock);
+    if (!handling || Left.empty()) return;
+    const LockedSlot locked = Left.back();
+    Left.pop_back();
+    if (IsReceiver() && !IsAncillary())
+    {
+        uint8_t* address = nullptr;
+        uint32_t size = 0;
+        NOTED(tally, ZEFA_GetSlotBuffer, Stream, locked.slot, Configured.firstBuffer, &address, &size);
+    }
+    Finish(tally, locked);
 }
 
 // Fails when the stream has been stopped meanwhile: the slot is dead.

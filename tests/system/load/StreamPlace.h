@@ -62,6 +62,8 @@ public:
     void GetNetworkStatus(Tally& tally);
     // Locks a few slots, writes or reads them, and gives most of them back.
     void Work(Tally& tally, std::mt19937& random);
+    // Gives a slot back that somebody has left, also while another thread waits for a lock.
+    void GiveBack(Tally& tally);
 
     uint64_t WholeSlots(); // received so far, and right
     bool IsReceiver() const { return Type == ZEFA_STREAM_TYPE_RX; }
@@ -101,10 +103,12 @@ private:
     std::shared_mutex Life;
     ZEFA_HANDLE Stream = nullptr;
 
-    std::mutex Media;             // of the one that handles slots
-    std::vector<LockedSlot> Left; // locked still, for whoever handles slots next
+    std::mutex Media; // of the one that locks slots, and counts them
     uint64_t Sent = 0, Whole = 0;
     uint64_t NextPart = 0; // no part of a smaller number comes any more
+
+    std::mutex Handling;          // of the one that asks about slots and unlocks them
+    std::vector<LockedSlot> Left; // locked still, for whoever handles slots next
 
     // The bytes and packets of slots go with a stop: shared by those that touch them, held by one alone for a stop.
     std::shared_mutex Memory;
