@@ -25,9 +25,8 @@ unsigned seed = std::random_device{}();
 class Application
 {
 public:
-    Application(const std::string& url, const char* mode, const char* essence)
+    Application(const std::string& url, const char* mode, const char* essence) : Pid(::fork())
     {
-        Pid = ::fork();
         if (Pid != 0) return;
         ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         const int nowhere = ::open("/dev/null", O_WRONLY); // it complains when it loses its service

@@ -163,7 +163,7 @@ TEST_F(Parse, PlaylistsAreTheStreamsOfTheStoreInTheirOrder)
     // The order in which the streams were filled is the order of the playlists.
     std::vector<std::string> streams;
     for (const std::string& text : StoreDebug)
-        if (text.find("LineNumber_i=10 ") == 0) streams.push_back(text.substr(18, text.find(" - Packet") - 18));
+        if (text.starts_with("LineNumber_i=10 ")) streams.push_back(text.substr(18, text.find(" - Packet") - 18));
     EXPECT_THAT(streams, ElementsAre("AncStream_E=0", "AncStream_E=1", "AncStream_E=8", "AncStream_E=9",
                                      "AncStream_E=2", "AncStream_E=3", "AncStream_E=10", "AncStream_E=11",
                                      "AncStream_E=4", "AncStream_E=5", "AncStream_E=12", "AncStream_E=13",
