@@ -2,9 +2,9 @@
 
 A figure is the name of a benchmark as its program lists it, without what Google Benchmark adds behind it
 ("/manual_time", "/iterations:150"), and ":counter" where a counter and not the time is meant; ":ns_a_byte" comes from
-the bytes a second. `beside` is a figure of the same run, a number that was measured on the reference machine (427.0, in
-nanoseconds), or None; the ratio, or without `beside` the figure itself, is what `most` is the limit of. `per` divides a
-time. Limits that were set in nanoseconds on the reference machine are told in what stood beside them there.
+the bytes a second. `beside` is a figure of the same run, or a number of nanoseconds that is the same everywhere: one
+that was measured on the reference machine (427.0), or the period of a frame. `most` is the limit of the ratio. `per`
+divides a time. Limits that were set in nanoseconds on the reference machine are told in what stood beside them there.
 """
 from dataclasses import dataclass
 from typing import Optional, Union
@@ -22,7 +22,7 @@ class Levels:
 class Row:
     what: str
     figure: str
-    beside: Union[str, float, None] = None
+    beside: Union[str, float]
     most: Union[float, Levels, None] = None
     per: int = 1
 
@@ -86,8 +86,8 @@ def rail():
             yield Row(f"one way, {place}, {words} : GStreamer's shared memory", f"RailOneWay{place}/{size}",
                       f"GStreamerOneWay{place}/{size}", 0.7)
             yield Row(f"one way, {place}, {words} : a bare futex", f"RailOneWay{place}/{size}", f"RawOneWay{place}/0")
-    yield Row("one way, Across, a bare futex : GStreamer's shared memory", "RawOneWayAcross/0",
-              "GStreamerOneWayAcross/4096")
+            yield Row(f"one way, {place}, a bare futex : GStreamer's shared memory, {words}", f"RawOneWay{place}/0",
+                      f"GStreamerOneWay{place}/{size}")
     small, large = "FullCycle/0:rail_4096_ns", "FullCycle/0:rail_41943040_ns"
     yield Row("full cycle, 40 MiB : 4 KiB", large, small, 1.1)
     yield Row("full cycle, 4 KiB : 40 MiB", small, large, 1.1)
@@ -127,13 +127,15 @@ def media():
                       f"{way}{form}:ns_a_byte")
     yield Row("a packet received by the engine, CPU : a bare recvmsg loop that copies it, on the same core",
               "ReceivingConductor:packet_ns", "BareReceive:packet_ns", RECEIVED)
-    yield Row("packets lost meanwhile", "ReceivingConductor:lost", None, 0)
+    yield Row("packets lost meanwhile : packets received", "ReceivingConductor:lost", "ReceivingConductor:packets", 0)
     yield Row("a packet sent and received by the engine, CPU : a bare loop that sleeps between bursts", "OneConductor",
               "BareLoopPaced", None, FRAME)
     yield Row("the same : a bare loop that never sleeps", "OneConductor", "BareLoop", None, FRAME)
-    yield Row("packets lost of 1080p59.94, 10 bits", "OneConductor:lost", None, 0)
-    yield Row("the same in a minute", "OneConductorMinute:lost", None, 0)
-    yield Row("unlock to lock without waiting and pacing, us", "UnlockToLock:road_us")
+    for figure, words in (("OneConductor", "packets lost of 1080p59.94, 10 bits"),
+                          ("OneConductorMinute", "the same in a minute")):
+        yield Row(f"{words} : packets sent", f"{figure}:lost", f"{figure}:packets", 0)
+    yield Row("unlock to lock without waiting and pacing, us : a timer, a bare datagram and a wake",
+              "UnlockToLock:road_us", "BareRoad:road_us")
 
 
 RECORDS = (("network configuration, 2 connections", True),
@@ -178,9 +180,10 @@ def growth(text, work, most):
 
 
 def service():
-    yield Row("memory of an idle service, KiB", "IdleService:kib")
-    yield Row("the same for each idle context, KiB", "Context:kib")
-    yield Row("the same for each stream that is not open, KiB", "Stream:kib")
+    yield Row("memory of an idle service, KiB : of a program that waits for input and does nothing else",
+              "IdleService:kib", "IdleProgram:kib")
+    yield Row("the same for each idle context, KiB : of the idle service", "Context:kib", "IdleService:kib")
+    yield Row("the same for each stream that is not open, KiB : of the idle service", "Stream:kib", "IdleService:kib")
 
 
 SECONDS = 3  # of each run but the minutes; 1 of --quick
@@ -189,11 +192,13 @@ STREAMS = (("1080p25", "streams of 1080p25"), ("16ChannelsOf125us", "streams of 
            ("8ChannelsOf1ms", "streams of 8 channels in packets of 1 ms"),
            ("Ancillary", "streams of ancillary data, 50 frames a second, with --memory-limit 22G"))
 # Frames that did not come are the most that one of the first three tells; what stands behind them tells whose they are.
-MISSED = (("gaps", "frames missing between those that came"), ("underruns", "periods in which none was sent"),
-          ("stalled", "frames behind what was due, more than rings hold back"),
-          ("dropped", "frames for which the receiving application left no room"),
-          ("pause_ms", "longest pause of a thread due every 2 ms on a conductor's core, ms"),
-          ("stolen_ms", "processor time that a machine below this one took meanwhile, ms"))
+MISSED = (("gaps", "due", "frames missing between those that came : frames due"),
+          ("underruns", "due", "periods in which none was sent : frames due"),
+          ("stalled", "due", "frames behind what was due, more than rings hold back : frames due"),
+          ("dropped", "due", "frames for which the receiving application left no room : frames due"),
+          ("pause_ms", "period_ms", "longest pause of a thread due every 2 ms on a conductor's core, ms : a frame"),
+          ("stolen_ms", "processor_ms",
+           "processor time that a machine below this one took meanwhile, ms : all of its processors"))
 
 
 def roads():
@@ -202,10 +207,10 @@ def roads():
                           ("TwoServicesHd", f"1080p59.94 from one service to another, {SECONDS} s"),
                           ("TwoServices", f"2160p29.97 from one service to another, {SECONDS} s"),
                           ("TwoServicesMinute", "the same in a minute")):
-        yield Row(f"{words}: packets lost", f"{figure}:lost", None, 0)
-        yield Row(f"{words}: frames that did not come", f"{figure}:missing", None, 0)
-        for counter, cause in MISSED:
-            yield Row(f"{words}: {cause}", f"{figure}:{counter}")
+        yield Row(f"{words}: packets lost : packets due", f"{figure}:lost", f"{figure}:due_packets", 0)
+        yield Row(f"{words}: frames that did not come : frames due", f"{figure}:missing", f"{figure}:due", 0)
+        for counter, beside, cause in MISSED:
+            yield Row(f"{words}: {cause}", f"{figure}:{counter}", f"{figure}:{beside}")
         yield Row(f"{words}: longest time of the application from a lock to the next, ms : what its ring holds",
                   f"{figure}:fill_ms", f"{figure}:ring_ms")
         yield Row(f"{words}: CPU a packet, services alone, ns : bare loops that copy it and sleep between bursts",
@@ -215,24 +220,32 @@ def roads():
         if figure.startswith("TwoServices"):
             yield Row(f"{words}: CPU a packet, receiving service alone, ns : a bare recvmsg loop that copies it",
                       f"{figure}:received_ns", f"{figure}:bare_received_ns", RECEIVED)
-        yield Row(f"{words}: % of a core, services alone", f"{figure}:cpu_percent")
-    yield Row("largest raster without loss, a core for each end, Gbit/s of samples : bare datagrams on both",
-              "LargestRaster:gbit_s", "LargestRaster:bare_gbit_s")
+        yield Row(f"{words}: % of a core, services alone : the machine", f"{figure}:cpu_percent",
+                  f"{figure}:machine_percent")
+    for figure, words in (("gbit_s", "largest raster before the first that lost something"),
+                          ("whole_gbit_s", "largest raster of those that lost nothing")):
+        yield Row(f"{words}, a core for each end, Gbit/s of samples : bare datagrams on both",
+                  f"LargestRaster:{figure}", "LargestRaster:bare_gbit_s")
     for raster in RASTERS:
-        yield Row(f"{raster}, {SECONDS} s: packets lost", f"LargestRaster:lost_{raster}", None, 0)
-        yield Row(f"{raster}, {SECONDS} s: frames that did not come", f"LargestRaster:missing_{raster}", None, 0)
-        yield Row(f"{raster}: % of a core, service alone", f"LargestRaster:cpu_{raster}")
+        for lost, due, what in (("lost", "due_packets", "packets lost : packets due"),
+                                ("missing", "due", "frames that did not come : frames due")):
+            yield Row(f"{raster}, {SECONDS} s: {what}", f"LargestRaster:{lost}_{raster}",
+                      f"LargestRaster:{due}_{raster}", 0)
+        yield Row(f"{raster}: % of a core, service alone : the machine", f"LargestRaster:cpu_{raster}",
+                  "LargestRaster:machine_percent")
     for figure, words in STREAMS:
         yield Row(f"{words}, each sent and received, without loss : by bare datagrams", f"Streams/{figure}:streams",
                   f"Streams/{figure}:bare")
-        yield Row("the same: % of a core, service alone", f"Streams/{figure}:cpu_percent")
-        yield Row("the same: 1 where the service permits no more", f"Streams/{figure}:refused")
+        yield Row("the same : what a service permits", f"Streams/{figure}:streams", f"Streams/{figure}:permitted")
+        yield Row("the same: % of a core, service alone : the machine", f"Streams/{figure}:cpu_percent",
+                  f"Streams/{figure}:machine_percent")
     yield Row("start of a receiver of 1080p50 to its first slot, ms : the first touch of as many shared bytes",
               "StartToFirstSlot", "StartToFirstSlot:touch_ns", None, 10 ** 6)
     yield Row("the same, ms : a frame", "StartToFirstSlot", 20e6, None, 10 ** 6)
     yield Row("of it in ZEFA_StartStream, which makes the ring, ms : the whole", "StartToFirstSlot:start_ns",
               "StartToFirstSlot", None, 10 ** 6)
-    yield Row("memory of a started stream, of the service alone, KiB", "StartedStream:kib")
+    yield Row("memory of a started stream, of the service alone, KiB : its ring", "StartedStream:kib",
+              "StartedStream:ring_kib")
     yield Row("ring of four slots of 1080 lines, KiB : its slots", "StartedStream:ring_kib", "StartedStream:slots_kib")
 
 

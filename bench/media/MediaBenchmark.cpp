@@ -18,6 +18,7 @@
 #include <cstring>
 #include <flowrail1.h>
 #include <memory>
+#include <semaphore>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -249,6 +250,7 @@ void OneConductor(benchmark::State& state)
         state.SetIterationTime(static_cast<double>(NsOf(CLOCK_PROCESS_CPUTIME_ID) - before) / 1e9);
     }
     state.counters["lost"] = static_cast<double>(road.Receiver.Counters().lostPackets);
+    state.counters["packets"] = static_cast<double>(road.Sender.Counters().transferredPackets);
     state.counters["underruns"] = static_cast<double>(road.Sender.Counters().underruns);
     state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * kFramePackets)); // packets a second of one core
 }
@@ -335,8 +337,9 @@ void ReceivingConductor(benchmark::State& state)
     const uint64_t spentNs = NsOf(CLOCK_PROCESS_CPUTIME_ID) - atFirstNs;
     const NetworkCounters atLast = receiver.Counters();
     state.counters["lost"] = static_cast<double>(atLast.lostPackets - atFirst.lostPackets);
-    state.counters["packet_ns"] =
-        static_cast<double>(spentNs) / static_cast<double>(atLast.transferredPackets - atFirst.transferredPackets);
+    const auto packets = static_cast<double>(atLast.transferredPackets - atFirst.transferredPackets);
+    state.counters["packets"] = packets;
+    state.counters["packet_ns"] = static_cast<double>(spentNs) / packets;
 }
 
 // ---- latency ----
@@ -365,6 +368,41 @@ void UnlockToLock(benchmark::State& state)
     state.counters["road_us"] = bench::Median(std::move(roads));
 }
 
+// The least of that way: a thread that its timer has woken sends a datagram, reads it and wakes another thread.
+void BareRoad(benchmark::State& state)
+{
+    constexpr bench::Frames kOne{.datagrams = 1, .burst = 1, .inMemory = 1};
+    bench::BareReceiver receiver(kOne);
+    bench::BareSender sender(kOne, receiver.Port());
+    std::binary_semaphore asked(0), arrived(0);
+    uint64_t momentNs = 0; // 0 at the end; the semaphores guard it
+    std::jthread engine(
+        [&]
+        {
+            const bench::Pinned pinned(ReceiverCore());
+            for (asked.acquire(); momentNs != 0; asked.acquire())
+            {
+                bench::SleepUntil(momentNs);
+                sender.SendBurst();
+                receiver.Receive(true);
+                arrived.release();
+            }
+        });
+    std::vector<double> roads;
+    for (auto _ : state)
+    {
+        momentNs = NsOf(CLOCK_MONOTONIC) + 1'000'000; // both threads are asleep by then
+        asked.release();
+        arrived.acquire();
+        const uint64_t roadNs = NsOf(CLOCK_MONOTONIC) - momentNs;
+        roads.push_back(static_cast<double>(roadNs) / 1e3);
+        state.SetIterationTime(static_cast<double>(roadNs) / 1e9);
+    }
+    momentNs = 0;
+    asked.release();
+    state.counters["road_us"] = bench::Median(std::move(roads));
+}
+
 } // namespace
 
 int main(int count, char** arguments)
@@ -387,6 +425,7 @@ int main(int count, char** arguments)
         benchmark::RegisterBenchmark("BareLoopPaced", BareLoop, true)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("OneConductor", OneConductor)->UseManualTime()->Iterations(150);
         benchmark::RegisterBenchmark("UnlockToLock", UnlockToLock)->UseManualTime()->Iterations(1000);
+        benchmark::RegisterBenchmark("BareRoad", BareRoad)->UseManualTime()->Iterations(1000);
     }
     benchmark::RegisterBenchmark("OneConductorMinute", OneConductor)->UseManualTime()->Iterations(3600);
     benchmark::Initialize(&count, arguments);

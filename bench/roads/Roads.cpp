@@ -319,19 +319,20 @@ void Pair::Take()
 }
 
 Application::Application(std::span<const std::unique_ptr<Pair>> pairs)
-    : Putting(
-          [pairs](std::stop_token stopped)
-          {
-              for (size_t i = 0; !stopped.stop_requested(); i = (i + 1) % pairs.size())
-                  pairs[i]->Put();
-          }),
-      Taking(
-          [pairs](std::stop_token stopped)
-          {
-              for (size_t i = 0; !stopped.stop_requested(); i = (i + 1) % pairs.size())
-                  pairs[i]->Take();
-          })
 {
+    const size_t shares = std::min<size_t>(pairs.size(), std::max(1u, std::thread::hardware_concurrency()));
+    for (size_t share = 0; share < shares; ++share)
+    {
+        const auto ours = pairs.subspan(pairs.size() * share / shares,
+                                        pairs.size() * (share + 1) / shares - pairs.size() * share / shares);
+        for (void (Pair::*work)() : {&Pair::Put, &Pair::Take})
+            Threads.emplace_back(
+                [=](std::stop_token stopped)
+                {
+                    for (size_t i = 0; !stopped.stop_requested(); i = (i + 1) % ours.size())
+                        (*ours[i].*work)();
+                });
+    }
 }
 
 Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Client* const> services, double seconds,
@@ -368,7 +369,9 @@ Outcome Measure(std::span<const std::unique_ptr<Pair>> pairs, std::span<const Cl
     const std::vector<Counts> after = counts();
     outcome.pauseMs = pauses.TakeLongestMs();
     outcome.stolenMs = pauses.StolenMs();
+    outcome.processorMs = 1e3 * passed.count() * std::thread::hardware_concurrency();
     const auto due = static_cast<uint64_t>(seconds / format.slotSeconds);
+    outcome.due = due * after.size();
     for (size_t i = 0; i < after.size(); ++i)
     {
         const Counts here = after[i] - before[i];

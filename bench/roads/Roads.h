@@ -128,14 +128,15 @@ private:
     std::atomic<uint64_t> Taken{0}, Gaps{0};
 };
 
-// One thread that fills slots and one that takes them, each turning over all pairs, as long as the object lives.
+// For each core a thread that fills slots and one that takes them, each turning over its share of the pairs, as long as
+// the object lives.
 class Application
 {
 public:
     explicit Application(std::span<const std::unique_ptr<Pair>> pairs);
 
 private:
-    std::jthread Putting, Taking;
+    std::vector<std::jthread> Threads;
 };
 
 // What came of some seconds, all pairs together.
@@ -148,11 +149,13 @@ struct Outcome
     uint64_t underruns = 0;
     uint64_t stalled = 0;           // slots behind what was due, where they are more than rings can have held back
     uint64_t taken = 0;             // slots that came
+    uint64_t due = 0;               // slots
     double pauseMs = 0;             // the longest that the machine let a thread wait, on the conductors' cores
     double stolenMs = 0;            // what a machine below this one took from its processors
     double fillMs = 0;              // the longest that the application took from one lock to the next
     std::vector<double> cpuSeconds; // of each service
     double cpuPercent = 0;          // of all services, of one core
+    double processorMs = 0;         // what the machine's processors had to give
 
     bool IsWhole() const { return lost + missing == 0; }
 };

@@ -16,11 +16,15 @@
 #include <cstdlib>
 #include <exception>
 #include <functional>
+#include <memory>
 #include <numeric>
+#include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -74,11 +78,21 @@ Frames FramesOf(const Format& format)
             .inMemory = format.slots};
 }
 
+double PacketsOf(uint64_t slots, const Format& format)
+{
+    return static_cast<double>(slots) * format.datagrams * format.slotSeconds;
+}
+
 // Nanoseconds for a packet of the outcome.
 double PacketNs(const Outcome& outcome, double cpuSeconds, const Format& format)
 {
-    const double packets = static_cast<double>(outcome.taken) * format.datagrams * format.slotSeconds;
-    return 1e9 * cpuSeconds / std::max(packets, 1.0);
+    return 1e9 * cpuSeconds / std::max(PacketsOf(outcome.taken, format), 1.0);
+}
+
+// What a machine that does nothing else has to give, in the measure of one core.
+double MachinePercent()
+{
+    return 100.0 * std::thread::hardware_concurrency();
 }
 
 // What came of a stream; beside the processor time of a packet, which is sent and received, stands that of a bare
@@ -93,13 +107,18 @@ void Tell(benchmark::State& state, const Outcome& outcome, const Format& format)
                                       {"missing", outcome.missing},
                                       {"gaps", outcome.gaps},
                                       {"underruns", outcome.underruns},
-                                      {"stalled", outcome.stalled}})
+                                      {"stalled", outcome.stalled},
+                                      {"due", outcome.due}})
         state.counters[name] = static_cast<double>(count);
+    state.counters["due_packets"] = PacketsOf(outcome.due, format);
     state.counters["pause_ms"] = outcome.pauseMs;
     state.counters["stolen_ms"] = outcome.stolenMs;
+    state.counters["processor_ms"] = outcome.processorMs;
     state.counters["fill_ms"] = outcome.fillMs;
     state.counters["ring_ms"] = 1e3 * format.slots * format.slotSeconds;
+    state.counters["period_ms"] = 1e3 * format.slotSeconds;
     state.counters["cpu_percent"] = outcome.cpuPercent;
+    state.counters["machine_percent"] = MachinePercent();
 }
 
 // ---- one stream ----
@@ -173,7 +192,8 @@ double BareGbitPerSecond(const Format& format, unsigned cores)
     return cores * bits / BareDatagramSeconds(format.datagramBytes, format.burst) / 1e9;
 }
 
-// Sender and receiver on a core each. The largest is the last before the first that lost something; all are told.
+// Sender and receiver on a core each. All are told; the largest, 0 for none, is the last before the first that lost
+// something.
 void LargestRaster(benchmark::State& state)
 {
     Once(state,
@@ -181,19 +201,25 @@ void LargestRaster(benchmark::State& state)
          {
              Client client;
              bool whole = true;
+             double& upToALoss = state.counters["gbit_s"].value;
+             double& largest = state.counters["whole_gbit_s"].value;
              for (const RasterStep& step : kSteps)
              {
                  const Format format = Video(step.standard);
                  std::vector<std::unique_ptr<Pair>> pairs;
                  pairs.push_back(std::make_unique<Pair>(Pair::Place{client, 0}, Pair::Place{client, 1}, format));
                  const Outcome outcome = BestOf(pairs, std::array<const Client*, 1>{&client}, seconds, format);
+                 if (outcome.IsWhole()) largest = format.bitsPerSecond / 1e9;
                  whole = whole && outcome.IsWhole();
-                 if (whole) state.counters["gbit_s"] = format.bitsPerSecond / 1e9;
+                 if (whole) upToALoss = largest;
                  const std::string name = step.name;
                  state.counters["lost_" + name] = static_cast<double>(outcome.lost);
                  state.counters["missing_" + name] = static_cast<double>(outcome.missing);
+                 state.counters["due_" + name] = static_cast<double>(outcome.due);
+                 state.counters["due_packets_" + name] = PacketsOf(outcome.due, format);
                  state.counters["cpu_" + name] = outcome.cpuPercent;
              }
+             state.counters["machine_percent"] = MachinePercent();
              const unsigned cores = std::min(2u, std::thread::hardware_concurrency());
              // All rasters have the same datagrams.
              state.counters["bare_gbit_s"] = BareGbitPerSecond(Video(kSteps[0].standard), cores);
@@ -242,14 +268,16 @@ private:
     std::vector<std::unique_ptr<Pair>> Pairs;
 };
 
+constexpr double kMostStreams = 1024; // that a service permits; each end is one
+
 // The most that pass whole: doubled until some are lost or refused, then halved in between down to a sixteenth. "bare"
 // is how many would fill all cores if their datagrams were all that there is to do.
-void Streams(benchmark::State& state, const Format& format, size_t first, const std::vector<std::string>& options = {})
+void Streams(benchmark::State& state, const Format& format, size_t first, int memoryGiB)
 {
     Once(state,
          [&]
          {
-             Load load(format, options);
+             Load load(format, {"--memory-limit", std::to_string(memoryGiB) + "G"});
              size_t good = 0, bad = SIZE_MAX;
              bool refused = false;
              double cpuPercent = 0;
@@ -278,8 +306,10 @@ void Streams(benchmark::State& state, const Format& format, size_t first, const 
              state.counters["streams"] = static_cast<double>(good);
              state.counters["bare"] = std::thread::hardware_concurrency() / format.datagrams /
                                       BareDatagramSeconds(format.datagramBytes, format.burst);
-             state.counters["refused"] = refused && bad == SIZE_MAX;
+             const double ringBytes = load.Service.RingBytes() / (2.0 * static_cast<double>(load.Count()));
+             state.counters["permitted"] = std::min(kMostStreams, memoryGiB * double{1 << 30} / ringBytes) / 2;
              state.counters["cpu_percent"] = cpuPercent;
+             state.counters["machine_percent"] = MachinePercent();
          });
 }
 
@@ -418,15 +448,15 @@ int main(int count, char** arguments)
     RegisterOnce("TwoServices", [](benchmark::State& state) { TwoServices(state, kUhd, seconds); });
     RegisterOnce("TwoServicesMinute", [](benchmark::State& state) { TwoServices(state, kUhd, kMinute); });
 
+    constexpr int kMemoryGiB = 8; // as a service has it when nothing is said
     Format video = Video(ZEFA_VIDEO_STANDARD_1920X1080_P_25), ancillary = Ancillary(ZEFA_VIDEO_STANDARD_1920X1080_P_50);
     video.slots = 4;
     ancillary.slots = 3; // of 4 MB, so that the rings of 1024 ends, more than which the service refuses, hold 13 GB
     const Format audio16 = Audio(16, ZEFA_SDP_PACKET_TIME_125US), audio8 = Audio(8, ZEFA_SDP_PACKET_TIME_1MS);
-    RegisterOnce("Streams/1080p25", [video](benchmark::State& state) { Streams(state, video, 4); });
-    RegisterOnce("Streams/16ChannelsOf125us", [audio16](benchmark::State& state) { Streams(state, audio16, 8); });
-    RegisterOnce("Streams/8ChannelsOf1ms", [audio8](benchmark::State& state) { Streams(state, audio8, 32); });
-    const std::vector<std::string> room{"--memory-limit", "22G"};
-    RegisterOnce("Streams/Ancillary", [=](benchmark::State& state) { Streams(state, ancillary, 32, room); });
+    RegisterOnce("Streams/1080p25", [=](benchmark::State& state) { Streams(state, video, 4, kMemoryGiB); });
+    RegisterOnce("Streams/16ChannelsOf125us", [=](benchmark::State& state) { Streams(state, audio16, 8, kMemoryGiB); });
+    RegisterOnce("Streams/8ChannelsOf1ms", [=](benchmark::State& state) { Streams(state, audio8, 32, kMemoryGiB); });
+    RegisterOnce("Streams/Ancillary", [=](benchmark::State& state) { Streams(state, ancillary, 32, 22); });
     RegisterOnce("StartToFirstSlot", StartToFirstSlot);
     RegisterOnce("StartedStream", StartedStream);
     benchmark::Initialize(&count, arguments);

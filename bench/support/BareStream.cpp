@@ -16,6 +16,13 @@ uint64_t NsOf(clockid_t clock)
     return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
 }
 
+void SleepUntil(uint64_t monotonicNs)
+{
+    const timespec until{static_cast<time_t>(monotonicNs / 1'000'000'000),
+                         static_cast<long>(monotonicNs % 1'000'000'000)};
+    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+}
+
 // ---- receiving ----
 
 BareReceiver::BareReceiver(const Frames& frames)
@@ -73,9 +80,7 @@ Pace::Pace(const Frames& frames, uint64_t frameNs) : BurstNs(frameNs * 1080 / 11
 void Pace::AwaitBurst()
 {
     DueNs += BurstNs;
-    const uint64_t untilNs = std::max(DueNs, NsOf(CLOCK_MONOTONIC));
-    const timespec until{static_cast<time_t>(untilNs / 1'000'000'000), static_cast<long>(untilNs % 1'000'000'000)};
-    clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr);
+    SleepUntil(std::max(DueNs, NsOf(CLOCK_MONOTONIC)));
 }
 
 } // namespace bench

@@ -70,5 +70,6 @@ private:
 };
 
 uint64_t NsOf(clockid_t clock);
+void SleepUntil(uint64_t monotonicNs);
 
 } // namespace bench

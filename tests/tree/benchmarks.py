@@ -25,11 +25,11 @@ for argument; do
 done
 echo "$@" >"$0.arguments"
 """
-ROWS = (Row("quick : slow", "Quick", "Slow", 0.5), Row("lost", "Slow:lost", None, 0),
+ROWS = (Row("quick : slow", "Quick", "Slow", 0.5), Row("lost : sent", "Slow:lost", "Slow:sent", 0),
         Row("quick : peer", "Quick", "libavformat, open"))
 PAGE = f"Words before.\n{BENCH.BEGIN}\nold tables\n{BENCH.END}\nWords behind.\n"
 QUICK = {"name": "Quick/manual_time", "run_name": "Quick/manual_time", "real_time": 10.0, "time_unit": "ns"}
-SLOW = {"name": "Slow", "run_name": "Slow", "real_time": 0.04, "time_unit": "us", "lost": 0.0}
+SLOW = {"name": "Slow", "run_name": "Slow", "real_time": 0.04, "time_unit": "us", "lost": 0.0, "sent": 5.0}
 BROKEN = {"name": "Slow", "run_name": "Slow", "error_occurred": True, "error_message": "no way"}
 
 
@@ -58,7 +58,7 @@ class ScriptsBench(unittest.TestCase):
 
     def test_a_whole_run_writes_the_page(self):
         self.assertEqual(self.run_with([QUICK, SLOW]), 0)
-        self.assertIn("| quick : slow | 10 | 40 | 0.25 | 0.5 | yes |\n| lost | 0 | - | - | 0 | yes |\n", self.page)
+        self.assertIn("| quick : slow | 10 | 40 | 0.25 | 0.5 | yes |\n| lost : sent | 0 | 5 | 0 | 0 | yes |\n", self.page)
         self.assertIn("| quick : peer | 10 | not installed | - | - | not told |\n", self.page)
         self.assertNotIn("old tables", self.page)
         self.assertTrue(self.page.startswith("Words before.\n") and self.page.endswith("Words behind.\n"))
@@ -67,11 +67,12 @@ class ScriptsBench(unittest.TestCase):
         for entries in ([QUICK, BROKEN], [QUICK, SLOW, BROKEN, SLOW]):  # once, or in one of several runs
             self.assertEqual(self.run_with(entries), "bench: bench_fake: Slow failed: no way")
             self.assertIn("| quick : slow | 10 | failed | - | 0.5 | not told |\n"
-                          "| lost | failed | - | - | 0 | not told |\n", self.said)
+                          "| lost : sent | failed | - | - | 0 | not told |\n", self.said)
             self.assertEqual(self.page, PAGE)
 
     def test_a_figure_that_nobody_told_leaves_the_page(self):
-        self.assertEqual(self.run_with([QUICK]), "bench: bench_fake has no Slow\nbench: bench_fake has no Slow:lost")
+        self.assertEqual(self.run_with([QUICK]), "bench: bench_fake has no Slow\n"
+                         "bench: bench_fake has no Slow:lost\nbench: bench_fake has no Slow:sent")
         self.assertEqual(self.page, PAGE)
 
     def test_a_busy_machine_is_told_and_measured_all_the_same(self):
