@@ -81,10 +81,22 @@ void VideoAssembler::Write(VideoSlot& slot, const VideoPayload& payload)
             FirstGroup[segment.secondField] + GroupsPerLine * segment.line + segment.offset / Network.pixels;
         payloadBytes += segment.samples.size();
         const uint64_t fresh = slot.covered.Mark(first, groups);
-        if (slot.base && fresh > 0) Converter.Write(slot.base, first, segment.samples.data(), groups);
+        if (!slot.base || fresh == 0) continue;
+        Converter.Write(slot.base, first, segment.samples.data(), groups);
+        FetchForWriting(slot.base, Converter.BytesOf(first + groups, groups));
     }
     LargestPayload = std::max(LargestPayload, payloadBytes);
     if (slot.base) ++Count.processed;
+}
+
+// The next packet's samples most likely belong behind this one's. A slot is written once in several frames, so that its
+// lines are in no cache: they come while that packet's headers are read, and its samples need not wait for them.
+void VideoAssembler::FetchForWriting(uint8_t* slot, const SampleConverter::ByteRange& bytes) const
+{
+    constexpr uint64_t kCacheLine = 64;
+    const uint64_t end = std::min<uint64_t>(bytes.end, Layout.lockSize);
+    for (uint64_t at = bytes.begin; at < end; at += kCacheLine)
+        __builtin_prefetch(slot + at, 1);
 }
 
 void VideoAssembler::Complete(VideoSlot& slot, bool whole)

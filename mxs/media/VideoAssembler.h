@@ -38,6 +38,7 @@ private:
 
     bool Fits(const VideoPayload& payload) const;
     void Write(VideoSlot& slot, const VideoPayload& payload);
+    void FetchForWriting(uint8_t* slot, const SampleConverter::ByteRange& bytes) const;
 
     const PixelGroup& Network;
     const SampleConverter Converter;
