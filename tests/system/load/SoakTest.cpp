@@ -3,6 +3,7 @@
 //     system_soak                  a few seconds of small slots
 //     system_soak --seconds 1800   1920 x 1080 at 25 frames a second, 16 channels of audio in slots of 1 ms, ancillary
 //                                  data of 50 fields a second, and nothing may be lost
+//     --longest-hold 100           as the service has it by default
 #include "Stamp.h"
 #include "support/HttpLibraryRaces.h"
 #include "system/anc/AncRoad.h"
@@ -28,6 +29,8 @@ constexpr bool kJudgesMemory = true;
 #endif
 
 int seconds = 0; // not told: the short form
+// A machine that stands still for longer than a service gives its packets by default loses nothing.
+std::string longestHold = "60000";
 
 constexpr uint32_t kLockTimeoutMs = 1000;
 constexpr uint32_t kAncLine = 9;
@@ -420,8 +423,7 @@ private:
 TEST(Soak, EverySlotArrivesAndMemoryStaysWhatItIs)
 {
     const Form form = seconds ? LongForm() : ShortForm();
-    // A machine that stands still for longer than a service gives its packets by default loses nothing here.
-    MxsProcess service{{"--longest-hold", "60000"}};
+    MxsProcess service{{"--longest-hold", longestHold}};
     Session with(service.ServiceUrl());
     VideoStream videoIn(with, ZEFA_STREAM_TYPE_RX, form.video), videoOut(with, ZEFA_STREAM_TYPE_TX, form.video);
     AudioStream audioIn(with, ZEFA_STREAM_TYPE_RX, form.audio), audioOut(with, ZEFA_STREAM_TYPE_TX, form.audio);
@@ -482,6 +484,9 @@ int main(int argc, char** argv)
     RunWithoutCaches(argv);
     testing::InitGoogleTest(&argc, argv);
     for (int i = 1; i + 1 < argc; i += 2)
+    {
         if (std::string(argv[i]) == "--seconds") seconds = std::stoi(argv[i + 1]);
+        if (std::string(argv[i]) == "--longest-hold") longestHold = argv[i + 1];
+    }
     return RUN_ALL_TESTS();
 }
